@@ -1,0 +1,62 @@
+// Files and folders. Paths take either separator ("\" is mapped to "/"); "/x" is absolute.
+//
+// Failures are Win32 error codes. Nothing here keeps state; safe from any thread.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/com/types.h"
+
+namespace kelvarion::platform {
+
+inline constexpr std::uint32_t FILE_ATTRIBUTE_READONLY = 0x1;
+inline constexpr std::uint32_t FILE_ATTRIBUTE_HIDDEN = 0x2;
+inline constexpr std::uint32_t FILE_ATTRIBUTE_DIRECTORY = 0x10;
+inline constexpr std::uint32_t FILE_ATTRIBUTE_NORMAL = 0x80;
+inline constexpr std::uint32_t FILE_SUPPORTS_TRANSACTIONS = 0x00200000;
+
+struct VolumeInfo {
+  std::u16string file_system;  // "ext4"
+  std::uint32_t flags = 0;
+  bool remote = false;  // A network drive.
+  std::uint64_t bytes_free = 0;
+};
+
+// The path as the operating system takes it, UTF-8; empty when the text is not valid UTF-16 or holds
+// a NUL, which no file can be named by.
+std::string NativePath(std::u16string_view path);
+std::u16string PathFromNative(std::string_view path);
+
+Win32Error FromErrno(int error);
+
+Win32Error GetFileAttributes(const std::u16string& path, std::uint32_t& out);
+Win32Error GetVolumeInformation(const std::u16string& path, VolumeInfo& out);
+
+// Creates the file or empties it and writes all bytes. Private files (0600) stay so.
+Win32Error CreateAndWriteFile(const std::u16string& path, std::string_view bytes, bool& created);
+Win32Error ReadWholeFile(const std::u16string& path, std::string& out);
+// Moves a file over another one of the same folder. The target's mode, owner and access list are
+// given to the new file first, so a replaced file keeps them.
+Win32Error MoveFileReplacing(const std::u16string& from, const std::u16string& to);
+Win32Error DeleteFile(const std::u16string& path);
+Win32Error CreateDirectories(const std::u16string& path);
+
+// Holds an exclusive lock on a file, made when missing, until destroyed; waits for it. The lock
+// stands between threads as well as processes. Error() is ERROR_SUCCESS when it is held.
+class FileLock {
+ public:
+  explicit FileLock(const std::u16string& path);
+  ~FileLock();
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  Win32Error Error() const { return error_; }
+
+ private:
+  int descriptor_ = -1;
+  Win32Error error_ = 0;
+};
+
+}  // namespace kelvarion::platform

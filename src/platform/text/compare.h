@@ -1,0 +1,15 @@
+// The comparisons of the invariant locale that names are matched and sorted by.
+#pragma once
+
+#include <string_view>
+
+namespace kelvarion::platform {
+
+// Linguistic comparison ignoring case: below, equal to or above zero.
+int CompareIgnoreCase(std::u16string_view a, std::u16string_view b);
+bool EqualIgnoreCase(std::u16string_view a, std::u16string_view b);
+
+// As CompareIgnoreCase, with runs of digits compared as numbers: repo2 before repo10.
+int CompareLogical(std::u16string_view a, std::u16string_view b);
+
+}  // namespace kelvarion::platform
