@@ -1,0 +1,91 @@
+// Methods of a management class bound to the bodies that serve them.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "errors/exception.h"
+#include "platform/text/compare.h"
+#include "provider/class_handler.h"
+
+namespace kelvarion {
+
+// One method call as its body sees it: inputs by `in`, the instance's key by `key`, outputs by `out`.
+// The out-parameters object is made on first use and indicated when the body returns.
+class MethodCall {
+ public:
+  MethodCall(const AbstractClassHandler& handler, ParsedObjectPath& path,
+             const std::u16string& method, CallContext* context, const WMIObject& in_params,
+             ResponseSink& sink, const IcCancelCallback* cancel)
+      : handler_(handler), path_(path), method_(method), context_(context), in_(in_params),
+        sink_(sink), cancel_(cancel) {}
+
+  // Throws as the typed getters of WMIObject do.
+  template <class T>
+  T in(const Property<T>& name) const { return in_.Get(name); }
+  template <class T>
+  std::optional<T> optional_in(const Property<T>& name) const { return in_.GetOptional(name); }
+  const WMIObject& in_params() const { return in_; }
+
+  // The single key of the instance that the path denotes. WBEM_E_INVALID_OBJECT_PATH otherwise.
+  std::u16string key(const Property<std::u16string>& name) {
+    handler_.RequireInstancePath(path_);
+    return path_.Key(name);
+  }
+  ParsedObjectPath& path() { return path_; }
+
+  WMIObject& out() {
+    if (!out_.object()) out_ = handler_.SpawnOutParameters(method_);
+    return out_;
+  }
+  ResponseSink& sink() { return sink_; }
+  const IcCancelCallback* cancel() const { return cancel_; }
+  CallContext* context() const { return context_; }
+
+  // Sends the out-parameters, if the body made any.
+  void Finish() {
+    if (out_.object()) sink_.Indicate(out_);
+  }
+
+ private:
+  const AbstractClassHandler& handler_;
+  ParsedObjectPath& path_;
+  const std::u16string& method_;
+  CallContext* context_;
+  const WMIObject& in_;
+  ResponseSink& sink_;
+  const IcCancelCallback* cancel_;
+  WMIObject out_;
+};
+
+// Name → body, in the order of the class's description; names match ignoring case.
+template <class Handler>
+class MethodTable {
+ public:
+  using Body = void (Handler::*)(MethodCall&);
+  MethodTable(std::initializer_list<std::pair<const char16_t*, Body>> rows) : rows_(rows) {}
+
+  // Throws WMIException WBEM_E_INVALID_METHOD for a name that no row has.
+  HRESULT Run(Handler& handler, const std::u16string& method, MethodCall& call) const {
+    for (const auto& [name, body] : rows_) {
+      if (!platform::EqualIgnoreCase(name, method)) continue;
+      (handler.*body)(call);
+      call.Finish();
+      return S_OK;
+    }
+    throw WMIException(WBEM_E_INVALID_METHOD);
+  }
+
+  std::vector<std::u16string> Names() const {
+    std::vector<std::u16string> names;
+    for (const auto& [name, body] : rows_) names.emplace_back(name);
+    return names;
+  }
+
+ private:
+  std::vector<std::pair<const char16_t*, Body>> rows_;
+};
+
+}  // namespace kelvarion
