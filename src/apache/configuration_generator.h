@@ -1,0 +1,22 @@
+// The files that the web server reads: its whole configuration and the two start pages, generated
+// from the settings.
+#pragma once
+
+#include "config/configuration.h"
+
+namespace kelvarion::apache {
+
+// Writes conf\httpd.conf below the installation folder from the settings as they are now. The web
+// server sees the previous or the complete new file; it reads the file when it restarts.
+//
+// Generations of one server wait for each other, in other processes too, so the file that stands
+// last holds the settings that the last one read. Any failure leaves the file as it was: a setting
+// that cannot be read or would break the file's format, and Win32Exception
+// "Couldn't write Apache configuration file" or "Cannot rename file '%s' to '%s'".
+void RegenerateApacheConfig(const IcRegistryAccessor& store);
+
+// Writes WebUI\index.html and htdocs\index.html below the installation folder. Needed only after the
+// URL prefix of the repositories changed.
+void RegenerateStartPages(const IcRegistryAccessor& store);
+
+}  // namespace kelvarion::apache
