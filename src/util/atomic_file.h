@@ -4,9 +4,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/files/files.h"
+
 namespace kelvarion::util {
 
-// Creates or empties the file, for its owner only when it is new, and writes the bytes.
+using platform::NewFile;
+
+// Creates or empties the file and writes the bytes.
 // Fails with ComException "Cannot create file '%s'" or "Cannot write to file '%s'".
 void WriteWholeFile(const std::u16string& path, std::string_view bytes);
 
@@ -15,7 +19,8 @@ void WriteWholeFile(const std::u16string& path, std::string_view bytes);
 // replaced file stay. Writers of one file wait for each other, in other processes too; the last one
 // wins. Fails as WriteWholeFile does, for the temporary file, or with Win32Exception
 // "Cannot write file '%s'"; the file is then as it was and no temporary remains.
-void WriteFileAtomically(const std::u16string& path, std::string_view bytes);
+void WriteFileAtomically(const std::u16string& path, std::string_view bytes,
+                         NewFile access = NewFile::kAsFolderSays);
 
 // Fails with Win32Exception "Cannot read file '%s'".
 std::string ReadWholeFile(const std::u16string& path);

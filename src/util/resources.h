@@ -1,8 +1,8 @@
 // Files that are compiled into the program.
 //
 // Every file in a folder "templates" or "resources" of a module becomes one. Its name is the file's
-// name without the last extension: WebUI.Index.Template.html is "WebUI.Index.Template". Registration
-// scripts (*.rgs) are of type "REGISTRY", all others of type "TEXT".
+// name without the last extension: WebUI.Index.Template.html is "WebUI.Index.Template".
+// Registration scripts (*.rgs) are of type "REGISTRY", all others of type "TEXT".
 #pragma once
 
 #include <string>

@@ -8,8 +8,8 @@
 
 namespace kelvarion::platform {
 
-// Owns the descriptor, which programs that this process starts do not inherit. Move-only; one thread
-// at a time. Failures are Win32 error codes.
+// Owns the descriptor, which programs that this process starts do not inherit. Move-only; one
+// thread at a time. Failures are Win32 error codes.
 class File {
  public:
   enum class Mode {

@@ -25,8 +25,8 @@ struct VolumeInfo {
   std::uint64_t bytes_free = 0;
 };
 
-// The path as the operating system takes it, UTF-8; empty when the text is not valid UTF-16 or holds
-// a NUL, which no file can be named by.
+// The path as the operating system takes it, UTF-8; empty when the text is not valid UTF-16 or
+// holds a NUL, which no file can be named by.
 std::string NativePath(std::u16string_view path);
 std::u16string PathFromNative(std::string_view path);
 
@@ -35,17 +35,28 @@ Win32Error FromErrno(int error);
 Win32Error GetFileAttributes(const std::u16string& path, std::uint32_t& out);
 Win32Error GetVolumeInformation(const std::u16string& path, VolumeInfo& out);
 
-// Creates the file or empties it and writes all bytes. Private files (0600) stay so.
-Win32Error CreateAndWriteFile(const std::u16string& path, std::string_view bytes, bool& created);
+// Who may use a file that did not exist before.
+enum class NewFile {
+  kAsFolderSays,  // The folder's default access list, else 0666 less the umask.
+  kPrivate,       // The owner alone, 0600.
+};
+
+// Creates the file or empties it and writes all bytes; an existing file keeps its mode. On failure
+// `created` tells whether it was opened for writing.
+Win32Error CreateAndWriteFile(const std::u16string& path, std::string_view bytes, NewFile access,
+                              bool& created);
 Win32Error ReadWholeFile(const std::u16string& path, std::string& out);
-// Moves a file over another one of the same folder. The target's mode, owner and access list are
-// given to the new file first, so a replaced file keeps them.
-Win32Error MoveFileReplacing(const std::u16string& from, const std::u16string& to);
+// Moves a file over another one of the same folder. The target's mode, owner (as far as the process
+// may give files away) and access list are given to the new file first, so a replaced file keeps
+// them; `access` is for a target that does not exist.
+Win32Error MoveFileReplacing(const std::u16string& from, const std::u16string& to, NewFile access);
 Win32Error DeleteFile(const std::u16string& path);
 Win32Error CreateDirectories(const std::u16string& path);
 
-// Holds an exclusive lock on a file, made when missing, until destroyed; waits for it. The lock
-// stands between threads as well as processes. Error() is ERROR_SUCCESS when it is held.
+// Holds an exclusive lock on a file, made when missing (0600), until destroyed; waits for it. The
+// lock stands between threads as well as processes, and once it is held the path names the locked
+// file, so the holder may rename or delete it. A symbolic link is not followed.
+// Error() is ERROR_SUCCESS when it is held.
 class FileLock {
  public:
   explicit FileLock(const std::u16string& path);

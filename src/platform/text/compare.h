@@ -1,6 +1,7 @@
 // The comparisons of the invariant locale that names are matched and sorted by.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace kelvarion::platform {
@@ -11,5 +12,8 @@ bool EqualIgnoreCase(std::u16string_view a, std::u16string_view b);
 
 // As CompareIgnoreCase, with runs of digits compared as numbers: repo2 before repo10.
 int CompareLogical(std::u16string_view a, std::u16string_view b);
+
+// The text with the case of every character folded away, for keys that compare ordinally.
+std::u16string FoldCase(std::u16string_view text);
 
 }  // namespace kelvarion::platform
