@@ -88,4 +88,21 @@ class MethodTable {
   std::vector<std::pair<const char16_t*, Body>> rows_;
 };
 
+// A class whose methods are a table: Derived has `static const MethodTable<Derived>& Methods()`.
+template <class Derived>
+class MethodsClassHandler : public AbstractClassHandler {
+ public:
+  using AbstractClassHandler::AbstractClassHandler;
+
+  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
+                     const WMIObject& in_params, ResponseSink& sink,
+                     const IcCancelCallback* cancel) override {
+    MethodCall call(*this, path, method, context, in_params, sink, cancel);
+    return Derived::Methods().Run(static_cast<Derived&>(*this), method, call);
+  }
+
+ protected:
+  ~MethodsClassHandler() = default;
+};
+
 }  // namespace kelvarion

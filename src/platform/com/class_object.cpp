@@ -2,8 +2,12 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
 #include <map>
+#include <memory>
 #include <mutex>
+
+#include "platform/text/encoding.h"
 
 namespace kelvarion {
 namespace {
@@ -82,5 +86,12 @@ HRESULT CoCreateInstance(const Guid& class_id, const Guid& iid, void** out) {
 }
 
 const std::string& LastLoadError() { return last_load_error; }
+
+std::u16string ModulePath(const void* address) {
+  Dl_info info{};
+  if (dladdr(address, &info) == 0 || !info.dli_fname) return {};
+  const std::unique_ptr<char, decltype(&std::free)> path(realpath(info.dli_fname, nullptr), &std::free);
+  return path ? platform::Utf16ForDisplay(path.get()) : std::u16string();
+}
 
 }  // namespace kelvarion

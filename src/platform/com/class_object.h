@@ -29,6 +29,9 @@ HRESULT CoCreateInstance(const Guid& class_id, const Guid& iid, void** out);
 // Why the last library of this thread did not load, for people. Empty when none failed.
 const std::string& LastLoadError();
 
+// The file of the library or program that the address lies in; empty when it lies in none.
+std::u16string ModulePath(const void* address);
+
 // ---- The calling client ----
 
 enum class ImpersonationLevel : std::uint32_t {

@@ -1,0 +1,40 @@
+// Kelvarion_Service: the web server with all its settings.
+#pragma once
+
+#include "provider/method_table.h"
+
+namespace kelvarion {
+
+class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler> {
+ public:
+  ServiceClassHandler(const WMINamespace& name_space, CallContext* context,
+                      const ServerContext& server_context)
+      : MethodsClassHandler(u"Kelvarion_Service", name_space, context, server_context) {}
+
+  HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
+  HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
+  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
+                     const WMIObject& in_params, ResponseSink& sink,
+                     const IcCancelCallback* cancel) override;
+  static const MethodTable<ServiceClassHandler>& Methods();
+
+ private:
+  WMIObject Describe() const;
+
+  void SetRepositoriesRoot(MethodCall& call);
+  void SetServerName(MethodCall& call);
+  void SetNetworkOptions(MethodCall& call);
+  void SetAuthenticationOptions(MethodCall& call);
+  void SetLoggingOptions(MethodCall& call);
+  void StartService(MethodCall& call);
+  void StopService(MethodCall& call);
+  void RestartService(MethodCall& call);
+  void SetRepositoriesURLPrefix(MethodCall& call);
+  void SetWebInterfaceOptions(MethodCall& call);
+
+  // Runs a request to the service manager; when it fails, the client gets the server's own words
+  // as a warning and the event log gets them, too.
+  void Control(MethodCall& call, void (*request)(platform::ServiceManager& manager)) const;
+};
+
+}  // namespace kelvarion

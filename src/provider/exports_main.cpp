@@ -1,0 +1,27 @@
+// The entry points by which hosts and installers reach the library's classes.
+
+#include "platform/com/types.h"
+#include "provider/module.h"
+
+using kelvarion::CWMIProviderModule;
+using kelvarion::HRESULT;
+using kelvarion::RegistrationScope;
+
+extern "C" {
+
+HRESULT DllGetClassObject(const kelvarion::Guid& class_id, const kelvarion::Guid& iid, void** out) {
+  return CWMIProviderModule::Instance().GetClassObject(class_id, iid, out);
+}
+
+HRESULT DllCanUnloadNow() {
+  return CWMIProviderModule::Instance().CanUnload() ? kelvarion::S_OK : kelvarion::S_FALSE;
+}
+
+HRESULT DllRegisterServer() {
+  return CWMIProviderModule::Instance().Register(RegistrationScope::kMachine);
+}
+
+HRESULT DllUnregisterServer() {
+  return CWMIProviderModule::Instance().Unregister(RegistrationScope::kMachine);
+}
+}
