@@ -4,7 +4,9 @@
  * client that says it takes text/html gets the same listing as HTML; every other client gets the
  * XML untouched. Subversion clients list folders by other methods and are never affected.
  *
- * Scripts do not run on these pages (the location is sandboxed): links and one style sheet must do.
+ * The location is sandboxed: scripts do not run on these pages, and browsers send no password for
+ * what they embed. So the pages are links, with the style sheet written into each.
+ *
  * The XML is read line by line, each entry being one, and not by an XML parser: mod_dav_svn does
  * not escape the name of the repository, so that of "R&D" is not well-formed.
  */
@@ -16,6 +18,9 @@
 APLOG_USE_MODULE(listing_kelvarion);
 
 static const char kFilterName[] = "KELVARION-LISTING";
+
+/* The text of the style sheet of the server's pages, read with the configuration. */
+static const char* style = "";
 
 typedef struct {
   ap_filter_t* next;
@@ -117,9 +122,9 @@ static void BeginPage(Listing* l, const char* line) {
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
         "<title>%s - Kelvarion Server</title>\n"
         "<link rel=\"icon\" href=\"/favicon.ico\">\n"
-        "<link rel=\"stylesheet\" href=\"/!/assets/css/kelvarion.css?v=1\">\n"
+        "<style>\n%s</style>\n"
         "</head>\n<body>\n<header><a href=\"/!/\">Kelvarion Server</a></header>\n<main>\n",
-        Html(l, title));
+        Html(l, title), style);
   WriteTrail(l, path, pegged ? apr_psprintf(l->scratch, "?p=%s", Html(l, revision)) : "");
   Write(l, "<h1>%s</h1>\n", Html(l, title));
   if (revision) Write(l, "<p class=\"revision\">Revision %s</p>\n", Html(l, revision));
@@ -187,6 +192,9 @@ static Listing* StartListing(ap_filter_t* f) {
   ap_set_content_type(f->r, "text/html; charset=UTF-8");
   apr_table_unset(f->r->headers_out, "Content-Length");
   apr_table_unset(f->r->headers_out, "Accept-Ranges");
+  /* The configuration sets a bare "sandbox" where there is none, and that forbids browsers to save
+   * the files that the page links to. */
+  apr_table_setn(f->r->err_headers_out, "Content-Security-Policy", "sandbox allow-downloads");
   return l;
 }
 
@@ -248,9 +256,29 @@ static void InsertFilter(request_rec* r) {
   ap_add_output_filter(kFilterName, NULL, r, r->connection);
 }
 
+/* Without its style sheet a listing is plain but complete, so that is no reason not to start. */
+static int ReadStyle(apr_pool_t* pool, apr_pool_t* log_pool, apr_pool_t* temporary, server_rec* s) {
+  const char* path = ap_server_root_relative(temporary, "WebUI/assets/css/kelvarion.css");
+  apr_file_t* file;
+  apr_finfo_t info;
+  apr_status_t status = apr_file_open(&file, path, APR_FOPEN_READ, 0, temporary);
+  (void)log_pool;
+  style = "";
+  if (status == APR_SUCCESS) status = apr_file_info_get(&info, APR_FINFO_SIZE, file);
+  if (status == APR_SUCCESS) {
+    char* text = apr_pcalloc(pool, info.size + 1);
+    status = apr_file_read_full(file, text, info.size, NULL);
+    if (status == APR_SUCCESS) style = text;
+  }
+  if (status != APR_SUCCESS)
+    ap_log_error(APLOG_MARK, APLOG_WARNING, status, s, "listings lack their style sheet %s", path);
+  return OK;
+}
+
 static void RegisterHooks(apr_pool_t* pool) {
   (void)pool;
   ap_register_output_filter(kFilterName, ConvertListing, NULL, AP_FTYPE_RESOURCE);
+  ap_hook_post_config(ReadStyle, NULL, NULL, APR_HOOK_MIDDLE);
   ap_hook_insert_filter(InsertFilter, NULL, NULL, APR_HOOK_MIDDLE);
 }
 

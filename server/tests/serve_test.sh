@@ -140,7 +140,6 @@ check_subversion() {
   is "no password" 401 "$(status "$url/")"
   is "wrong password" 401 "$(status -u alice:wrong "$url/")"
   is "no rule, browser" 403 "$(status -u bob:secret "$url/")"
-  is "large upload limit" "0" "$(grep -c 413 "$install/logs/access.log")"
 }
 
 check_listings() {
@@ -166,7 +165,12 @@ check_listings() {
   page=$(browser -D- -o /dev/null "$base$prefix/demo/")
   has "type" "Content-Type: text/html; charset=UTF-8" "$page"
   has "caches keep both forms apart" "Vary: Accept" "$page"
-  has "sandbox" "Content-Security-Policy: sandbox" "$page"
+  has "sandboxed page whose files can be saved" "Content-Security-Policy: sandbox allow-downloads" \
+    "$page"
+  has "sandboxed files" $'Content-Security-Policy: sandbox\r' \
+    "$(browser -I "$base$prefix/demo/trunk/own.xml")"
+  has "style" "<style>" "$(browser "$base$prefix/demo/")"
+  lacks "style" "<style>"$'\n</style>' "$(browser "$base$prefix/demo/")"
   has "a file of that form" '<index path="/" rev="1">' "$(browser "$base$prefix/demo/trunk/own.xml/")"
   has "type of HEAD" "Content-Type: text/html" "$(browser -I "$base$prefix/demo/")"
 }
@@ -203,6 +207,19 @@ check_logs() {
     stat -c %a access.log operational.log error.log | xargs)"
 }
 
+# The modules are loaded anew, with what they had taken from the old configuration gone.
+check_graceful_restart() {
+  local lines deadline=$((SECONDS + 20))
+  lines=$(wc -l <"$install/logs/access.log")
+  "${runner[@]}" apache2 -f "$install/conf/kelvarion.conf" -k graceful || report "graceful"
+  until [ "$(grep -c 'resuming normal operations' "$install/logs/error.log")" = 2 ]; do
+    [ $SECONDS -lt $deadline ] || { report "no graceful restart"; return; }
+  done
+  has "listing after a restart" ">demo</a>" "$(browser "$base$prefix/")"
+  is "page after a restart" 200 "$(status -u alice:secret "$base/!/")"
+  is "log goes on" $((lines + 2)) "$(wc -l <"$install/logs/access.log")"
+}
+
 check_accounts_refused() {
   is "account" 401 "$(status -u alice:secret "$base$prefix/demo/")"
   is "page" 401 "$(status -u alice:secret "$base/!/")"
@@ -228,6 +245,7 @@ everything() {
   check_listings
   check_pages
   check_logs
+  check_graceful_restart
   stop
 }
 
