@@ -3,8 +3,8 @@
  * Win32DisableAcceptEx and SSLMutex are accepted and ignored: 2.4 on Linux has nothing they could
  * set.
  *
- * SSLSessionCache "shm:FILE" keeps sessions in anonymous shared memory, whatever the file: it would
- * lie in the repositories root.
+ * SSLSessionCache "shm:FILE" keeps sessions in anonymous shared memory, whatever the file. 2.4 knows
+ * this as "shmcb" and takes a parenthesis in the path of the file for a size.
  *
  * SVNOverrideAll on ends Subversion's settings: Apache cannot switch DAV off below a DAV location,
  * and with the repositories at "/" the pages under /! lie below one.

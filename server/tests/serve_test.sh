@@ -103,7 +103,7 @@ make_repositories() {
 start() {
   mode=$1 prefix=$2
   shift 2
-  install=$home/$mode root=$home/$mode-répositories port=$(free_port)
+  install=$home/$mode root="$home/$mode (répositories)" port=$(free_port)
   local scheme=http
   [[ " $* " != *" https "* ]] || scheme=https
   base=$scheme://127.0.0.1:$port
@@ -120,6 +120,7 @@ start() {
   until status "$base/" >/dev/null; do
     kill -0 "$pid" 2>/dev/null && continue
     report "Apache did not start: $(cat "$home/stderr" "$install/logs/error.log" 2>/dev/null)"
+    pid=
     exit 1
   done
 }
@@ -258,7 +259,7 @@ if [ "$(id -u)" = 0 ]; then
   custom='<Location />
   AuthType Basic
   AuthBasicProvider file
-  AuthUserFile "'$home/rules-répositories/htpasswd'"
+  AuthUserFile "'"$home/rules (répositories)/htpasswd"'"
 </Location>' start rules "" windows http && check_rules_refused && stop
   grantee= runner=(setpriv --reuid=nobody --regid=nogroup --clear-groups)
 fi
