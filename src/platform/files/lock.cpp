@@ -1,0 +1,46 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "platform/files/descriptor.h"
+#include "platform/files/files.h"
+
+namespace kelvarion::platform {
+namespace {
+
+bool Names(const std::string& path, int descriptor) {
+  struct stat named {};
+  struct stat opened {};
+  return lstat(path.c_str(), &named) == 0 && fstat(descriptor, &opened) == 0 &&
+         named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
+}
+
+}  // namespace
+
+FileLock::FileLock(const std::u16string& path) {
+  std::string native;
+  error_ = ToNative(path, native);
+  while (error_ == ERROR_SUCCESS && descriptor_ < 0) {
+    Descriptor file(open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    if (!file) {
+      error_ = FromErrno(errno);
+      break;
+    }
+    int result = 0;
+    do result = flock(file.get(), LOCK_EX);
+    while (result != 0 && errno == EINTR);
+    if (result != 0) error_ = FromErrno(errno);
+    // While this thread waited, the holder may have moved the file away: then the lock is
+    // worthless.
+    else if (Names(native, file.get()))
+      descriptor_ = file.Release();
+  }
+}
+
+FileLock::~FileLock() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+}  // namespace kelvarion::platform
