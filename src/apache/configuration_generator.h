@@ -15,8 +15,8 @@ namespace kelvarion::apache {
 // "Couldn't write Apache configuration file" or "Cannot rename file '%s' to '%s'".
 void RegenerateApacheConfig(const IcRegistryAccessor& store);
 
-// Writes WebUI\index.html and htdocs\index.html below the installation folder. Needed only after the
-// URL prefix of the repositories changed.
+// Writes WebUI\index.html and htdocs\index.html below the installation folder. Needed only after
+// the URL prefix of the repositories changed.
 void RegenerateStartPages(const IcRegistryAccessor& store);
 
 }  // namespace kelvarion::apache

@@ -18,4 +18,8 @@ bool IsListenAddress(const std::u16string& text);
 // digit, "-" or "_".
 bool IsUrlPrefix(const std::u16string& text);
 
+// Whether a prefix that another program stored can still be written unquoted into the configuration
+// and into the start pages. Wider than what IsUrlPrefix lets clients choose.
+bool IsServablePrefix(const std::u16string& text);
+
 }  // namespace kelvarion::apache

@@ -16,8 +16,6 @@
 
 namespace kelvarion::repos {
 
-using svn::RepositoryType;
-
 // What is known about one repository. A folder that cannot be opened as a repository has the first
 // four fields only.
 struct RepositoryRecord {

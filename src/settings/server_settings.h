@@ -1,8 +1,8 @@
 // All settings of the server at one moment, and the changes that management classes make to them.
 //
 // Every change stores its values and generates the web server's configuration from them; none
-// restarts the web server. A change that fails after it stored something leaves that stored. What is
-// not acceptable is refused before anything is stored, with WMIException
+// restarts the web server. A change that fails after it stored something leaves that stored. What
+// is not acceptable is refused before anything is stored, with WMIException
 // WBEM_E_INVALID_METHOD_PARAMETERS and a text that says why.
 #pragma once
 

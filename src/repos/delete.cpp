@@ -1,0 +1,27 @@
+#include "repos/delete.h"
+
+#include <svn_io.h>
+
+#include "repos/repository_store.h"
+#include "repos/root_entries.h"
+#include "repos/work_folder.h"
+#include "svn/error.h"
+#include "svn/text.h"
+
+namespace kelvarion::repos {
+
+void DeleteRepository(const ServerContext& context, const std::u16string& name) {
+  RequireRepository(context, name);
+  const svn::Pool pool(context.root_pool());
+  WorkFolder work(context);
+  {
+    const NamesLock names(context);
+    const std::u16string found = RequireRepository(context, name);
+    const auto rules = LockRules(context, found);
+    const std::string path = svn::DirentFromPath(GetRepositoryPath(context, found));
+    svn::Check(svn_io_file_rename2(path.c_str(), work.repository().c_str(), FALSE, pool));
+  }
+  work.RemoveRepository();
+}
+
+}  // namespace kelvarion::repos

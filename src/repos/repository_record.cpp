@@ -1,0 +1,105 @@
+// Reading what one repository is.
+#include <svn_fs.h>
+#include <svn_repos.h>
+
+#include "access/permission_model.h"
+#include "errors/exception.h"
+#include "repos/repository_store.h"
+#include "repos/url.h"
+#include "svn/error.h"
+#include "svn/text.h"
+
+namespace kelvarion::repos {
+namespace {
+
+void FillLayout(const svn::FsfsLayout& layout, svn_revnum_t youngest, RepositoryRecord& record) {
+  record.shard_size = static_cast<std::uint32_t>(layout.shard_size);
+  if (layout.shard_size > 0) {
+    const auto size = static_cast<std::uint32_t>(layout.shard_size);
+    record.total_shards = (static_cast<std::uint32_t>(youngest) + 1) / size;
+    record.packed_shards = static_cast<std::uint32_t>(layout.min_unpacked_revision) / size;
+  }
+  record.log_addressing = layout.log_addressing ? 1 : 0;
+}
+
+struct OpenedStore {
+  svn_fs_t* fs = nullptr;
+  svn::StoreInfo info;
+  svn_revnum_t youngest = 0;
+  RepositoryType type = RepositoryType::Fsfs;
+};
+
+// Nothing for a folder that is no repository, or none of a known kind.
+std::optional<OpenedStore> OpenStore(const std::u16string& path, const svn::Pool& pool) {
+  try {
+    OpenedStore store;
+    svn_repos_t* const repository = svn::OpenRepository(path, pool);
+    store.fs = svn_repos_fs(repository);
+    store.info = svn::ReadStoreInfo(repository, pool);
+    svn::Check(svn_fs_youngest_rev(&store.youngest, store.fs, pool));
+    store.type = svn::TypeOf(store.info);
+    return store;
+  } catch (const SvnException&) {
+    return std::nullopt;
+  }
+}
+
+void FillFromStore(const OpenedStore& store, const svn::Pool& pool, RepositoryRecord& record) {
+  record.type = store.type;
+  record.total_revisions = static_cast<std::uint32_t>(store.youngest);
+  int format = 0;
+  svn_version_t* supports = nullptr;
+  svn::Check(svn_fs_info_format(&format, &supports, store.fs, pool, pool));
+  record.format_number = static_cast<std::uint32_t>(format);
+  const char* uuid = nullptr;
+  svn::Check(svn_fs_get_uuid(store.fs, &uuid, pool));
+  record.uuid = svn::Utf16(uuid);
+  record.suspended = store.info.suspended ? 1 : 0;
+  if (store.type == RepositoryType::OrmuSlave) {
+    record.master_server = store.info.master_server;
+    record.master_repository = store.info.master_repository;
+  }
+  if (store.info.fsfs) FillLayout(*store.info.fsfs, store.youngest, record);
+}
+
+RepositoryRecord BasicRecord(const ServerContext& context, const std::u16string& name,
+                             const UrlSettings& urls) {
+  RepositoryRecord record;
+  record.name = name;
+  record.path = GetRepositoryPath(context, name);
+  record.url = BuildRepositoryUrl(name, u"/", urls);
+  return record;
+}
+
+void FillRecord(const ServerContext& context, const svn::Pool& pool, RepositoryRecord& record) {
+  if (const auto store = OpenStore(record.path, pool)) FillFromStore(*store, pool, record);
+  record.inherited_only_permissions =
+      access::GetPathPermissions(context, {record.name, u"/"}).empty();
+}
+
+}  // namespace
+
+RepositoryRecord ReadRepository(const ServerContext& context, const std::u16string& name) {
+  const svn::Pool pool(context.root_pool());
+  RepositoryRecord record = BasicRecord(context, name, ReadUrlSettings(context.configuration()));
+  FillRecord(context, pool, record);
+  return record;
+}
+
+std::vector<RepositoryRecord> ListRepositories(const ServerContext& context) {
+  svn::Pool pool(context.root_pool());
+  const UrlSettings urls = ReadUrlSettings(context.configuration());
+  std::vector<RepositoryRecord> records;
+  for (const std::u16string& name : ListRepositoryNames(context)) {
+    pool.Clear();
+    records.push_back(BasicRecord(context, name, urls));
+    try {
+      FillRecord(context, pool, records.back());
+    } catch (const Exception& exception) {
+      context.events().LogException(exception);
+    }
+  }
+  return records;
+}
+
+}  // namespace kelvarion::repos

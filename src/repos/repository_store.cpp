@@ -1,0 +1,69 @@
+#include "repos/repository_store.h"
+
+#include <svn_error_codes.h>
+
+#include "access/authz_files.h"
+#include "platform/text/compare.h"
+#include "repos/names.h"
+#include "repos/root_entries.h"
+#include "repos/work_folder.h"
+#include "svn/error.h"
+#include "svn/text.h"
+#include "util/paths.h"
+
+namespace kelvarion::repos {
+
+std::vector<std::u16string> ListRepositoryNames(const ServerContext& context) {
+  const svn::Pool pool(context.root_pool());
+  const auto skipped = [&](const std::u16string& name) {
+    context.events().LogWarning(Format(
+        u"A folder of the repositories root is left out since its name is not UTF-8: '%s'", name));
+  };
+  std::vector<std::u16string> names =
+      svn::ListFolders(access::RepositoriesRoot(context), pool, skipped);
+  std::erase(names, kWorkFolderName);
+  return names;
+}
+
+std::optional<std::u16string> FindRepository(const ServerContext& context,
+                                             const std::u16string& name) {
+  std::optional<std::u16string> found;
+  if (name.empty()) return found;
+  for (std::u16string& candidate : ListRepositoryNames(context)) {
+    if (candidate == name) return name;
+    if (!found && platform::EqualIgnoreCase(candidate, name)) found = std::move(candidate);
+  }
+  return found;
+}
+
+// A folder may have got a name by other ways that none could get here; it can be dealt with all the
+// same. Only names that nothing has are judged.
+std::u16string RequireRepository(const ServerContext& context, const std::u16string& name) {
+  if (const auto found = FindRepository(context, name)) return *found;
+  ValidateRepositoryName(name);
+  throw WMIException(WBEM_E_NOT_FOUND, u"There is no repository with the name '%s'.", name);
+}
+
+std::u16string GetRepositoryPath(const ServerContext& context, const std::u16string& name) {
+  return svn::PathFromDirent(svn::DirentFromPath(access::RepositoryFolder(context, name)));
+}
+
+std::u16string GetRepositoryDiskName(const ServerContext& context, const std::u16string& name) {
+  const svn::Pool pool(context.root_pool());
+  const auto found = FindEntry(access::RepositoriesRoot(context), name, pool);
+  if (!found) {
+    svn::ThrowAprError(APR_ENOENT, Format(u"Can't stat '%s'", GetRepositoryPath(context, name)));
+  }
+  return *found;
+}
+
+RepositoryType GetRepositoryType(const ServerContext& context, const std::u16string& path) {
+  const svn::Pool pool(context.root_pool());
+  if (!util::IsAbsoluteOrNetworkPath(path)) {
+    svn::ThrowError(SVN_ERR_INCORRECT_PARAMS,
+                    Format(u"'%s' is not an absolute or a network path.", path));
+  }
+  return svn::TypeOf(svn::ReadStoreInfo(svn::OpenRepository(path, pool), pool));
+}
+
+}  // namespace kelvarion::repos
