@@ -3,7 +3,8 @@
 // Names are compared exactly. Members may be users or groups that do not exist. No group contains
 // itself, directly or through others. Changes run one at a time, across threads and processes;
 // reading waits for nothing. A name that the groups file cannot carry, or that would mean something
-// else in a rules file, is refused with WBEM_E_INVALID_METHOD_PARAMETERS before anything is changed.
+// else in a rules file, is refused with WBEM_E_INVALID_METHOD_PARAMETERS before anything is
+// changed.
 #pragma once
 
 #include <string>

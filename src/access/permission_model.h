@@ -3,8 +3,8 @@
 // A rule belongs to a path of one repository or, with Windows authentication, to the whole server.
 // The authentication mode, read anew by each call, decides which of a repository's rules files
 // counts; the other one is left alone. Repositories are named as their folders are. Changes run one
-// at a time, across threads and processes; reading waits for nothing and sees the rules as they were
-// before or after a change. Failures leave the files as they were. Safe from any thread.
+// at a time, across threads and processes; reading waits for nothing and sees the rules as they
+// were before or after a change. Failures leave the files as they were. Safe from any thread.
 #pragma once
 
 #include <map>
@@ -55,8 +55,7 @@ bool AddPermission(const ServerContext& context, const RuleScope& scope, const A
                    AccessLevel access, Overwrite overwrite);
 
 // False, and nothing is changed, when the account has no rule there.
-bool RemovePermission(const ServerContext& context, const RuleScope& scope,
-                      const Account& account);
+bool RemovePermission(const ServerContext& context, const RuleScope& scope, const Account& account);
 
 class IcEnumPermissionsCallback {
  public:

@@ -1,9 +1,9 @@
 // The users of Subversion authentication and their passwords.
 //
-// Names are compared exactly. Changes run one at a time, across threads and processes; reading waits
-// for nothing. A name or password that the users file cannot carry, or that would mean something
-// else in a rules file, is refused with WBEM_E_INVALID_METHOD_PARAMETERS before anything is changed.
-// A users file with a malformed line fails every operation with SvnException.
+// Names are compared exactly. Changes run one at a time, across threads and processes; reading
+// waits for nothing. A name or password that the users file cannot carry, or that would mean
+// something else in a rules file, is refused with WBEM_E_INVALID_METHOD_PARAMETERS before anything
+// is changed. A users file with a malformed line fails every operation with SvnException.
 #pragma once
 
 #include <string>

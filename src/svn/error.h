@@ -40,10 +40,12 @@ void Ignore(svn_error_t* error);
 [[noreturn]] void ThrowError(int code, const std::u16string& message);
 // The same around an APR status, whose text follows ": ".
 [[noreturn]] void ThrowAprError(int status, const std::u16string& message);
+// The same around a code of the platform's ports.
+[[noreturn]] void ThrowSystemError(Win32Error error, const std::u16string& message);
 
-// Carries a C++ exception across the libraries' C frames: a callback runs its body through Run, which
-// stores what the body throws and tells the library to stop; the caller of the library then calls
-// CheckAfter, which rethrows the stored exception rather than the error it caused.
+// Carries a C++ exception across the libraries' C frames: a callback runs its body through Run,
+// which stores what the body throws and tells the library to stop; the caller of the library then
+// calls CheckAfter, which rethrows the stored exception rather than the error it caused.
 class Callback {
  public:
   template <class Body>

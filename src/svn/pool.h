@@ -11,8 +11,8 @@ namespace kelvarion::svn {
 // run beside other uses of these libraries. Throws SvnException.
 void Initialize();
 
-// Owns a pool. Move-only; a pool belongs to one thread, though pools below the root pool may be made
-// and destroyed by several threads at once.
+// Owns a pool. Move-only; a pool belongs to one thread, though pools below the root pool may be
+// made and destroyed by several threads at once.
 class Pool {
  public:
   // The pool that all others of a provider are made from: its allocator keeps at most 4194304 bytes

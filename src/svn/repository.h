@@ -56,6 +56,12 @@ StoreInfo ReadStoreInfo(svn_repos_t* repository, const Pool& scratch);
 // Throws SvnException, SVN_ERR_FS_UNKNOWN_FS_TYPE, for a store that is none of the three.
 RepositoryType TypeOf(const StoreInfo& info);
 
+// Throws SvnException "Can't stat '%s'" unless there is something at the path.
+void RequireEntry(const std::u16string& path, const Pool& scratch);
+
+// Links are followed.
+bool IsFolder(const std::u16string& path, const Pool& scratch);
+
 // Called with the printable form of a name that was left out because it is not UTF-8.
 using SkippedName = std::function<void(const std::u16string& name)>;
 

@@ -128,8 +128,9 @@ Win32Error CreateAndWriteFile(const std::u16string& path, std::string_view bytes
   if (const Win32Error error = ToNative(path, native)) return error;
   // A private file is not written through a link that somebody else may have put there.
   const int flags =
-      O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (access == NewFile::kPrivate ? O_NOFOLLOW : 0);
-  const Descriptor file(open(native.c_str(), flags, access == NewFile::kPrivate ? 0600 : 0666));
+      O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (access == NewFile::kAsFolderSays ? 0 : O_NOFOLLOW);
+  const Descriptor file(
+      open(native.c_str(), flags, access == NewFile::kAsFolderSays ? 0666 : 0600));
   if (!file) return FromErrno(errno);
   created = true;
   return WriteAll(file.get(), bytes.data(), bytes.size());

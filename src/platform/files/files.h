@@ -39,6 +39,9 @@ Win32Error GetVolumeInformation(const std::u16string& path, VolumeInfo& out);
 enum class NewFile {
   kAsFolderSays,  // The folder's default access list, else 0666 less the umask.
   kPrivate,       // The owner alone, 0600.
+  // The owner and whomever the folder's default access list names; 0600 where it has none. Holds
+  // for a file moved into its place: one that is created is private.
+  kOwnerAndFolder,
 };
 
 // Creates the file or empties it and writes all bytes; an existing file keeps its mode. On failure

@@ -179,11 +179,20 @@ TEST_F(FilesTest, ANewTargetGetsWhatTheFolderSays) {
     std::filesystem::remove(Native("target"));
   };
   expect_as_created("umask");
+  Write("hashes.tmp", "new");
+  ASSERT_EQ(MoveFileReplacing(Path("hashes.tmp"), Path("hashes"), NewFile::kOwnerAndFolder),
+            ERROR_SUCCESS);
+  EXPECT_EQ(Mode("hashes"), 0600u) << "no default list";
   EXPECT_EQ(umask(037), 037u);
   SetAccessList("", ACL_TYPE_DEFAULT, "u::rwx,g::rx,o::x");
   expect_as_created("plain default");
   SetAccessList("", ACL_TYPE_DEFAULT, "u::rwx,u:1234:rwx,g::rx,m::rwx,o::-");
   expect_as_created("default with accounts");
+  Write("users.tmp", "new");
+  ASSERT_EQ(MoveFileReplacing(Path("users.tmp"), Path("users"), NewFile::kOwnerAndFolder),
+            ERROR_SUCCESS);
+  EXPECT_EQ(AccessList("users"), "user::rw-,user:1234:rwx\t#effective:rw-,group::r-x\t#effective:r--,"
+                                 "mask::rw-,other::---");
   umask(old);
 
   Write("secret.tmp", "new");

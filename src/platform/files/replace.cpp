@@ -54,14 +54,14 @@ bool ForbidExecution(acl_t list) {
 }
 
 // Gives the file the access that the system would have given it, had it been created in the folder
-// with mode 0666.
-Win32Error AdoptFolderAccess(int file, const std::string& target) {
+// with mode 0666; `plain` is its mode in a folder without a default access list.
+Win32Error AdoptFolderAccess(int file, const std::string& target, mode_t plain) {
   const std::size_t slash = target.find_last_of('/');
   const std::string folder = slash == std::string::npos ? "." : target.substr(0, slash + 1);
   const Acl defaults(acl_get_file(folder.c_str(), ACL_TYPE_DEFAULT));
   if (!defaults && !IsUnsupported(errno)) return FromErrno(errno);
   if (!defaults || acl_entries(defaults.get()) == 0)
-    return Result(fchmod(file, 0666 & ~CurrentUmask()));
+    return Result(fchmod(file, plain & ~CurrentUmask()));
   if (!ForbidExecution(defaults.get())) return FromErrno(errno);
   return Result(acl_set_fd(file, defaults.get()));
 }
@@ -85,7 +85,8 @@ Win32Error AdoptAccess(int file, const std::string& target, NewFile access) {
   if (lstat(target.c_str(), &status) == 0)
     return S_ISREG(status.st_mode) ? AdoptAccessOf(target, status, file) : ERROR_SUCCESS;
   if (errno != ENOENT) return FromErrno(errno);
-  return access == NewFile::kPrivate ? Result(fchmod(file, 0600)) : AdoptFolderAccess(file, target);
+  if (access == NewFile::kPrivate) return Result(fchmod(file, 0600));
+  return AdoptFolderAccess(file, target, access == NewFile::kAsFolderSays ? 0666 : 0600);
 }
 
 }  // namespace

@@ -1,0 +1,73 @@
+#include "access/purge.h"
+
+#include "access/authz_files.h"
+#include "access/authz_parser.h"
+#include "access/permissions_lock.h"
+#include "svn/repository.h"
+
+namespace kelvarion::access {
+namespace {
+
+void PurgeRepository(const ServerContext& context, const std::u16string& repository,
+                     const Account& account) {
+  const svn::Pool pool(context.root_pool());
+  if (!svn::IsFolder(ConfigurationFolder(context, repository), pool)) return;
+  const PermissionsLock lock(context, repository);
+  const std::u16string file = SubversionRulesFile(context, repository);
+  AuthzSubversionFileParser parser;
+  ReadIniFile(file, parser.document(), pool);
+  bool changed = false;
+  for (auto& [path, entries] : parser.AllPaths()) {
+    PermissionList rest = entries;
+    const auto is_account = [&](const PermissionEntry& entry) { return entry.account == account; };
+    if (std::erase_if(rest, is_account) == 0) continue;
+    parser.SetEntries(path, rest);
+    changed = true;
+  }
+  if (changed) WriteIniFile(file, parser.document(), kAuthorizationHeader, pool);
+}
+
+void LogFailure(const ServerContext& context, bool group, const std::u16string& repository,
+                const std::u16string& message) {
+  context.events().LogWarning(
+      group ? Format(u"Failed to purge references to the group from repository '%s': %s",
+                     repository, message)
+            : Format(u"Failed to purge references to the user from repository '%s': %s", repository,
+                     message));
+}
+
+[[noreturn]] void ThrowSummary(bool group, int failures) {
+  if (failures == 1) {
+    throw SimpleException(
+        group ? u"Failed to purge references to the group from 1 repository. Please check "
+                u"Kelvarion Server logs for more details."
+              : u"Failed to purge references to the user from 1 repository. Please check "
+                u"Kelvarion Server logs for more details.");
+  }
+  throw SimpleException(
+      group ? Format(u"Failed to purge references to the group from %d repositories. Please check "
+                     u"Kelvarion Server logs for more details.",
+                     failures)
+            : Format(u"Failed to purge references to the user from %d repositories. Please check "
+                     u"Kelvarion Server logs for more details.",
+                     failures));
+}
+
+}  // namespace
+
+void PurgeAccount(const ServerContext& context, const Account& account) {
+  const bool group = account.kind == AccountKind::SubversionGroup;
+  const svn::Pool pool(context.root_pool());
+  int failures = 0;
+  for (const std::u16string& repository : svn::ListFolders(RepositoriesRoot(context), pool)) {
+    try {
+      PurgeRepository(context, repository, account);
+    } catch (const Exception& exception) {
+      LogFailure(context, group, repository, exception.Message());
+      ++failures;
+    }
+  }
+  if (failures > 0) ThrowSummary(group, failures);
+}
+
+}  // namespace kelvarion::access
