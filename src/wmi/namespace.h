@@ -24,6 +24,8 @@ class WMINamespace {
   ParsedObjectPath NewPath() const;
 
  private:
+  ComPtr<IWbemPath> CreatePath() const;
+
   ComPtr<IWbemServices> services_;
   ComPtr<IClassFactory> path_factory_;
 };

@@ -1,9 +1,9 @@
 // Typed access to the properties of a management object.
 //
-// Every failure is thrown. Reading: an undeclared property is ComException "Cannot get property
-// '%s'" with the call's code; a null is ComException WBEM_E_NOT_FOUND (a null list
-// WBEM_E_TYPE_MISMATCH); a value of the wrong type carries the conversion's code. Writing: any
-// failure is ComException "Cannot set property '%s'". Names compare ignoring case.
+// Every failure is a ComException. Reading: "Cannot get property '%s'" when the property is not
+// declared; WBEM_E_NOT_FOUND for a null text, boolean or number; WBEM_E_TYPE_MISMATCH for a null
+// list and for a text or list of another type; else the code of the conversion that failed.
+// Writing: "Cannot set property '%s'". Names compare ignoring case.
 #pragma once
 
 #include <optional>
@@ -73,15 +73,12 @@ class WMIObject {
     WriteVariant(property.name, Variant::MakeNull());
   }
 
-  // `local_time` is an automation date: days since 1899-12-30 in local time. Stored in universal
-  // time, to the millisecond. SimpleException or Win32Exception for a time outside the calendar.
+  // `local_time` is an automation date; see DateTimeText for it and for its failures.
   void SetDateTime(const Property<DateTime>& property, double local_time);
-
- protected:
-  IWbemClassObject& Require() const;
 
  private:
   Variant ReadVariant(const char16_t* name) const;
+  Variant ReadAs(const char16_t* name, VARTYPE type) const;
   void Read(const char16_t* name, std::u16string& value) const;
   void Read(const char16_t* name, bool& value) const;
   void Read(const char16_t* name, std::uint32_t& value) const;

@@ -2,9 +2,9 @@
 // sinks, contexts, object paths and date-times.
 //
 // The methods, their results and the meaning of their arguments are those that management clients
-// know; strings and values travel as standard types, so nobody frees anything. An out-parameter that
-// is an interface carries a reference for the caller. Null out-parameters are allowed where the text
-// says so, else E_POINTER or WBEM_E_INVALID_PARAMETER.
+// know; strings and values travel as standard types, so nobody frees anything. An out-parameter
+// that is an interface carries a reference for the caller. Null out-parameters are allowed where
+// the text says so, else E_POINTER or WBEM_E_INVALID_PARAMETER.
 #pragma once
 
 #include <cstdint>
@@ -21,10 +21,12 @@ using CIMTYPE = std::int32_t;
 inline constexpr CIMTYPE CIM_EMPTY = 0;
 inline constexpr CIMTYPE CIM_SINT16 = 2;
 inline constexpr CIMTYPE CIM_SINT32 = 3;
+inline constexpr CIMTYPE CIM_REAL32 = 4;
 inline constexpr CIMTYPE CIM_REAL64 = 5;
 inline constexpr CIMTYPE CIM_STRING = 8;
 inline constexpr CIMTYPE CIM_BOOLEAN = 11;
 inline constexpr CIMTYPE CIM_OBJECT = 13;
+inline constexpr CIMTYPE CIM_SINT8 = 16;
 inline constexpr CIMTYPE CIM_UINT8 = 17;
 inline constexpr CIMTYPE CIM_UINT16 = 18;
 inline constexpr CIMTYPE CIM_UINT32 = 19;
@@ -32,13 +34,15 @@ inline constexpr CIMTYPE CIM_SINT64 = 20;
 inline constexpr CIMTYPE CIM_UINT64 = 21;
 inline constexpr CIMTYPE CIM_DATETIME = 101;
 inline constexpr CIMTYPE CIM_REFERENCE = 102;
+inline constexpr CIMTYPE CIM_CHAR16 = 103;
 inline constexpr CIMTYPE CIM_FLAG_ARRAY = 0x2000;
 
 inline constexpr std::int32_t WBEM_STATUS_COMPLETE = 0;
 
 class IWbemQualifierSet : public IUnknown {
  public:
-  static constexpr Guid kIid{0xDC12A680, 0x737F, 0x11CF, {0x88, 0x4D, 0, 0xAA, 0, 0x4B, 0x2E, 0x24}};
+  static constexpr Guid kIid{
+      0xDC12A680, 0x737F, 0x11CF, {0x88, 0x4D, 0, 0xAA, 0, 0x4B, 0x2E, 0x24}};
 
   // WBEM_E_NOT_FOUND for a name that is not in the set; names compare ignoring case.
   virtual HRESULT Get(const std::u16string& name, Variant* value) = 0;
@@ -56,7 +60,8 @@ class IWbemQualifierSet : public IUnknown {
 // Not safe for concurrent writers; an object that nobody writes can be read from any thread.
 class IWbemClassObject : public IUnknown {
  public:
-  static constexpr Guid kIid{0xDC12A681, 0x737F, 0x11CF, {0x88, 0x4D, 0, 0xAA, 0, 0x4B, 0x2E, 0x24}};
+  static constexpr Guid kIid{
+      0xDC12A681, 0x737F, 0x11CF, {0x88, 0x4D, 0, 0xAA, 0, 0x4B, 0x2E, 0x24}};
 
   virtual HRESULT GetQualifierSet(IWbemQualifierSet** out) = 0;
   // WBEM_E_NOT_FOUND when the class declares no such property. `value` and `type` may be null.
@@ -95,7 +100,8 @@ class IWbemClassObject : public IUnknown {
 // Receives the answer to one request, from any thread, until SetStatus completes it.
 class IWbemObjectSink : public IUnknown {
  public:
-  static constexpr Guid kIid{0x7C857801, 0x7381, 0x11CF, {0x88, 0x4D, 0, 0xAA, 0, 0x4B, 0x2E, 0x24}};
+  static constexpr Guid kIid{
+      0x7C857801, 0x7381, 0x11CF, {0x88, 0x4D, 0, 0xAA, 0, 0x4B, 0x2E, 0x24}};
 
   virtual HRESULT Indicate(std::int32_t count, IWbemClassObject** objects) = 0;
   // The error object may be null.
@@ -109,7 +115,8 @@ class IWbemObjectSink : public IUnknown {
 // What a client that shows messages and progress offers besides.
 class IWbemObjectSinkEx : public IWbemObjectSink {
  public:
-  static constexpr Guid kIid{0xE7D35CFA, 0x348B, 0x485E, {0xB5, 0x24, 0x25, 0x27, 0x25, 0xD6, 0x97, 0xCA}};
+  static constexpr Guid kIid{
+      0xE7D35CFA, 0x348B, 0x485E, {0xB5, 0x24, 0x25, 0x27, 0x25, 0xD6, 0x97, 0xCA}};
 
   // Channel 0 is for warnings.
   virtual HRESULT WriteMessage(std::uint32_t channel, const std::u16string& text) = 0;
@@ -127,12 +134,14 @@ class IWbemObjectSinkEx : public IWbemObjectSink {
 // Named values that a client sends along with a request.
 class IWbemContext : public IUnknown {
  public:
-  static constexpr Guid kIid{0x44ACA674, 0xE8FC, 0x11D0, {0xA0, 0x7C, 0, 0xC0, 0x4F, 0xB6, 0x88, 0x20}};
+  static constexpr Guid kIid{
+      0x44ACA674, 0xE8FC, 0x11D0, {0xA0, 0x7C, 0, 0xC0, 0x4F, 0xB6, 0x88, 0x20}};
 
   virtual HRESULT GetNames(std::vector<std::u16string>* names) = 0;
   // WBEM_E_NOT_FOUND when there is no such value; names compare ignoring case.
   virtual HRESULT GetValue(const std::u16string& name, std::int32_t flags, Variant* value) = 0;
-  virtual HRESULT SetValue(const std::u16string& name, std::int32_t flags, const Variant& value) = 0;
+  virtual HRESULT SetValue(const std::u16string& name, std::int32_t flags,
+                           const Variant& value) = 0;
 
  protected:
   ~IWbemContext() = default;
@@ -143,7 +152,8 @@ class IWbemContext : public IUnknown {
 // implementation does not offer returns WBEM_E_NOT_SUPPORTED.
 class IWbemServices : public IUnknown {
  public:
-  static constexpr Guid kIid{0x9556DC99, 0x828C, 0x11CF, {0xA3, 0x7E, 0, 0xAA, 0, 0x32, 0x40, 0xC7}};
+  static constexpr Guid kIid{
+      0x9556DC99, 0x828C, 0x11CF, {0xA3, 0x7E, 0, 0xAA, 0, 0x32, 0x40, 0xC7}};
   using Text = const std::u16string&;
 
   virtual HRESULT OpenNamespace(Text name, std::int32_t flags, IWbemContext* context,
@@ -173,8 +183,8 @@ class IWbemServices : public IUnknown {
                                       IWbemObjectSink* sink) = 0;
   virtual HRESULT CreateInstanceEnum(Text class_name, std::int32_t flags, IWbemContext* context,
                                      std::vector<ComPtr<IWbemClassObject>>* out) = 0;
-  virtual HRESULT CreateInstanceEnumAsync(Text class_name, std::int32_t flags, IWbemContext* context,
-                                          IWbemObjectSink* sink) = 0;
+  virtual HRESULT CreateInstanceEnumAsync(Text class_name, std::int32_t flags,
+                                          IWbemContext* context, IWbemObjectSink* sink) = 0;
   virtual HRESULT ExecQuery(Text language, Text query, std::int32_t flags, IWbemContext* context,
                             std::vector<ComPtr<IWbemClassObject>>* out) = 0;
   virtual HRESULT ExecQueryAsync(Text language, Text query, std::int32_t flags,
@@ -195,7 +205,8 @@ class IWbemServices : public IUnknown {
 
 class IWbemProviderInitSink : public IUnknown {
  public:
-  static constexpr Guid kIid{0x1BE41571, 0x91DD, 0x11D1, {0xAE, 0xB2, 0, 0xC0, 0x4F, 0xB6, 0x88, 0x20}};
+  static constexpr Guid kIid{
+      0x1BE41571, 0x91DD, 0x11D1, {0xAE, 0xB2, 0, 0xC0, 0x4F, 0xB6, 0x88, 0x20}};
 
   virtual HRESULT SetStatus(HRESULT status, std::int32_t flags) = 0;
 
@@ -205,7 +216,8 @@ class IWbemProviderInitSink : public IUnknown {
 
 class IWbemProviderInit : public IUnknown {
  public:
-  static constexpr Guid kIid{0x1BE41572, 0x91DD, 0x11D1, {0xAE, 0xB2, 0, 0xC0, 0x4F, 0xB6, 0x88, 0x20}};
+  static constexpr Guid kIid{
+      0x1BE41572, 0x91DD, 0x11D1, {0xAE, 0xB2, 0, 0xC0, 0x4F, 0xB6, 0x88, 0x20}};
 
   virtual HRESULT Initialize(const std::u16string* user, std::int32_t flags,
                              const std::u16string& namespace_name, const std::u16string* locale,
@@ -218,8 +230,8 @@ class IWbemProviderInit : public IUnknown {
 
 // ---- Object paths ----
 
-inline constexpr Guid CLSID_WbemDefPath{0xCF4CC405, 0xE2C5, 0x4DDD,
-                                        {0xB3, 0xCE, 0x5E, 0x75, 0x82, 0xD8, 0xC9, 0xFA}};
+inline constexpr Guid CLSID_WbemDefPath{
+    0xCF4CC405, 0xE2C5, 0x4DDD, {0xB3, 0xCE, 0x5E, 0x75, 0x82, 0xD8, 0xC9, 0xFA}};
 inline constexpr std::uint32_t WBEMPATH_CREATE_ACCEPT_ALL = 4;
 // What IWbemPath::GetInfo reports.
 inline constexpr std::uint64_t WBEMPATH_INFO_IS_CLASS_REF = 0x4;
@@ -228,7 +240,8 @@ inline constexpr std::uint64_t WBEMPATH_INFO_IS_SINGLETON = 0x1000;
 
 class IWbemPathKeyList : public IUnknown {
  public:
-  static constexpr Guid kIid{0x9AE62877, 0x7544, 0x4BB0, {0xAA, 0x26, 0xA1, 0x38, 0x24, 0x65, 0x9E, 0xD6}};
+  static constexpr Guid kIid{
+      0x9AE62877, 0x7544, 0x4BB0, {0xAA, 0x26, 0xA1, 0x38, 0x24, 0x65, 0x9E, 0xD6}};
 
   virtual HRESULT GetCount(std::uint32_t* count) = 0;
   // Adds the key or replaces its value; names compare ignoring case.
@@ -245,7 +258,8 @@ class IWbemPathKeyList : public IUnknown {
 // One object path, parsed or built: [\\server\][namespace:]Class[.Key=value,…|=value|=@].
 class IWbemPath : public IUnknown {
  public:
-  static constexpr Guid kIid{0x3BC15AF2, 0x736C, 0x477E, {0x9E, 0x51, 0x23, 0x8A, 0xF8, 0x66, 0x7D, 0xCC}};
+  static constexpr Guid kIid{
+      0x3BC15AF2, 0x736C, 0x477E, {0x9E, 0x51, 0x23, 0x8A, 0xF8, 0x66, 0x7D, 0xCC}};
 
   // WBEM_E_INVALID_PARAMETER for a text that is no path; the object is then as it was.
   virtual HRESULT SetText(std::uint32_t mode, const std::u16string& text) = 0;
@@ -265,13 +279,14 @@ class IWbemPath : public IUnknown {
 
 // ---- Date-times ----
 
-inline constexpr Guid CLSID_SWbemDateTime{0x47DFBE54, 0xCF76, 0x11D3,
-                                          {0xB3, 0x8F, 0, 0x10, 0x5A, 0x1F, 0x47, 0x3A}};
+inline constexpr Guid CLSID_SWbemDateTime{
+    0x47DFBE54, 0xCF76, 0x11D3, {0xB3, 0x8F, 0, 0x10, 0x5A, 0x1F, 0x47, 0x3A}};
 
 // Builds the text form yyyymmddHHMMSS.mmmmmm+ooo. A part out of range is WBEM_E_INVALID_PARAMETER.
 class ISWbemDateTime : public IUnknown {
  public:
-  static constexpr Guid kIid{0x5E97458A, 0xCF77, 0x11D3, {0xB3, 0x8F, 0, 0x10, 0x5A, 0x1F, 0x47, 0x3A}};
+  static constexpr Guid kIid{
+      0x5E97458A, 0xCF77, 0x11D3, {0xB3, 0x8F, 0, 0x10, 0x5A, 0x1F, 0x47, 0x3A}};
 
   virtual HRESULT SetYear(std::int32_t value) = 0;
   virtual HRESULT SetMonth(std::int32_t value) = 0;
