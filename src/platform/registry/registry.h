@@ -1,9 +1,9 @@
 // The typed values of the machine's configuration keys.
 //
-// A key is a path below one of the predefined roots; names of keys and values compare ignoring case.
-// Each call is complete in itself: nothing is cached, and a value written by another process is seen
-// by the next read. Safe from any thread and from several processes. Writes are durable on return.
-// Failures come back as Win32 error codes, since callers quote them.
+// A key is a path below one of the predefined roots; names of keys and values compare ignoring
+// case. Each call is complete in itself: nothing is cached, and a value written by another process
+// is seen by the next read. Safe from any thread and from several processes. Writes are durable on
+// return. Failures come back as Win32 error codes, since callers quote them.
 #pragma once
 
 #include <cstdint>
@@ -66,7 +66,8 @@ class Registry {
   virtual Win32Error DeleteTree(const KeyPath& key) = 0;
   // Names of the keys directly below, sorted.
   virtual Win32Error EnumerateKeys(const KeyPath& key, std::vector<std::u16string>& out) const = 0;
-  virtual Win32Error EnumerateValues(const KeyPath& key, std::vector<std::u16string>& out) const = 0;
+  virtual Win32Error EnumerateValues(const KeyPath& key,
+                                     std::vector<std::u16string>& out) const = 0;
 
   // ERROR_FILE_NOT_FOUND when the key or the value is missing. The empty name is the key's default
   // value.
@@ -79,8 +80,8 @@ class Registry {
 };
 
 // The registry kept in the SQLite file `file` (UTF-8 path), created when missing. `user_sid` says
-// whose HKEY_CURRENT_USER this is. HKEY_CLASSES_ROOT reads the user's classes over the machine's and
-// writes the machine's. An error leaves `out` empty.
+// whose HKEY_CURRENT_USER this is. HKEY_CLASSES_ROOT reads the user's classes over the machine's
+// and writes the machine's. An error leaves `out` empty.
 Win32Error OpenRegistryFile(const std::string& file, const std::u16string& user_sid,
                             std::unique_ptr<Registry>& out);
 

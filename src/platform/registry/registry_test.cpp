@@ -1,0 +1,280 @@
+#include "platform/registry/registry.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+namespace kelvarion::platform {
+namespace {
+
+using Names = std::vector<std::u16string>;
+
+constexpr const char16_t* kSid = u"S-1-22-1-1000";
+
+class RegistryTest : public testing::Test {
+ protected:
+  RegistryTest() {
+    char pattern[] = "/tmp/kv-registry-XXXXXX";
+    folder_ = mkdtemp(pattern);
+    file_ = folder_ + "/registry.db";
+  }
+  ~RegistryTest() override { std::filesystem::remove_all(folder_); }
+
+  std::unique_ptr<Registry> Open(const char16_t* sid = kSid) const {
+    std::unique_ptr<Registry> registry;
+    EXPECT_EQ(OpenRegistryFile(file_, sid, registry), ERROR_SUCCESS);
+    return registry;
+  }
+
+  std::string folder_;
+  std::string file_;
+};
+
+RegistryValue Text(const char16_t* text) { return RegistryValue::String(text); }
+
+std::vector<std::uint8_t> Data(const Registry& registry, const KeyPath& key,
+                               const std::u16string& name) {
+  RegistryValue value;
+  EXPECT_EQ(registry.Query(key, name, value), ERROR_SUCCESS);
+  return value.data;
+}
+
+const KeyPath kKey{RootKey::kLocalMachine, u"Software\\Test"};
+
+TEST(RegistryValueTest, HoldsTheBytesThatOtherToolsExpect) {
+  using Bytes = std::vector<std::uint8_t>;
+  EXPECT_EQ(RegistryValue::String(u"a\u20AC").data, (Bytes{'a', 0, 0xAC, 0x20, 0, 0}));
+  EXPECT_EQ(RegistryValue::String(u"").data, (Bytes{0, 0}));
+  EXPECT_EQ(RegistryValue::Dword(0x01020304).data, (Bytes{4, 3, 2, 1}));
+  EXPECT_EQ(RegistryValue::MultiString({u"a", u"b"}).data,
+            (Bytes{'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}));
+  EXPECT_EQ(RegistryValue::MultiString({}).data, (Bytes{0, 0}));
+}
+
+TEST_F(RegistryTest, ValuesOfEveryTypeComeBackAfterReopening) {
+  const std::pair<std::u16string, RegistryValue> rows[] = {
+      {u"text", Text(u"caf\u00E9 \U0001F600")},
+      {u"number", RegistryValue::Dword(0xFFFFFFFF)},
+      {u"list", RegistryValue::MultiString({u"127.0.0.1", u"::1"})},
+      {u"", Text(u"default value")},
+      {u"empty", {RegistryType::kBinary, {}}},
+      {u"odd", {RegistryType::kExpandString, {0, 0xD8, 1}}},
+  };
+  {
+    const auto registry = Open();
+    ASSERT_EQ(registry->CreateKey(kKey), ERROR_SUCCESS);
+    for (const auto& [name, value] : rows) EXPECT_EQ(registry->Set(kKey, name, value), 0u);
+  }
+  const auto registry = Open();
+  for (const auto& [name, value] : rows) {
+    RegistryValue found;
+    EXPECT_EQ(registry->Query(kKey, name, found), ERROR_SUCCESS);
+    EXPECT_EQ(found.type, value.type);
+    EXPECT_EQ(found.data, value.data);
+  }
+  Names names;
+  EXPECT_EQ(registry->EnumerateValues(kKey, names), ERROR_SUCCESS);
+  EXPECT_EQ(names, (Names{u"", u"empty", u"list", u"number", u"odd", u"text"}));
+}
+
+TEST_F(RegistryTest, WhatIsMissingIsNotFound) {
+  const auto registry = Open();
+  const KeyPath missing{RootKey::kLocalMachine, u"None"};
+  const KeyPath no_root{RootKey::kPerformanceData, u"Software"};
+  RegistryValue value;
+  Names names{u"old"};
+  EXPECT_EQ(registry->OpenKey(missing), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->OpenKey({RootKey::kLocalMachine, u""}), ERROR_SUCCESS);
+  EXPECT_EQ(registry->Set(missing, u"a", Text(u"x")), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->OpenKey(missing), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->Query(missing, u"a", value), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->DeleteValue(missing, u"a"), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->DeleteTree(missing), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->EnumerateKeys(missing, names), ERROR_FILE_NOT_FOUND);
+  EXPECT_TRUE(names.empty());
+  EXPECT_EQ(registry->CreateKey(no_root), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(registry->CreateKey({RootKey::kLocalMachine, u"a\xD800"}), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(registry->DeleteTree({RootKey::kLocalMachine, u""}), ERROR_ACCESS_DENIED);
+  ASSERT_EQ(registry->CreateKey(kKey), ERROR_SUCCESS);
+  EXPECT_EQ(registry->Set(kKey, std::u16string(u"a\0b", 3), Text(u"")), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(registry->DeleteValue(kKey, u"a"), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryTest, NamesCompareIgnoringCaseAndKeepTheirFirstForm) {
+  const auto registry = Open();
+  ASSERT_EQ(registry->CreateKey({RootKey::kLocalMachine, u"Software\\\u00C4pfel"}), ERROR_SUCCESS);
+  const KeyPath other{RootKey::kLocalMachine, u"SOFTWARE\\\u00E4PFEL\\"};
+  EXPECT_EQ(registry->CreateKey(other), ERROR_SUCCESS);
+  EXPECT_EQ(registry->Set(other, u"UseSSL", Text(u"0")), ERROR_SUCCESS);
+  EXPECT_EQ(registry->Set(other, u"usessl", Text(u"1")), ERROR_SUCCESS);
+  EXPECT_EQ(Data(*registry, other, u"USESSL"), Text(u"1").data);
+  Names names;
+  EXPECT_EQ(registry->EnumerateValues(other, names), ERROR_SUCCESS);
+  EXPECT_EQ(names, Names{u"UseSSL"});
+  EXPECT_EQ(registry->EnumerateKeys({RootKey::kLocalMachine, u"software"}, names), ERROR_SUCCESS);
+  EXPECT_EQ(names, Names{u"\u00C4pfel"});
+}
+
+TEST_F(RegistryTest, ADeletedTreeTakesWhatIsBelowAndNoNeighbour) {
+  const auto registry = Open();
+  for (const char16_t* path : {u"A\\B\\C", u"A\\B]", u"A\\B C", u"A\\BB"}) {
+    const KeyPath key{RootKey::kLocalMachine, path};
+    ASSERT_EQ(registry->CreateKey(key), ERROR_SUCCESS);
+    ASSERT_EQ(registry->Set(key, u"v", Text(path)), ERROR_SUCCESS);
+  }
+  EXPECT_EQ(registry->DeleteTree({RootKey::kLocalMachine, u"a\\b"}), ERROR_SUCCESS);
+  Names names;
+  EXPECT_EQ(registry->EnumerateKeys({RootKey::kLocalMachine, u"A"}, names), ERROR_SUCCESS);
+  EXPECT_EQ(names, (Names{u"B C", u"B]", u"BB"}));
+  for (const std::u16string& name : names)
+    EXPECT_NE(Data(*registry, {RootKey::kLocalMachine, u"A\\" + name}, u"v").size(), 0u);
+  // Nothing of a deleted key shows up in a new one of its name.
+  const KeyPath again{RootKey::kLocalMachine, u"A\\B\\C"};
+  ASSERT_EQ(registry->CreateKey(again), ERROR_SUCCESS);
+  RegistryValue value;
+  EXPECT_EQ(registry->Query(again, u"v", value), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryTest, TheUsersKeyIsTheOneOfTheirSid) {
+  const auto registry = Open();
+  const KeyPath mine{RootKey::kCurrentUser, u"Software"};
+  ASSERT_EQ(registry->CreateKey(mine), ERROR_SUCCESS);
+  EXPECT_EQ(registry->Set(mine, u"v", Text(u"x")), ERROR_SUCCESS);
+  EXPECT_EQ(registry->Set({RootKey::kCurrentUser, u""}, u"top", Text(u"y")), ERROR_SUCCESS);
+  const KeyPath full{RootKey::kUsers, std::u16string(kSid) + u"\\Software"};
+  EXPECT_EQ(Data(*registry, full, u"v"), Text(u"x").data);
+  EXPECT_EQ(Open(u"S-1-22-1-1001")->OpenKey(mine), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(RegistryTest, ClassesAreTheUsersOverTheMachines) {
+  const auto registry = Open();
+  const KeyPath classes{RootKey::kClassesRoot, u"CLSID"};
+  const KeyPath user{RootKey::kCurrentUser, u"Software\\Classes\\CLSID"};
+  const KeyPath machine{RootKey::kLocalMachine, u"Software\\Classes\\CLSID"};
+  ASSERT_EQ(registry->CreateKey(classes), ERROR_SUCCESS);
+  EXPECT_EQ(registry->OpenKey(user), ERROR_FILE_NOT_FOUND);
+  ASSERT_EQ(registry->Set(classes, u"where", Text(u"machine")), ERROR_SUCCESS);
+  EXPECT_EQ(Data(*registry, machine, u"where"), Text(u"machine").data);
+  ASSERT_EQ(registry->CreateKey({RootKey::kCurrentUser, u"Software\\Classes\\CLSID\\Mine"}), 0u);
+  ASSERT_EQ(registry->CreateKey({RootKey::kClassesRoot, u"CLSID\\mine"}), ERROR_SUCCESS);
+  ASSERT_EQ(registry->Set(user, u"Where", Text(u"user")), ERROR_SUCCESS);
+  EXPECT_EQ(Data(*registry, classes, u"where"), Text(u"user").data);
+  Names names;
+  EXPECT_EQ(registry->EnumerateKeys(classes, names), ERROR_SUCCESS);
+  EXPECT_EQ(names, Names{u"Mine"});
+}
+
+TEST_F(RegistryTest, FilesAreTheOwnersAloneAndNothingElseRemains) {
+  const auto registry = Open();
+  ASSERT_EQ(registry->CreateKey(kKey), ERROR_SUCCESS);
+  for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+    struct stat status {};
+    ASSERT_EQ(stat(entry.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u) << entry.path();
+    EXPECT_TRUE(entry.path().string().starts_with(file_)) << entry.path();
+    EXPECT_EQ(status.st_nlink, 1u);
+  }
+}
+
+TEST_F(RegistryTest, AFileThatIsNoRegistryIsRefusedAndLeftAlone) {
+  std::ofstream(file_) << std::string(5000, 'x');
+  std::unique_ptr<Registry> registry;
+  EXPECT_EQ(OpenRegistryFile(file_, kSid, registry), ERROR_BADDB);
+  EXPECT_EQ(registry, nullptr);
+  EXPECT_EQ(std::filesystem::file_size(file_), 5000u);
+  EXPECT_EQ(OpenRegistryFile(folder_ + "/none/registry.db", kSid, registry), ERROR_PATH_NOT_FOUND);
+}
+
+template <class Body>
+pid_t Fork(const Body& body) {
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    _exit(0);
+  }
+  return child;
+}
+
+bool EndsWell(pid_t child) {
+  int status = 0;
+  return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Eight processes start on an empty folder: one makes the file, all write.
+TEST_F(RegistryTest, ProcessesThatStartTogetherLoseNoWrite) {
+  constexpr std::uint32_t kProcesses = 8;
+  constexpr std::uint32_t kWrites = 10;
+  std::vector<pid_t> children;
+  for (std::uint32_t process = 0; process < kProcesses; ++process)
+    children.push_back(Fork([&] {
+      std::unique_ptr<Registry> registry;
+      if (OpenRegistryFile(file_, kSid, registry) || registry->CreateKey(kKey)) _exit(1);
+      for (std::uint32_t i = 0; i < kWrites; ++i) {
+        const std::u16string name = {static_cast<char16_t>(u'a' + process),
+                                     static_cast<char16_t>(u'0' + i)};
+        if (registry->Set(kKey, name, RegistryValue::Dword(i))) _exit(2);
+      }
+    }));
+  for (const pid_t child : children) EXPECT_TRUE(EndsWell(child));
+  Names names;
+  EXPECT_EQ(Open()->EnumerateValues(kKey, names), ERROR_SUCCESS);
+  EXPECT_EQ(names.size(), kProcesses * kWrites);
+}
+
+// What a writer was told is written stays written, and the file stays good.
+TEST_F(RegistryTest, AKilledWriterLosesNothingThatItWasTold) {
+  ASSERT_EQ(Open()->CreateKey(kKey), ERROR_SUCCESS);
+  std::uint32_t next = 0;
+  for (int round = 0; round < 8; ++round) {
+    int channel[2];
+    ASSERT_EQ(pipe(channel), 0);
+    const pid_t child = Fork([&] {
+      const auto registry = Open();
+      for (std::uint32_t i = next;; ++i) {
+        if (registry->Set(kKey, u"counter", RegistryValue::Dword(i))) _exit(1);
+        if (write(channel[1], &i, sizeof i) != sizeof i) _exit(1);
+      }
+    });
+    close(channel[1]);
+    std::uint32_t told = 0;
+    for (int i = 0; i <= round; ++i)
+      ASSERT_EQ(read(channel[0], &told, sizeof told), static_cast<ssize_t>(sizeof told));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    while (read(channel[0], &told, sizeof told) > 0) {
+    }
+    close(channel[0]);
+    const std::vector<std::uint8_t> data = Data(*Open(), kKey, u"counter");
+    // The write after the last one told may have happened, too.
+    EXPECT_TRUE(data == RegistryValue::Dword(told).data ||
+                data == RegistryValue::Dword(told + 1).data);
+    next = told + 1;
+  }
+}
+
+TEST_F(RegistryTest, ThreadsShareOneRegistry) {
+  const auto registry = Open();
+  ASSERT_EQ(registry->CreateKey(kKey), ERROR_SUCCESS);
+  std::vector<std::thread> threads;
+  for (char16_t name = u'a'; name < u'e'; ++name)
+    threads.emplace_back([&registry, name] {
+      for (std::uint32_t i = 0; i < 20; ++i) {
+        const RegistryValue written = RegistryValue::Dword(i);
+        RegistryValue read;
+        EXPECT_EQ(registry->Set(kKey, {name}, written), ERROR_SUCCESS);
+        EXPECT_EQ(registry->Query(kKey, {name}, read), ERROR_SUCCESS);
+        EXPECT_EQ(read.data, written.data);
+      }
+    });
+  for (std::thread& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace kelvarion::platform
