@@ -1,0 +1,126 @@
+#include "tests/support/test_home.h"
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "platform/text/encoding.h"
+
+namespace kelvarion::testing {
+namespace {
+
+[[noreturn]] void Fail(const std::string& text) { throw std::runtime_error(text); }
+
+void Require(Win32Error error, const char* what) {
+  if (error != ERROR_SUCCESS) Fail(what + std::string(" failed: ") + std::to_string(error));
+}
+
+std::u16string Wide(const std::string& native) { return platform::Utf16ForDisplay(native); }
+
+}  // namespace
+
+void CollectedEvents::LogException(const Exception& exception) {
+  texts.push_back(u"error: " + exception.Message());
+}
+
+void CollectedEvents::LogUnknownException() { texts.push_back(u"error: unknown"); }
+
+void CollectedEvents::LogWarning(const std::u16string& text) {
+  texts.push_back(u"warning: " + text);
+}
+
+Win32Error CollectedEvents::LogRepositoryPermissionsChanged(const std::u16string& repository,
+                                                            const std::u16string& path,
+                                                            const std::u16string& old_description,
+                                                            const std::u16string& new_description,
+                                                            bool reset_children) {
+  texts.push_back(u"repository: " + repository + u"|" + path + u"|" + old_description + u"|" +
+                  new_description + u"|" + (reset_children ? u"reset" : u"keep"));
+  return report_result;
+}
+
+Win32Error CollectedEvents::LogGlobalPermissionsChanged(const std::u16string& old_description,
+                                                        const std::u16string& new_description) {
+  texts.push_back(u"global: " + old_description + u"|" + new_description);
+  return report_result;
+}
+
+void CollectedEvents::LogReportFailure(const std::u16string& text) {
+  texts.push_back(u"report failure: " + text);
+}
+
+TemporaryFolder::TemporaryFolder() {
+  char pattern[] = "/tmp/kelvarion-test-XXXXXX";
+  if (!mkdtemp(pattern)) Fail("no temporary folder");
+  native_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(native_, ignored);
+}
+
+std::u16string TemporaryFolder::path() const { return Wide(native_); }
+
+TestHome::TestHome() {
+  std::u16string error;
+  machine_ = platform::OpenMachine(folder(), error);
+  if (!machine_) Fail("no machine: " + platform::Utf8ForDisplay(error));
+  std::filesystem::create_directories(root());
+  std::filesystem::create_directories(install_folder());
+
+  const platform::KeyPath key{platform::RootKey::kLocalMachine, kServerKeyPath};
+  Require(machine_->registry->CreateKey(key), "creating the key");
+  const std::pair<const char16_t*, std::u16string> settings[] = {
+      {u"RepositoriesRoot", Wide(root())},
+      {u"InstallDir", Wide(install_folder())},
+      {u"ServerPort", u"8080"},
+      {u"SSLServerPort", u"8443"},
+  };
+  for (const auto& [name, text] : settings) {
+    Require(machine_->registry->Set(key, name, platform::RegistryValue::String(text)),
+            "writing a setting");
+  }
+  for (const char16_t* group : {u"Kelvarion Server Admins", u"Kelvarion Repository Supervisors",
+                                u"Kelvarion Replication Partners"}) {
+    Require(machine_->security->CreateGroup(group), "creating a group");
+  }
+  configuration_ = std::make_unique<RegistryAccessor>(*machine_->registry);
+  events_ = std::make_unique<CollectedEvents>();
+  context_ = std::make_unique<ServerContext>(*configuration_, *events_, *machine_);
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) Fail("cannot read " + path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+void WriteFile(const std::string& path, std::string_view text) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(text.data(), static_cast<std::streamsize>(text.size()));
+  file.close();
+  if (!file) Fail("cannot write " + path);
+}
+
+std::string Run(const std::string& command, int* status) {
+  std::FILE* const pipe = popen(("{ " + command + "; } 2>&1").c_str(), "r");
+  if (!pipe) Fail("cannot run " + command);
+  std::string output;
+  char buffer[4096];
+  while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, pipe)) {
+    output.append(buffer, got);
+  }
+  const int result = pclose(pipe);
+  if (status) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
+  return output;
+}
+
+}  // namespace kelvarion::testing

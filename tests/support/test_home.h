@@ -1,0 +1,82 @@
+// A home of its own for a test: settings, accounts, repositories root and event log, all real, in a
+// temporary folder that goes with the object.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "config/registry_accessor.h"
+#include "context/server_context.h"
+#include "platform/machine/machine.h"
+
+namespace kelvarion::testing {
+
+// Keeps what the domain reports, one text a report. Used by one thread at a time.
+class CollectedEvents final : public IcEventLogger {
+ public:
+  void LogException(const Exception& exception) override;
+  void LogUnknownException() override;
+  void LogWarning(const std::u16string& text) override;
+  Win32Error LogRepositoryPermissionsChanged(const std::u16string& repository,
+                                             const std::u16string& path,
+                                             const std::u16string& old_description,
+                                             const std::u16string& new_description,
+                                             bool reset_children) override;
+  Win32Error LogGlobalPermissionsChanged(const std::u16string& old_description,
+                                         const std::u16string& new_description) override;
+  void LogReportFailure(const std::u16string& text) override;
+
+  // "warning: …", "error: …", "repository: name|path|old|new|reset", "global: old|new",
+  // "report failure: …".
+  std::vector<std::u16string> texts;
+  // What reports of changed permissions return.
+  Win32Error report_result = ERROR_SUCCESS;
+};
+
+// An empty folder for a test, removed with everything in it.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  ~TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  const std::string& native() const { return native_; }
+  std::u16string path() const;
+
+ private:
+  std::string native_;
+};
+
+// Settings: an existing, empty repositories root, an installation folder and ports; Subversion
+// authentication over HTTP. The three local groups exist and are empty.
+class TestHome {
+ public:
+  TestHome();
+
+  const ServerContext& context() const { return *context_; }
+  IcRegistryAccessor& configuration() const { return *configuration_; }
+  const std::shared_ptr<platform::Machine>& machine() const { return machine_; }
+  CollectedEvents& events() const { return *events_; }
+  // UTF-8 paths.
+  const std::string& folder() const { return folder_.native(); }
+  std::string root() const { return folder() + "/repositories"; }
+  std::string install_folder() const { return folder() + "/server"; }
+
+ private:
+  TemporaryFolder folder_;
+  std::shared_ptr<platform::Machine> machine_;
+  std::unique_ptr<RegistryAccessor> configuration_;
+  std::unique_ptr<CollectedEvents> events_;
+  std::unique_ptr<ServerContext> context_;
+};
+
+// Whole files by UTF-8 path; a file that cannot be read or written fails the test.
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, std::string_view text);
+
+// Runs a shell command and returns what it writes to stdout and stderr; `status` gets its exit
+// code.
+std::string Run(const std::string& command, int* status = nullptr);
+
+}  // namespace kelvarion::testing
