@@ -1,0 +1,140 @@
+#include "host/provider_host.h"
+
+#include "errors/exception.h"
+#include "errors/hresult_text.h"
+#include "host/collecting_sink.h"
+#include "host/text.h"
+#include "platform/process/process.h"
+#include "platform/security/security.h"
+
+namespace kelvarion::host {
+namespace {
+
+constexpr const char16_t* kNamespaceName = u"root\\Kelvarion";
+
+class InitSink final : public ComObject<IWbemProviderInitSink> {
+ public:
+  HRESULT SetStatus(HRESULT status, std::int32_t) override {
+    status_ = status;
+    return S_OK;
+  }
+  HRESULT status() const { return status_; }
+
+ private:
+  HRESULT status_ = E_UNEXPECTED;
+};
+
+ComPtr<IWbemServices> CreateProvider() {
+  ComPtr<IWbemServices> provider;
+  const HRESULT hr = CoCreateInstance(kProviderClass, IWbemServices::kIid, provider.PutVoid());
+  if (hr == REGDB_E_CLASSNOTREG)
+    throw SimpleException(u"The provider is not registered in this home; run init again.");
+  if (Failed(hr)) {
+    std::u16string reason = Utf16(LastLoadError());
+    if (reason.empty()) reason = HresultText(hr);
+    throw SimpleException(u"The provider cannot be loaded: %s", reason);
+  }
+  return provider;
+}
+
+}  // namespace
+
+ClientToken OwnToken() {
+  return {platform::CurrentUserSid(), platform::CurrentGroupSids(),
+          ImpersonationLevel::kImpersonation};
+}
+
+ProviderHost::ProviderHost(std::shared_ptr<platform::Machine> machine,
+                           std::shared_ptr<const Schema> schema)
+    : schema_(std::move(schema)) {
+  platform::SetCurrentMachine(std::move(machine));
+  provider_ = CreateProvider();
+  const auto init = provider_.As<IWbemProviderInit>();
+  const auto sink = MakeCom<InitSink>();
+  const ScopedClient client(OwnToken());
+  HRESULT hr = E_NOINTERFACE;
+  if (init) {
+    hr = init->Initialize(nullptr, 0, kNamespaceName, nullptr, schema_->name_space().Get(),
+                          MakeContext().Get(), sink.Get());
+  }
+  if (Succeeded(hr)) hr = sink->status();
+  if (Failed(hr)) {
+    throw SimpleException(u"The provider cannot be initialised: %s The event log says why.",
+                          HresultText(hr));
+  }
+}
+
+Reply ProviderHost::Get(const std::u16string& path, IWbemContext* context, Observer* observer) {
+  return Run(
+      observer,
+      [&](IWbemObjectSink* sink) { return provider_->GetObjectAsync(path, 0, context, sink); },
+      nullptr);
+}
+
+Reply ProviderHost::Put(IWbemClassObject* instance, IWbemContext* context, Observer* observer) {
+  return Run(
+      observer,
+      [&](IWbemObjectSink* sink) {
+        return provider_->PutInstanceAsync(instance, 0, context, sink);
+      },
+      nullptr);
+}
+
+Reply ProviderHost::Delete(const std::u16string& path, IWbemContext* context, Observer* observer) {
+  return Run(
+      observer,
+      [&](IWbemObjectSink* sink) { return provider_->DeleteInstanceAsync(path, 0, context, sink); },
+      nullptr);
+}
+
+Reply ProviderHost::Enumerate(const std::u16string& class_name, IWbemContext* context,
+                              Observer* observer) {
+  return Run(
+      observer,
+      [&](IWbemObjectSink* sink) {
+        return provider_->CreateInstanceEnumAsync(class_name, 0, context, sink);
+      },
+      nullptr);
+}
+
+Reply ProviderHost::Call(const std::u16string& path, const std::u16string& method,
+                         IWbemContext* context, IWbemClassObject* in, Observer* observer) {
+  Variant activity;
+  if (context) context->GetValue(u"ActivityId", 0, &activity);
+  return Run(
+      observer,
+      [&](IWbemObjectSink* sink) {
+        return provider_->ExecMethodAsync(path, method, 0, context, in, sink);
+      },
+      [&] {
+        if (activity.type() == VT_BSTR) CancelActivity(activity.AsString());
+      });
+}
+
+Reply ProviderHost::Run(Observer* observer, const Request& request,
+                        const std::function<void()>& cancel) {
+  const auto sink = MakeCom<CollectingSink>(observer);
+  const platform::InterruptWatch watch([&] {
+    sink->Cancel();
+    if (cancel) cancel();
+  });
+  const ScopedClient client(OwnToken());
+  const HRESULT returned = request(sink.Get());
+  return sink->Wait(returned);
+}
+
+void ProviderHost::CancelActivity(const std::u16string& id) {
+  const ObjectPtr activities = schema_->Find(u"Kelvarion_Activity");
+  ObjectPtr signature;
+  ObjectPtr in;
+  if (!activities || Failed(activities->GetMethod(u"Cancel", 0, signature.Put(), nullptr)) ||
+      !signature || Failed(signature->SpawnInstance(0, in.Put())) ||
+      Failed(in->Put(u"Id", 0, Variant::FromString(id), CIM_STRING)))
+    return;
+  const auto sink = MakeCom<CollectingSink>(nullptr);
+  const ScopedClient client(OwnToken());
+  sink->Wait(provider_->ExecMethodAsync(u"Kelvarion_Activity", u"Cancel", 0, nullptr, in.Get(),
+                                        sink.Get()));
+}
+
+}  // namespace kelvarion::host

@@ -1,0 +1,50 @@
+// The host of the provider: it finds the provider by its class identifier, creates it from the
+// library that the registry of the home names, and talks to it through the five entry points alone.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/argument.h"
+#include "host/reply.h"
+#include "host/schema.h"
+#include "platform/com/class_object.h"
+#include "platform/machine/machine.h"
+
+namespace kelvarion::host {
+
+inline constexpr Guid kProviderClass{
+    0x565B8FB4, 0xEE30, 0x4EE3, {0x9B, 0x5B, 0xE2, 0x85, 0x67, 0x8F, 0x1F, 0x9D}};
+
+// The account that this process runs as, able to act.
+ClientToken OwnToken();
+
+// Requests may be made from several threads; each runs on the thread that makes it. Once a request
+// has been made, an interrupt asks it to stop and waits for its clean-up. One host per process.
+class ProviderHost {
+ public:
+  // Makes `machine` the current one. Throws SimpleException when the provider is not registered,
+  // does not load or cannot be initialised.
+  ProviderHost(std::shared_ptr<platform::Machine> machine, std::shared_ptr<const Schema> schema);
+
+  // A request that was refused before it began is a reply like any other. The context may be null.
+  Reply Get(const std::u16string& path, IWbemContext* context, Observer* observer);
+  Reply Put(IWbemClassObject* instance, IWbemContext* context, Observer* observer);
+  Reply Delete(const std::u16string& path, IWbemContext* context, Observer* observer);
+  Reply Enumerate(const std::u16string& class_name, IWbemContext* context, Observer* observer);
+  // An interrupt also cancels the activity that the context names. `in` may be null.
+  Reply Call(const std::u16string& path, const std::u16string& method, IWbemContext* context,
+             IWbemClassObject* in, Observer* observer);
+
+ private:
+  using Request = std::function<HRESULT(IWbemObjectSink*)>;
+  Reply Run(Observer* observer, const Request& request, const std::function<void()>& cancel);
+  void CancelActivity(const std::u16string& id);
+
+  std::shared_ptr<const Schema> schema_;
+  ComPtr<IWbemServices> provider_;
+};
+
+}  // namespace kelvarion::host
