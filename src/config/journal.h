@@ -35,6 +35,7 @@ class JournalFile {
  private:
   void WriteRecord(std::uint32_t tag, const std::vector<std::uint8_t>& data);
   std::vector<std::uint8_t> ReadRecord(std::uint32_t expected_tag);
+  std::vector<std::uint8_t> ReadBytes(std::size_t size);
 
   platform::File file_;
 };

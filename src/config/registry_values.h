@@ -34,10 +34,10 @@ class RegistryValues {
   void Restore(const std::u16string& name, JournalFile& journal);
 
  private:
-  // False when the key or the value is missing.
-  bool Find(const std::u16string& name, platform::RegistryValue& out) const;
   bool KeyExists() const;
   void OpenForWriting() const;
+  void SetRaw(const std::u16string& name, const platform::RegistryValue& value);
+  [[noreturn]] void ThrowCannotOpen(Win32Error error) const;
 
   platform::Registry& registry_;
   platform::KeyPath key_;
