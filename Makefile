@@ -1,0 +1,42 @@
+# The front door. Everything here is a line or two over CMake, ctest and tools/.
+
+BUILD := build
+JOBS ?= $(shell nproc)
+
+.PHONY: help build run stop test bench check docs clean packages
+
+help: ## List the targets
+	@grep -hE '^[a-z]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 10
+
+packages: ## Install the Debian packages that are missing
+	@tools/install-packages
+
+$(BUILD)/build.ninja: CMakeLists.txt CMakePresets.json | packages
+	@cmake --preset dev
+
+build: packages $(BUILD)/build.ninja ## Build the programs (build/bin) and the provider library (build/lib)
+	@cmake --build $(BUILD) --parallel $(JOBS) --target programs
+
+run: build ## Make a home with a demo repository, start the server, prove it with svn
+	@tools/run
+
+stop: ## Stop the server that `make run` started
+	@tools/stop
+
+test: packages $(BUILD)/build.ninja ## Build and run every test
+	@cmake --build $(BUILD) --parallel $(JOBS)
+	@ctest --test-dir $(BUILD) --output-on-failure -j2
+
+bench: packages $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data)
+	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-bench
+	@$(BUILD)/bin/kelvarion-bench
+
+check: ## Check the rules of the source tree and its formatting
+	@tools/check
+	@tools/check-format
+
+docs: build ## Generate docs/classes/ from the schema
+	@tools/generate-class-docs
+
+clean: ## Remove everything that was built
+	@rm -rf $(BUILD)
