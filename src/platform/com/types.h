@@ -92,6 +92,7 @@ inline constexpr Win32Error ERROR_DIRECTORY = 267;
 inline constexpr Win32Error ERROR_NO_TOKEN = 1008;
 inline constexpr Win32Error ERROR_BADDB = 1009;
 inline constexpr Win32Error ERROR_REGISTRY_IO_FAILED = 1016;
+inline constexpr Win32Error ERROR_INVALID_SERVICE_CONTROL = 1052;
 inline constexpr Win32Error ERROR_SERVICE_REQUEST_TIMEOUT = 1053;
 inline constexpr Win32Error ERROR_SERVICE_ALREADY_RUNNING = 1056;
 inline constexpr Win32Error ERROR_SERVICE_DISABLED = 1058;

@@ -1,0 +1,30 @@
+// Grants on folders, from SIDs to POSIX entries and back.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/security/group_store.h"
+#include "platform/security/posix_access.h"
+#include "platform/security/security.h"
+
+namespace kelvarion::platform {
+
+// The Unix accounts that the grants mean on this machine now: a local group stands for its members.
+// Accounts that need no entry (root, and an ordinary user for himself) and those that no Unix
+// process can have are left out.
+PosixAccess ResolveGrants(const GroupStore& groups, const std::vector<AccessGrant>& grants);
+
+// What is written but not there in reality is left out; a folder without a list of its own is read
+// as its POSIX list says.
+Win32Error ReadFolderGrants(const GroupStore& groups, const std::string& folder,
+                            std::vector<AccessGrant>& out);
+
+// The folder's list becomes this one, carried out on the tree below before it is kept.
+Win32Error WriteFolderGrants(GroupStore& groups, const std::string& folder,
+                             const std::vector<AccessGrant>& grants, bool protect);
+
+// Carries the list of every folder out anew whose access depends on a local group.
+Win32Error RefreshFolders(GroupStore& groups);
+
+}  // namespace kelvarion::platform

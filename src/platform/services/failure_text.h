@@ -1,0 +1,19 @@
+// The words in which a service's program explains its failure.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/services/service.h"
+
+namespace kelvarion::platform {
+
+// The present length of the service's log, which marks where its next words begin.
+std::uint64_t LogLength(const Service& service);
+
+// How the process ended (as waitpid reports it), what it wrote to its standard streams and what it
+// itself, not its workers, wrote to its log from `log_start` on: the errors, or the last lines where
+// there is no error.
+std::string FailureText(const Service& service, int pid, int exit_status, std::uint64_t log_start);
+
+}  // namespace kelvarion::platform
