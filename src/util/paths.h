@@ -25,7 +25,8 @@ std::uint32_t GetFileAttributesOrMissing(const std::u16string& path);
 // Whether the path names a folder; failures as above.
 bool IsFolder(const std::u16string& path);
 
-// Fails with Win32Exception "Can't retrieve volume information for '%s'".
+// Fails with Win32Exception "Cannot get volume information for '%s'" where nothing is, else
+// "Can't retrieve volume information for '%s'".
 platform::VolumeInfo GetVolumeInfo(const std::u16string& path);
 
 }  // namespace kelvarion::util

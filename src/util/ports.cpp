@@ -8,13 +8,16 @@
 namespace kelvarion::util {
 
 bool IsTcpPortInUse(std::uint32_t port) {
-  std::vector<std::uint16_t> listening;
-  if (const Win32Error error = platform::GetListeningTcpPorts(listening))
+  const auto listed = [port](const std::vector<std::uint16_t>& ports) {
+    return std::find(ports.begin(), ports.end(), port) != ports.end();
+  };
+  std::vector<std::uint16_t> ports;
+  if (const Win32Error error = platform::GetListeningTcpPorts(ports))
     throw Win32Exception(error, u"Cannot get tcp table");
-  if (std::ranges::count(listening, port)) return true;
-  if (const Win32Error error = platform::GetListeningTcp6Ports(listening))
+  if (listed(ports)) return true;
+  if (const Win32Error error = platform::GetListeningTcp6Ports(ports))
     throw Win32Exception(error, u"Cannot get ipv6 tcp table");
-  return std::ranges::count(listening, port) != 0;
+  return listed(ports);
 }
 
 }  // namespace kelvarion::util

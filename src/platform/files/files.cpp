@@ -127,8 +127,8 @@ Win32Error CreateAndWriteFile(const std::u16string& path, std::string_view bytes
   std::string native;
   if (const Win32Error error = ToNative(path, native)) return error;
   // A private file is not written through a link that somebody else may have put there.
-  const int flags =
-      O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | (access == NewFile::kAsFolderSays ? 0 : O_NOFOLLOW);
+  const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC |
+                    (access == NewFile::kAsFolderSays ? 0 : O_NOFOLLOW);
   const Descriptor file(
       open(native.c_str(), flags, access == NewFile::kAsFolderSays ? 0666 : 0600));
   if (!file) return FromErrno(errno);

@@ -191,8 +191,7 @@ TEST_F(FilesTest, ANewTargetGetsWhatTheFolderSays) {
   Write("users.tmp", "new");
   ASSERT_EQ(MoveFileReplacing(Path("users.tmp"), Path("users"), NewFile::kOwnerAndFolder),
             ERROR_SUCCESS);
-  EXPECT_EQ(AccessList("users"), "user::rw-,user:1234:rwx\t#effective:rw-,group::r-x\t#effective:r--,"
-                                 "mask::rw-,other::---");
+  EXPECT_EQ(AccessList("users"), "user::rw-,user:1234:rwx,group::r-x,mask::rw-,other::---");
   umask(old);
 
   Write("secret.tmp", "new");

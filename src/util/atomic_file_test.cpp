@@ -1,0 +1,143 @@
+#include "util/atomic_file.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include "errors/exception.h"
+
+namespace kelvarion::util {
+namespace {
+
+class AtomicFileTest : public testing::Test {
+ protected:
+  AtomicFileTest() {
+    char pattern[] = "/tmp/kv-atomic-XXXXXX";
+    folder_ = mkdtemp(pattern);
+  }
+  ~AtomicFileTest() override { std::filesystem::remove_all(folder_); }
+  std::u16string Path(const std::string& name) const {
+    return platform::PathFromNative(folder_ + "/" + name);
+  }
+  std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_))
+      names.push_back(entry.path().filename());
+    return names;
+  }
+
+  std::string folder_;
+};
+
+// A text of one character: anything else in the file is a mixture or a part.
+bool IsWhole(const std::string& text) {
+  return text.size() == 100'000 && text.find_first_not_of(text[0]) == std::string::npos;
+}
+
+std::string Whole(int writer) { return std::string(100'000, static_cast<char>('a' + writer)); }
+
+TEST_F(AtomicFileTest, ReplacesTheTextAndLeavesNothingElse) {
+  WriteFileAtomically(Path("file"), "old");
+  WriteFileAtomically(Path("file"), "");
+  EXPECT_EQ(ReadWholeFile(Path("file")), "");
+  WriteFileAtomically(Path("file"), "new");
+  EXPECT_EQ(ReadWholeFile(Path("file")), "new");
+  EXPECT_EQ(Names(), std::vector<std::string>{"file"});
+}
+
+TEST_F(AtomicFileTest, NewFilesAreAsPrivateAsAskedForAndStaySo) {
+  const auto mode = [this](const char* name) {
+    struct stat status {};
+    EXPECT_EQ(stat((folder_ + "/" + name).c_str(), &status), 0);
+    return status.st_mode & 0777;
+  };
+  const mode_t old = umask(022);
+  WriteFileAtomically(Path("key"), "secret", NewFile::kPrivate);
+  WriteFileAtomically(Path("key"), "another");
+  WriteFileAtomically(Path("page"), "text");
+  WriteWholeFile(Path("plain"), "text");
+  umask(old);
+  EXPECT_EQ(mode("key"), 0600u);
+  EXPECT_EQ(mode("page"), 0644u);
+  EXPECT_EQ(mode("plain"), 0644u);
+}
+
+TEST_F(AtomicFileTest, FailuresNameTheFileAndChangeNothing) {
+  std::filesystem::create_directories(folder_ + "/folder/child");
+  struct Row {
+    std::u16string path;
+    std::u16string message;
+  };
+  const Row rows[] = {
+      {Path("none/file"), u"Cannot create file '" + Path("none/file") + u".tmp': "},
+      {Path("folder"), u"Cannot write file '" + Path("folder") + u"': "},
+  };
+  for (const Row& row : rows) {
+    try {
+      WriteFileAtomically(row.path, "text");
+      ADD_FAILURE();
+    } catch (const ComException& e) {
+      EXPECT_TRUE(e.Message().starts_with(row.message));
+    }
+  }
+  EXPECT_EQ(Names(), std::vector<std::string>{"folder"});
+  EXPECT_THROW(WriteWholeFile(u"/dev/full", "text"), ComException);
+  EXPECT_THROW(ReadWholeFile(Path("none")), Win32Exception);
+}
+
+TEST_F(AtomicFileTest, ReadersSeeOneWholeTextWhileWritersRace) {
+  WriteFileAtomically(Path("file"), Whole(0));
+  std::atomic<int> writing = 4;
+  std::vector<std::thread> writers;
+  for (int writer = 0; writer < 4; ++writer)
+    writers.emplace_back([&, writer] {
+      for (int i = 0; i < 50; ++i) WriteFileAtomically(Path("file"), Whole(writer));
+      --writing;
+    });
+  int reads = 0;
+  do {
+    EXPECT_TRUE(IsWhole(ReadWholeFile(Path("file"))));
+    ++reads;
+  } while (writing > 0);
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_GT(reads, 1);
+  EXPECT_EQ(Names(), std::vector<std::string>{"file"});
+}
+
+TEST_F(AtomicFileTest, KilledWritersLeaveAWholeTextAndNoObstacle) {
+  WriteFileAtomically(Path("file"), Whole(0));
+  for (int round = 0; round < 10; ++round) {
+    int channel[2];
+    ASSERT_EQ(pipe(channel), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      for (int i = 0;; ++i) {
+        WriteFileAtomically(Path("file"), Whole(i % 26));
+        if (write(channel[1], "x", 1) != 1) _exit(1);
+      }
+    }
+    close(channel[1]);
+    char told = 0;
+    for (int i = 0; i <= round; ++i) ASSERT_EQ(read(channel[0], &told, 1), 1);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    close(channel[0]);
+    EXPECT_TRUE(IsWhole(ReadWholeFile(Path("file"))));
+  }
+  // What a killed writer left under the temporary name does not get in the way or into the text.
+  platform::DeleteFile(Path("file.tmp"));
+  WriteWholeFile(Path("file.tmp"), std::string(200'000, 'z'));
+  WriteFileAtomically(Path("file"), Whole(1));
+  EXPECT_EQ(ReadWholeFile(Path("file")), Whole(1));
+  EXPECT_EQ(Names(), std::vector<std::string>{"file"});
+}
+
+}  // namespace
+}  // namespace kelvarion::util
