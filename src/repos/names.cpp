@@ -69,6 +69,8 @@ const char16_t* FindFault(const std::u16string& name) {
   if (name == u"." || name == u"..") return u"it stands for a folder";
   if (name.find_first_of(u"<>:\"|?*") != name.npos)
     return u"it contains one of the characters < > : \" | ? *";
+  // The web server's module writes it into its answers as it is, which are then no XML any more.
+  if (name.find(u'&') != name.npos) return u"it contains '&', which clients cannot be served";
   if (std::any_of(name.begin(), name.end(), IsNoCharacter))
     return u"it contains a code that is no character";
   if (IsBlank(name.front()) || IsBlank(name.back())) return u"it begins or ends with a blank";
