@@ -9,6 +9,7 @@
 #include "host/console.h"
 #include "host/init.h"
 #include "host/text.h"
+#include "platform/process/process.h"
 
 namespace kelvarion::host {
 namespace {
@@ -189,8 +190,16 @@ Outcome RunCommand(Session& session, const Command& command) {
   }
 }
 
+// A value must not be able to disturb the terminal.
+std::string ForTerminal(std::string text) {
+  if (!platform::OutputIsTerminal()) return text;
+  for (char& c : text)
+    if ((static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t') || c == '\x7F') c = '?';
+  return text;
+}
+
 int Print(const Outcome& outcome, bool json) {
-  std::cout << (json ? ToDocument(outcome) : outcome.text) << std::flush;
+  std::cout << (json ? ToDocument(outcome) : ForTerminal(outcome.text)) << std::flush;
   if (!json && Failed(outcome.status)) std::cerr << ErrorText(outcome);
   if (!json && Succeeded(outcome.status) && outcome.status != S_OK)
     std::cerr << "Status " << StatusText(outcome.status) << "\n";

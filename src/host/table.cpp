@@ -50,6 +50,7 @@ std::string Table::Render(std::size_t count) const {
   if (scols_print_table_to_string(table.get(), &rendered) != 0) throw std::bad_alloc();
   std::string text(rendered);
   std::free(rendered);
+  if (!text.ends_with('\n')) text += '\n';
   return text;
 }
 

@@ -12,8 +12,7 @@ struct Table {
 
   // Columns that the first `count` columns need on a terminal, blanks between them included.
   int Width(std::size_t count) const;
-  // The first `count` columns; each line ends with a line feed. Control characters are shown in an
-  // escaped form, so that no value can disturb the terminal.
+  // The first `count` columns; each line ends with a line feed. Control characters are escaped.
   std::string Render(std::size_t count) const;
 };
 
