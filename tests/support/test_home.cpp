@@ -1,8 +1,5 @@
 #include "tests/support/test_home.h"
 
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -67,7 +64,14 @@ TemporaryFolder::~TemporaryFolder() {
 
 std::u16string TemporaryFolder::path() const { return Wide(native_); }
 
-TestHome::TestHome() {
+TestHome::TestHome()
+    : own_folder_(std::make_unique<TemporaryFolder>()), folder_(own_folder_->native()) {
+  Open();
+}
+
+TestHome::TestHome(const TemporaryFolder& folder) : folder_(folder.native()) { Open(); }
+
+void TestHome::Open() {
   std::u16string error;
   machine_ = platform::OpenMachine(folder(), error);
   if (!machine_) Fail("no machine: " + platform::Utf8ForDisplay(error));
@@ -108,19 +112,6 @@ void WriteFile(const std::string& path, std::string_view text) {
   file.write(text.data(), static_cast<std::streamsize>(text.size()));
   file.close();
   if (!file) Fail("cannot write " + path);
-}
-
-std::string Run(const std::string& command, int* status) {
-  std::FILE* const pipe = popen(("{ " + command + "; } 2>&1").c_str(), "r");
-  if (!pipe) Fail("cannot run " + command);
-  std::string output;
-  char buffer[4096];
-  while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, pipe)) {
-    output.append(buffer, got);
-  }
-  const int result = pclose(pipe);
-  if (status) *status = WIFEXITED(result) ? WEXITSTATUS(result) : -1;
-  return output;
 }
 
 }  // namespace kelvarion::testing

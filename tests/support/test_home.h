@@ -53,18 +53,23 @@ class TemporaryFolder {
 class TestHome {
  public:
   TestHome();
+  // In a folder that stays: made there, or opened again, also by several processes at once.
+  explicit TestHome(const TemporaryFolder& folder);
 
   const ServerContext& context() const { return *context_; }
   IcRegistryAccessor& configuration() const { return *configuration_; }
   const std::shared_ptr<platform::Machine>& machine() const { return machine_; }
   CollectedEvents& events() const { return *events_; }
   // UTF-8 paths.
-  const std::string& folder() const { return folder_.native(); }
+  const std::string& folder() const { return folder_; }
   std::string root() const { return folder() + "/repositories"; }
   std::string install_folder() const { return folder() + "/server"; }
 
  private:
-  TemporaryFolder folder_;
+  void Open();
+
+  std::unique_ptr<TemporaryFolder> own_folder_;
+  std::string folder_;
   std::shared_ptr<platform::Machine> machine_;
   std::unique_ptr<RegistryAccessor> configuration_;
   std::unique_ptr<CollectedEvents> events_;
@@ -74,9 +79,5 @@ class TestHome {
 // Whole files by UTF-8 path; a file that cannot be read or written fails the test.
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, std::string_view text);
-
-// Runs a shell command and returns what it writes to stdout and stderr; `status` gets its exit
-// code.
-std::string Run(const std::string& command, int* status = nullptr);
 
 }  // namespace kelvarion::testing
