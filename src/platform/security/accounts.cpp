@@ -49,7 +49,8 @@ std::optional<Entry> LookUp(Call call, Key key, std::vector<char>& buffer) {
     const int error = call(key, &entry, buffer.data(), buffer.size(), &found);
     if (error == 0) return found ? std::optional(entry) : std::nullopt;
     if (error == EINTR) continue;
-    if (error != ERANGE || buffer.size() >= kLargest) return std::nullopt;
+    // Libraries that stand in for the system's answer -1 and leave the reason in errno.
+    if ((error < 0 ? errno : error) != ERANGE || buffer.size() >= kLargest) return std::nullopt;
     buffer.resize(buffer.size() * 4);
   }
 }

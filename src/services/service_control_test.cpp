@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <functional>
+
+#include "errors/exception.h"
+#include "services/ormu_service.h"
+#include "services/server_service.h"
+
+namespace kelvarion::services {
+namespace {
+
+using platform::ServiceConfig;
+using platform::ServiceStatus;
+
+// Answers every call with `error`, status queries with the next of `statuses`, the last one for good.
+class FakeManager : public platform::ServiceManager {
+ public:
+  Win32Error QueryStatus(const std::u16string& name, ServiceStatus& out) const override {
+    Note(u"query " + name);
+    out = statuses.front();
+    if (statuses.size() > 1) statuses.pop_front();
+    return error;
+  }
+  Win32Error QueryConfig(const std::u16string& name, ServiceConfig& out) const override {
+    Note(u"config " + name);
+    out = config;
+    return error;
+  }
+  Win32Error SetStartType(const std::u16string& name, std::uint32_t type) override {
+    Note(Format(u"type %s %u", name, type));
+    return error;
+  }
+  Win32Error Start(const std::u16string& name) override {
+    Note(u"start " + name);
+    return error;
+  }
+  Win32Error Control(const std::u16string& name, std::uint32_t control) override {
+    Note(Format(u"control %s %u", name, control));
+    return error;
+  }
+  std::u16string LastFailure(const std::u16string&) const override { return u""; }
+
+  void Note(const std::u16string& call) const {
+    last = call;
+    ++calls;
+  }
+
+  Win32Error error = ERROR_SUCCESS;
+  ServiceConfig config;
+  mutable std::deque<ServiceStatus> statuses{{}};
+  mutable std::u16string last;
+  mutable int calls = 0;
+};
+
+class FakeAuthority : public platform::SecurityAuthority {
+ public:
+  Win32Error LookupAccountName(const std::u16string& name, std::u16string& sid) const override {
+    if (name != u"www-data") return ERROR_NONE_MAPPED;
+    sid = u"S-1-22-1-33";
+    return ERROR_SUCCESS;
+  }
+  Win32Error NormalizeSid(const std::u16string&, std::u16string&) const override { return 50; }
+  Win32Error LookupAccountSid(const std::u16string&, platform::AccountName&) const override {
+    return 50;
+  }
+  Win32Error GetGroupMembers(const std::u16string&, std::vector<std::u16string>&) const override {
+    return 50;
+  }
+  Win32Error SetGroupMembers(const std::u16string&, const std::vector<std::u16string>&) override {
+    return 50;
+  }
+  Win32Error CreateGroup(const std::u16string&) override { return 50; }
+  Win32Error ReadFolderAccess(const std::u16string&,
+                              std::vector<platform::AccessGrant>&) const override {
+    return 50;
+  }
+  Win32Error WriteFolderAccess(const std::u16string&, const std::vector<platform::AccessGrant>&,
+                               bool) override {
+    return 50;
+  }
+};
+
+TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
+  FakeManager manager;
+  const struct {
+    std::function<void()> operation;
+    std::u16string call;
+    std::u16string message;
+  } rows[] = {
+      {[&] { QueryServerStatus(manager); }, u"query KelvarionServer", u"Cannot query service status"},
+      {[&] { StartServer(manager); }, u"start KelvarionServer", u"Cannot start service"},
+      {[&] { StopServer(manager); }, u"control KelvarionServer 1", u"Cannot stop service"},
+      {[&] { RestartServer(manager); }, u"control KelvarionServer 128", u"Cannot control service"},
+      {[&] { WaitForServerState(manager, 1, 0); }, u"query KelvarionServer",
+       u"Cannot query service status"},
+      {[&] { QueryOrmuStatus(manager); }, u"query ormusvc", u"Cannot query service status"},
+      {[&] { QueryOrmuConfig(manager); }, u"config ormusvc", u"Cannot query service config"},
+      {[&] { StartOrmu(manager); }, u"start ormusvc", u"Cannot start service"},
+      {[&] { StopOrmu(manager); }, u"control ormusvc 1", u"Cannot stop service"},
+      {[&] { SetOrmuStartMode(manager, 4); }, u"type ormusvc 4",
+       u"Cannot change service settings"},
+      {[&] { WaitForOrmuState(manager, 1, 0); }, u"query ormusvc", u"Cannot query service status"},
+  };
+  for (const auto& row : rows) {
+    manager = {};
+    row.operation();
+    EXPECT_EQ(manager.last, row.call);
+    EXPECT_EQ(manager.calls, 1) << "one call each";
+    const std::u16string service = row.call.find(u"ormusvc") == row.call.npos
+                                       ? kServerServiceName : kOrmuServiceName;
+    const struct {
+      Win32Error error;
+      std::u16string message;
+    } failures[] = {
+        {ERROR_SERVICE_ALREADY_RUNNING, row.message},
+        {ERROR_SERVICE_DOES_NOT_EXIST, u"Cannot open service '" + service + u"'"},
+        {RPC_S_SERVER_UNAVAILABLE, u"Cannot connect to service manager"},
+    };
+    for (const auto& failure : failures) {
+      manager.error = failure.error;
+      try {
+        row.operation();
+        ADD_FAILURE() << "did not throw";
+      } catch (const Win32Exception& thrown) {
+        EXPECT_EQ(thrown.text(), failure.message);
+        EXPECT_EQ(thrown.hresult(), HresultFromWin32(failure.error));
+      }
+    }
+  }
+}
+
+TEST(ServiceControlTest, AWaitEndsWithTheStateTheTimeOrTheServicesFailure) {
+  const struct {
+    const char* what;
+    std::deque<ServiceStatus> statuses;
+    std::uint32_t timeout_ms;
+    bool reached;
+    HRESULT failure;
+    int most_calls;
+  } rows[] = {
+      {"there already", {{4, 0}}, 30000, true, S_OK, 1},
+      {"after a while", {{2, 0}, {4, 0}}, 30000, true, S_OK, 2},
+      {"never", {{2, 0}}, 0, false, S_OK, 2},
+      {"died", {{2, 0}, {1, 1067}}, 30000, false, Code(0x8007042B), 2},
+      {"in the wanted state, but failed", {{4, 1066}}, 0, false, Code(0x8007042A), 1},
+      {"an HRESULT of its own", {{1, 0x80004005}}, 0, false, E_FAIL, 1},
+  };
+  for (const auto& row : rows) {
+    FakeManager manager;
+    manager.statuses = row.statuses;
+    try {
+      EXPECT_EQ(WaitForServerState(manager, 4, row.timeout_ms), row.reached) << row.what;
+      EXPECT_EQ(row.failure, S_OK) << row.what;
+    } catch (const Win32Exception& thrown) {
+      EXPECT_EQ(thrown.hresult(), row.failure) << row.what;
+      EXPECT_EQ(thrown.text(), u"") << row.what;
+    }
+    EXPECT_LE(manager.calls, row.most_calls) << row.what;
+  }
+}
+
+TEST(ServiceControlTest, TheServiceAccountIsMappedToItsSid) {
+  const struct {
+    std::u16string account;
+    std::u16string sid;  // Empty when it cannot be mapped.
+  } rows[] = {
+      {u"", u"S-1-5-18"},
+      {u"localsystem", u"S-1-5-18"},
+      {u"NT AUTHORITY\\networkservice", u"S-1-5-20"},
+      {u".\\www-data", u"S-1-22-1-33"},
+      {u"www-data", u"S-1-22-1-33"},
+      {u".\\nobody-there", u""},
+  };
+  const FakeAuthority authority;
+  for (const auto& row : rows) {
+    FakeManager manager;
+    manager.config.start_name = row.account;
+    try {
+      EXPECT_EQ(GetServerServiceAccountSid(manager, authority), row.sid);
+    } catch (const SimpleException& thrown) {
+      EXPECT_EQ(row.sid, u"");
+      EXPECT_EQ(thrown.Message(), u"Cannot map SID for service account 'nobody-there'");
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kelvarion::services
