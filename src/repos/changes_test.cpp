@@ -177,6 +177,7 @@ TEST(DISABLED_RepositoryChangesProcess, CreatesAndDeletesForever) {
   RegistryAccessor configuration(*machine->registry);
   testing::CollectedEvents events;
   const ServerContext context(configuration, events, *machine);
+  WriteFile(machine->home + "/started", "");
   for (int i = 0;; ++i) {
     const std::u16string name = Format(u"r%d", i % 3);
     if (FindRepository(context, name)) DeleteRepository(context, name);
@@ -187,12 +188,13 @@ TEST(DISABLED_RepositoryChangesProcess, CreatesAndDeletesForever) {
 // Each round kills the process somewhere else, thousands of system calls apart.
 TEST_F(RepositoryChangesTest, AKilledProcessLeavesOnlyWholeRepositoriesAndNoWaste) {
   const std::string program = fs::read_symlink("/proc/self/exe");
-  for (int round = 0; round < 20; ++round) {
+  const std::string started = home_.folder() + "/started";
+  for (int round = 0; round < 14; ++round) {
     testing::ChildProcess process({"env", "KELVARION_TEST_HOME=" + home_.folder(), program,
                                    "--gtest_also_run_disabled_tests",
                                    "--gtest_filter=DISABLED_RepositoryChangesProcess.*"});
-    // It is at work once the folder for half-made repositories is there; then on for a while.
-    for (int looks = 0; looks < 1 + 60 * round;) looks += fs::exists(path(".kelvarion")) ? 1 : 0;
+    while (!fs::remove(started)) std::this_thread::yield();
+    for (int looks = 0; looks < 15000 * round && !fs::exists(started);) ++looks;
     process.Kill();
     process.Wait();
     for (const RepositoryRecord& record : ListRepositories(context())) {

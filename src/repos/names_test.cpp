@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "errors/exception.h"
+#include "platform/text/encoding.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -57,7 +58,8 @@ TEST(RepositoryNameTest, EveryUnfitNameIsRefusedForItsOwnReason) {
   };
   for (const auto& row : rows) {
     EXPECT_NE(Refusal(row.name).find(row.reason), std::u16string::npos)
-        << std::string(row.name.begin(), row.name.end());
+        << platform::Utf8ForDisplay(row.name) << ": "
+        << platform::Utf8ForDisplay(Refusal(row.name));
   }
 }
 
