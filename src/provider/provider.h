@@ -5,12 +5,11 @@
 #include <memory>
 
 #include "platform/machine/machine.h"
-#include "platform/wmi/interfaces.h"
+#include "platform/wmi/services_base.h"
 #include "provider/class_handler_table.h"
 #include "provider/error_object_factory.h"
 #include "provider/events.h"
 #include "provider/module.h"
-#include "provider/unsupported_services.h"
 
 namespace kelvarion {
 
@@ -33,7 +32,7 @@ class IKelvarionWmiProviderTestMode : public IUnknown {
 // Initialize comes once and first; then any number of requests on any threads at the same time.
 // No exception leaves an entry point: a failure becomes a status and an error object.
 class CKelvarionWMIProvider final
-    : public ComObject<UnsupportedServices, IWbemProviderInit, IKelvarionWmiProviderTestMode> {
+    : public ComObject<platform::ServicesBase, IWbemProviderInit, IKelvarionWmiProviderTestMode> {
  public:
   explicit CKelvarionWMIProvider(std::shared_ptr<platform::Machine> machine);
 

@@ -1,0 +1,21 @@
+// What is measured. Each appends its rows.
+#pragma once
+
+#include "bench/harness.h"
+
+namespace kelvarion::bench {
+
+// What a request costs before any work is done for it: getting Kelvarion_VersionInfo in process, by
+// one thread and by two at the same time.
+void MeasureDispatch(std::vector<Row>& rows);
+
+// Enumerating 1,000 repositories against a loop of `svnadmin info` over them.
+void MeasureEnumeration(std::vector<Row>& rows);
+
+// Creating a user in a users file of 10,000 against `htpasswd -b` on a copy of it.
+void MeasureUserCreation(std::vector<Row>& rows);
+
+// Changing one path's rules in a file of 5,000 sections against parsing that file alone.
+void MeasureRuleChange(std::vector<Row>& rows);
+
+}  // namespace kelvarion::bench

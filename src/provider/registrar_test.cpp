@@ -1,0 +1,96 @@
+#include "provider/registrar.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "util/resources.h"
+
+namespace kelvarion {
+namespace {
+
+using platform::KeyPath;
+using platform::RootKey;
+
+class RegistrarTest : public ::testing::Test {
+ protected:
+  RegistrarTest() {
+    const std::string pattern = (std::filesystem::temp_directory_path() / "kvregXXXXXX").string();
+    std::vector<char> path(pattern.begin(), pattern.end());
+    path.push_back('\0');
+    folder_ = mkdtemp(path.data());
+    EXPECT_EQ(platform::OpenRegistryFile(folder_ + "/registry.db", u"S-1-22-1-0", registry_),
+              ERROR_SUCCESS);
+    EXPECT_EQ(registry_->CreateKey({RootKey::kLocalMachine, u"Software\\Classes"}), ERROR_SUCCESS);
+  }
+  ~RegistrarTest() override {
+    registry_.reset();
+    std::filesystem::remove_all(folder_);
+  }
+
+  std::u16string TextOf(const KeyPath& key, const std::u16string& name) const {
+    platform::RegistryValue value;
+    if (registry_->Query(key, name, value) != ERROR_SUCCESS) return u"<missing>";
+    return std::u16string(reinterpret_cast<const char16_t*>(value.data.data()),
+                          value.data.size() / 2 - 1);
+  }
+
+  std::string folder_;
+  std::unique_ptr<platform::Registry> registry_;
+};
+
+constexpr const char16_t* kClassKey = u"CLSID\\{565B8FB4-EE30-4EE3-9B5B-E285678F1F9D}";
+
+TEST_F(RegistrarTest, TheProviderIsFoundPerMachineOrPerUserAndGoneAfterwards) {
+  const std::string script = util::LoadResource(u"REGISTRY", u"102");
+  const struct {
+    RegistrationScope scope;
+    KeyPath classes;
+  } rows[] = {
+      {RegistrationScope::kMachine, {RootKey::kLocalMachine, u"Software\\Classes\\"}},
+      {RegistrationScope::kUser, {RootKey::kCurrentUser, u"Software\\Classes\\"}},
+  };
+  for (const auto& row : rows) {
+    const Registrar registrar(*registry_, u"/opt/lib'x/provider.so", row.scope);
+    KeyPath class_key{row.classes.root, row.classes.path + kClassKey};
+    const KeyPath server{class_key.root, class_key.path + u"\\InprocServer32"};
+    ASSERT_EQ(registrar.Register(script), S_OK);
+    // What an older version left in the key must not survive.
+    registry_->Set(class_key, u"Old", platform::RegistryValue::String(u"x"));
+    ASSERT_EQ(registrar.Register(script), S_OK);
+    EXPECT_EQ(TextOf(class_key, u""), u"KelvarionWMIProvider Class");
+    EXPECT_EQ(TextOf(class_key, u"Old"), u"<missing>");
+    EXPECT_EQ(TextOf(server, u""), u"/opt/lib'x/provider.so");
+    EXPECT_EQ(TextOf(server, u"ThreadingModel"), u"Both");
+    ASSERT_EQ(registrar.Unregister(script), S_OK);
+    EXPECT_EQ(registry_->OpenKey(class_key), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(registry_->OpenKey({row.classes.root, row.classes.path + u"CLSID"}), ERROR_SUCCESS);
+    EXPECT_EQ(registrar.Unregister(script), S_OK) << "nothing left to remove is no failure";
+  }
+}
+
+TEST_F(RegistrarTest, ScriptsAreReadWhole) {
+  const std::string longest(4096, 'x');
+  const struct {
+    const char* what;
+    std::string script;
+    HRESULT expected;
+  } rows[] = {
+      {"quotes within quotes", "HKCR { K = s 'it''s' }", S_OK},
+      {"quoted names", "HKCR { 'A B' { val 'v w' = s 'y' } }", S_OK},
+      {"deleting a key that is not there", "HKCR { Delete Gone }", S_OK},
+      {"a token of the greatest length", "HKCR { K = s '" + longest + "' }", S_OK},
+      {"a longer token", "HKCR { K = s '" + longest + "x' }", DISP_E_EXCEPTION},
+      {"an unterminated quote", "HKCR { K = s 'text }", DISP_E_EXCEPTION},
+      {"a missing brace", "HKCR { K", DISP_E_EXCEPTION},
+      {"another type of value", "HKCR { K = d '1' }", DISP_E_EXCEPTION},
+      {"no root", "{ }", DISP_E_EXCEPTION},
+      {"nothing", "", DISP_E_EXCEPTION},
+  };
+  const Registrar registrar(*registry_, u"/m", RegistrationScope::kMachine);
+  for (const auto& row : rows) EXPECT_EQ(registrar.Register(row.script), row.expected) << row.what;
+  EXPECT_EQ(TextOf({RootKey::kClassesRoot, u"A B"}, u"v w"), u"y");
+}
+
+}  // namespace
+}  // namespace kelvarion
