@@ -2,6 +2,7 @@
 #include <svn_fs.h>
 #include <svn_repos.h>
 
+#include "access/authz_files.h"
 #include "access/permission_model.h"
 #include "errors/exception.h"
 #include "repos/repository_store.h"
@@ -62,14 +63,23 @@ void FillFromStore(const OpenedStore& store, const svn::Pool& pool, RepositoryRe
   if (store.info.fsfs) FillLayout(*store.info.fsfs, store.youngest, record);
 }
 
-RepositoryRecord BasicRecord(const ServerContext& context, const std::u16string& name,
-                             const UrlSettings& urls) {
-  RepositoryRecord record;
-  record.name = name;
-  record.path = GetRepositoryPath(context, name);
-  record.url = BuildRepositoryUrl(name, u"/", urls);
-  return record;
-}
+// What does not depend on the repository being one.
+struct Surroundings {
+  explicit Surroundings(const ServerContext& context)
+      : root(svn::DirentFromPath(access::RepositoriesRoot(context))),
+        urls(ReadUrlSettings(context.configuration())) {}
+
+  RepositoryRecord Describe(const std::u16string& name) const {
+    RepositoryRecord record;
+    record.name = name;
+    record.path = svn::PathFromDirent(svn::JoinDirent(root, svn::Utf8(name)));
+    record.url = BuildRepositoryUrl(name, u"/", urls);
+    return record;
+  }
+
+  std::string root;
+  UrlSettings urls;
+};
 
 void FillRecord(const ServerContext& context, const svn::Pool& pool, RepositoryRecord& record) {
   if (const auto store = OpenStore(record.path, pool)) FillFromStore(*store, pool, record);
@@ -81,18 +91,18 @@ void FillRecord(const ServerContext& context, const svn::Pool& pool, RepositoryR
 
 RepositoryRecord ReadRepository(const ServerContext& context, const std::u16string& name) {
   const svn::Pool pool(context.root_pool());
-  RepositoryRecord record = BasicRecord(context, name, ReadUrlSettings(context.configuration()));
+  RepositoryRecord record = Surroundings(context).Describe(name);
   FillRecord(context, pool, record);
   return record;
 }
 
 std::vector<RepositoryRecord> ListRepositories(const ServerContext& context) {
   svn::Pool pool(context.root_pool());
-  const UrlSettings urls = ReadUrlSettings(context.configuration());
+  const Surroundings surroundings(context);
   std::vector<RepositoryRecord> records;
   for (const std::u16string& name : ListRepositoryNames(context)) {
     pool.Clear();
-    records.push_back(BasicRecord(context, name, urls));
+    records.push_back(surroundings.Describe(name));
     try {
       FillRecord(context, pool, records.back());
     } catch (const Exception& exception) {
