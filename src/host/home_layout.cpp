@@ -85,10 +85,18 @@ bool MakeFile(const std::string& path, const std::string& content, fs::perms mod
   return true;
 }
 
-std::string FilledIn(std::string text, const std::string& folder) {
-  Fill(text, "@INSTALL_DIR@", folder);
-  Fill(text, "@USER_GROUP@", platform::RunsAsRoot() ? "User www-data\nGroup www-data" : "");
-  return text;
+// Comments, which explain the placeholders, stay as they are.
+std::string FilledIn(const std::string& text, const std::string& folder) {
+  std::istringstream lines(text);
+  std::string filled;
+  for (std::string line; std::getline(lines, line);) {
+    if (!line.starts_with('#')) {
+      Fill(line, "@INSTALL_DIR@", folder);
+      Fill(line, "@USER_GROUP@", platform::RunsAsRoot() ? "User www-data\nGroup www-data" : "");
+    }
+    filled += line + "\n";
+  }
+  return filled;
 }
 
 bool Make(const Entry& entry, const ProgramPaths& paths, const std::string& folder) {
@@ -99,7 +107,7 @@ bool Make(const Entry& entry, const ProgramPaths& paths, const std::string& fold
   if (entry.action == "module") return MakeLink(target, paths.httpd_modules + "/" + entry.source);
   if (entry.action == "keep" && fs::exists(target, ignored)) return false;
   std::string content = util::ReadWholeFile(Utf16(paths.server + "/" + entry.source));
-  if (entry.action == "fill") content = FilledIn(std::move(content), folder);
+  if (entry.action == "fill") content = FilledIn(content, folder);
   return MakeFile(target, content, entry.mode);
 }
 

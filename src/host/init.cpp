@@ -1,5 +1,7 @@
 #include "host/init.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 
 #include "access/authz_files.h"
@@ -251,8 +253,12 @@ void Initialization::GeneratePages() {
   const RegistryAccessor store(*machine_->registry);
   if (!was_complete_ || !Exists(server_ + "/conf/httpd.conf"))
     apache::RegenerateApacheConfig(store);
-  if (!Exists(server_ + "/WebUI/index.html") || !Exists(server_ + "/htdocs/index.html"))
-    apache::RegenerateStartPages(store);
+  const std::array<std::string, 2> pages{server_ + "/WebUI/index.html",
+                                         server_ + "/htdocs/index.html"};
+  if (std::all_of(pages.begin(), pages.end(), Exists)) return;
+  apache::RegenerateStartPages(store);
+  // The web server's workers read them; a page that is replaced keeps its mode.
+  for (const std::string& page : pages) fs::permissions(page, static_cast<fs::perms>(0644));
 }
 
 // Root may go anywhere, the web server's workers may not.
