@@ -54,11 +54,19 @@ static int IsAllowed(request_rec* r, const char* path) {
   return 0;
 }
 
-static int Authorize(request_rec* r) {
+static int IsDecidedHere(request_rec* r) {
   const DirConfig* config = ap_get_module_config(r->per_dir_config, &authz_kelvarion_module);
-  if (!IsGoverned(config) || config->authoritative == 0) return DECLINED;
+  return IsGoverned(config) && config->authoritative != 0;
+}
+
+static int Authorize(request_rec* r) {
+  if (!IsDecidedHere(r)) return DECLINED;
   return IsAllowed(r, r->uri) ? OK : HTTP_FORBIDDEN;
 }
+
+/* A "Require" that needs no user, such as "Require ip", would otherwise let its requests in before
+ * the rules are asked. */
+static int ForceAuthentication(request_rec* r) { return IsDecidedHere(r) ? OK : DECLINED; }
 
 /* How mod_dav_svn asks about one path of a repository without a request of its own. */
 static int AuthorizePath(request_rec* r, const char* path, const char* repository) {
@@ -70,6 +78,7 @@ static int AuthorizePath(request_rec* r, const char* path, const char* repositor
 static void RegisterHooks(apr_pool_t* pool) {
   /* Asked again for every address: sub-requests for the repositories of a listing share their
    * settings, and one answer for all of them would show every repository. */
+  ap_hook_force_authn(ForceAuthentication, NULL, NULL, APR_HOOK_FIRST);
   ap_hook_check_authz(Authorize, NULL, NULL, APR_HOOK_FIRST, AP_AUTH_INTERNAL_PER_URI);
   ap_register_provider(pool, AUTHZ_SVN__SUBREQ_BYPASS_PROV_GRP, AUTHZ_SVN__SUBREQ_BYPASS_PROV_NAME,
                        AUTHZ_SVN__SUBREQ_BYPASS_PROV_VER, (void*)AuthorizePath);
