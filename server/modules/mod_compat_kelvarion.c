@@ -3,8 +3,8 @@
  * Win32DisableAcceptEx and SSLMutex are accepted and ignored: 2.4 on Linux has nothing they could
  * set.
  *
- * SSLSessionCache "shm:FILE" keeps sessions in anonymous shared memory, whatever the file. 2.4 knows
- * this as "shmcb" and takes a parenthesis in the path of the file for a size.
+ * SSLSessionCache "shm:FILE" keeps sessions in anonymous shared memory, whatever the file. 2.4
+ * knows this as "shmcb" and takes a parenthesis in the path of the file for a size.
  *
  * SVNOverrideAll on ends Subversion's settings: Apache cannot switch DAV off below a DAV location,
  * and with the repositories at "/" the pages under /! lie below one.
@@ -63,6 +63,23 @@ static int ApplyOverride(request_rec* r) {
   return DECLINED;
 }
 
+/* Apache complains of a "DAV off" below a DAV location with every request. Where SVNOverrideAll
+ * does its work it is not needed. */
+static int DropOverridden(apr_pool_t* pool, apr_pool_t* log_pool, apr_pool_t* temporary,
+                          server_rec* s) {
+  module* dav = ap_find_linked_module("mod_dav.c");
+  (void)pool, (void)log_pool, (void)temporary;
+  for (; dav && s; s = s->next) {
+    const core_server_config* core = ap_get_core_module_config(s->module_config);
+    for (int i = 0; i < core->sec_url->nelts; ++i) {
+      ap_conf_vector_t* location = APR_ARRAY_IDX(core->sec_url, i, ap_conf_vector_t*);
+      const DirConfig* config = ap_get_module_config(location, &compat_kelvarion_module);
+      if (config && config->override_all == 1) ap_set_module_config(location, dav, NULL);
+    }
+  }
+  return OK;
+}
+
 static const char* CreateCache(ap_socache_instance_t** instance, const char* arg,
                                apr_pool_t* temporary, apr_pool_t* pool) {
   (void)arg;
@@ -93,6 +110,7 @@ static int RestrictNewFiles(apr_pool_t* pool, apr_pool_t* log_pool, apr_pool_t* 
 static void RegisterHooks(apr_pool_t* pool) {
   RegisterSessionCache(pool);
   ap_hook_pre_config(RestrictNewFiles, NULL, NULL, APR_HOOK_FIRST);
+  ap_hook_post_config(DropOverridden, NULL, NULL, APR_HOOK_MIDDLE);
   /* Both points: mod_dav_svn reads its settings while names are translated, everything else after
    * the settings have been collected anew. */
   ap_hook_translate_name(ApplyOverride, NULL, NULL, APR_HOOK_REALLY_FIRST);
