@@ -53,11 +53,12 @@ static void Unescape(char* text) {
   while (*text) {
     char plain = *text;
     size_t length = 1;
-    for (size_t i = 0; i < sizeof kReferences / sizeof *kReferences; ++i) {
+    for (size_t i = 0; *text == '&' && i < sizeof kReferences / sizeof *kReferences; ++i) {
       size_t candidate = strlen(kReferences[i].reference);
       if (strncmp(text, kReferences[i].reference, candidate) != 0) continue;
       plain = kReferences[i].plain;
       length = candidate;
+      break;
     }
     *to++ = plain;
     text += length;
@@ -192,6 +193,10 @@ static Listing* StartListing(ap_filter_t* f) {
   ap_set_content_type(f->r, "text/html; charset=UTF-8");
   apr_table_unset(f->r->headers_out, "Content-Length");
   apr_table_unset(f->r->headers_out, "Accept-Ranges");
+  /* They are those of the XML, and change neither with what the user may see nor with the youngest
+   * revision: browsers would be told that an outdated page is current. */
+  apr_table_unset(f->r->headers_out, "ETag");
+  apr_table_unset(f->r->headers_out, "Last-Modified");
   /* The configuration sets a bare "sandbox" where there is none, and that forbids browsers to save
    * the files that the page links to. */
   apr_table_setn(f->r->err_headers_out, "Content-Security-Policy", "sandbox allow-downloads");
@@ -203,6 +208,13 @@ static int TakesHtml(const request_rec* r) {
   return accept && ap_strcasestr(accept, "text/html");
 }
 
+/* A file can be asked for with "/" at the end and be made to look like a listing, but of what
+ * mod_dav_svn sends only files have a strong tag. */
+static int IsFolder(const request_rec* r) {
+  const char* tag = apr_table_get(r->headers_out, "ETag");
+  return !tag || !*tag || StartsWith(tag, "W/");
+}
+
 /* Whether this begins the answer to a listing, and not to an XML file or an error. A listing of any
  * size begins with one bucket that holds its whole head. */
 static int BeginsListing(const request_rec* r, apr_bucket_brigade* in) {
@@ -212,6 +224,7 @@ static int BeginsListing(const request_rec* r, apr_bucket_brigade* in) {
   apr_bucket* first = APR_BRIGADE_FIRST(in);
   if (r->status != HTTP_OK || !r->content_type || strcmp(r->content_type, "text/xml") != 0)
     return 0;
+  if (!IsFolder(r)) return 0;
   if (first == APR_BRIGADE_SENTINEL(in) || APR_BUCKET_IS_METADATA(first)) return r->header_only;
   return apr_bucket_read(first, &data, &length, APR_BLOCK_READ) == APR_SUCCESS &&
          length >= sizeof kHead - 1 && memcmp(data, kHead, sizeof kHead - 1) == 0;
