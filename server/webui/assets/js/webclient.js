@@ -25,10 +25,12 @@ function startSvnWebClient(root) {
     return made;
   }
 
+  // The page may be a file that somebody committed: an address outside of the repositories, such as
+  // a script, must not get into this page, which is not sandboxed.
   function link(url, text) {
+    if (!url.href.startsWith(rootUrl.href)) return element("span", text);
     const made = element("a", text);
-    made.href = url.href.startsWith(rootUrl.href) && url.pathname.endsWith("/")
-      ? fragmentOf(url) : url.href;
+    made.href = url.pathname.endsWith("/") ? fragmentOf(url) : url.href;
     return made;
   }
 
