@@ -141,20 +141,35 @@ void ServiceClassHandler::SetLoggingOptions(MethodCall& call) {
 
 void ServiceClassHandler::Control(MethodCall& call,
                                   void (*request)(platform::ServiceManager& manager)) const {
-  platform::ServiceManager& manager = *context().machine().services;
   try {
-    request(manager);
+    request(*context().machine().services);
   } catch (const Exception&) {
-    const std::u16string reason = manager.LastFailure(services::kServerServiceName);
-    if (!reason.empty()) {
-      context().events().LogWarning(reason);
-      call.sink().WriteWarning(reason);
-    }
+    ReportReason(call);
     throw;
   }
 }
 
-void ServiceClassHandler::StartService(MethodCall& call) { Control(call, services::StartServer); }
+void ServiceClassHandler::ReportReason(MethodCall& call) const {
+  const std::u16string reason =
+      context().machine().services->LastFailure(services::kServerServiceName);
+  if (reason.empty()) return;
+  context().events().LogWarning(reason);
+  call.sink().WriteWarning(reason);
+}
+
+// The start is accepted when the server's process exists. Most that goes wrong then (an address in
+// use, a bad certificate) does so at once, and a client should not have to ask again to learn why.
+void ServiceClassHandler::StartService(MethodCall& call) {
+  constexpr std::uint32_t kFirstMoments = 5000;
+  Control(call, services::StartServer);
+  try {
+    services::WaitForServerState(*context().machine().services, platform::SERVICE_RUNNING,
+                                 kFirstMoments);
+  } catch (const Exception&) {
+    ReportReason(call);
+  }
+}
+
 void ServiceClassHandler::StopService(MethodCall& call) { Control(call, services::StopServer); }
 void ServiceClassHandler::RestartService(MethodCall& call) {
   Control(call, services::RestartServer);
