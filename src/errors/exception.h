@@ -50,8 +50,8 @@ class TextException : public Exception {
  protected:
   explicit TextException(std::u16string text) : text_(std::move(text)) {}
   template <class... Args>
-    requires(sizeof...(Args) > 0)
-  TextException(FormatString<std::type_identity_t<Args>...> format, const Args&... args)
+  requires(sizeof...(Args) > 0)
+      TextException(FormatString<std::type_identity_t<Args>...> format, const Args&... args)
       : text_(Format(format, args...)) {}
 
  private:
@@ -66,7 +66,8 @@ class CodeException : public Exception {
  protected:
   explicit CodeException(HRESULT code) : code_(code) {}
   template <class... Args>
-  CodeException(HRESULT code, FormatString<std::type_identity_t<Args>...> format, const Args&... args)
+  CodeException(HRESULT code, FormatString<std::type_identity_t<Args>...> format,
+                const Args&... args)
       : code_(code), text_(Format(format, args...)) {}
   HRESULT code() const { return code_; }
 
@@ -78,13 +79,12 @@ class CodeException : public Exception {
 }  // namespace errors_internal
 
 // A failure with a message of its own.
-class SimpleException
-    : public CloneableException<SimpleException, errors_internal::TextException> {
+class SimpleException : public CloneableException<SimpleException, errors_internal::TextException> {
  public:
   explicit SimpleException(std::u16string text) : CloneableException(std::move(text)) {}
   template <class... Args>
-    requires(sizeof...(Args) > 0)
-  SimpleException(FormatString<std::type_identity_t<Args>...> format, const Args&... args)
+  requires(sizeof...(Args) > 0)
+      SimpleException(FormatString<std::type_identity_t<Args>...> format, const Args&... args)
       : CloneableException(Format(format, args...)) {}
 };
 
@@ -126,8 +126,7 @@ class WMIException : public CloneableException<WMIException, errors_internal::Co
 };
 
 // A failure explained to an administrator: what happened, in detail, and its probable reason.
-class LocalServerAdminException
-    : public CloneableException<LocalServerAdminException, Exception> {
+class LocalServerAdminException : public CloneableException<LocalServerAdminException, Exception> {
  public:
   LocalServerAdminException(std::u16string summary, std::u16string details,
                             std::u16string description, std::uint32_t probable_reason)

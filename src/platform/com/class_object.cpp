@@ -27,7 +27,7 @@ ClassObjects& TheClassObjects() {
 thread_local std::string last_load_error;
 
 using GetClassObject = HRESULT (*)(const Guid&, const Guid&, void**);
-constexpr HRESULT kModuleNotFound = HresultFromWin32(126);
+constexpr HRESULT kModuleNotFound = HresultFromWin32(ERROR_MOD_NOT_FOUND);
 
 HRESULT FromLibrary(const std::string& path, const Guid& class_id, const Guid& iid, void** out) {
   void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -90,7 +90,8 @@ const std::string& LastLoadError() { return last_load_error; }
 std::u16string ModulePath(const void* address) {
   Dl_info info{};
   if (dladdr(address, &info) == 0 || !info.dli_fname) return {};
-  const std::unique_ptr<char, decltype(&std::free)> path(realpath(info.dli_fname, nullptr), &std::free);
+  const std::unique_ptr<char, decltype(&std::free)> path(realpath(info.dli_fname, nullptr),
+                                                         &std::free);
   return path ? platform::Utf16ForDisplay(path.get()) : std::u16string();
 }
 

@@ -44,7 +44,8 @@ std::optional<Guid> ParseGuid(std::u16string_view text) {
     ++nibble;
   }
   Guid guid;
-  guid.data1 = static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+  guid.data1 = static_cast<std::uint32_t>(bytes[0]) << 24 |
+               static_cast<std::uint32_t>(bytes[1]) << 16 |
                static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
   guid.data2 = static_cast<std::uint16_t>(bytes[4] << 8 | bytes[5]);
   guid.data3 = static_cast<std::uint16_t>(bytes[6] << 8 | bytes[7]);

@@ -5,7 +5,7 @@
 namespace kelvarion {
 
 HRESULT RegisterClassLibrary(const std::string& path, std::string& load_error) {
-  constexpr HRESULT kModuleNotFound = HresultFromWin32(126);
+  constexpr HRESULT kModuleNotFound = HresultFromWin32(ERROR_MOD_NOT_FOUND);
   void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!library) {
     load_error = dlerror();

@@ -37,8 +37,8 @@ class ComPtr {
   }
   ComPtr(const ComPtr& other) : ComPtr(other.object_) {}
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  ComPtr(const ComPtr<U>& other) : ComPtr(other.Get()) {}  // NOLINT: as pointers convert
+  requires std::is_convertible_v<U*, T*> ComPtr(const ComPtr<U>& other)
+      : ComPtr(other.Get()) {}  // NOLINT: as pointers convert
   ComPtr(ComPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   ComPtr& operator=(ComPtr other) noexcept {
     std::swap(object_, other.object_);
@@ -100,7 +100,9 @@ class ComObject : public Interfaces... {
     AddRef();
     return S_OK;
   }
-  std::uint32_t AddRef() override { return references_.fetch_add(1, std::memory_order_relaxed) + 1; }
+  std::uint32_t AddRef() override {
+    return references_.fetch_add(1, std::memory_order_relaxed) + 1;
+  }
   std::uint32_t Release() override {
     const std::uint32_t left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (left == 0) delete this;
@@ -111,9 +113,7 @@ class ComObject : public Interfaces... {
   virtual ~ComObject() = default;
 
  private:
-  auto* First() {
-    return static_cast<std::tuple_element_t<0, std::tuple<Interfaces...>>*>(this);
-  }
+  auto* First() { return static_cast<std::tuple_element_t<0, std::tuple<Interfaces...>>*>(this); }
   template <class I>
   void Offer(const Guid& iid, void** out) {
     if (iid == I::kIid) *out = static_cast<I*>(this);

@@ -1,13 +1,29 @@
 #include "platform/com/variant.h"
 
-#include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <optional>
+#include <system_error>
 
 namespace kelvarion {
 namespace {
+
+// A decimal number with blanks around it, whatever the locale.
+bool ParseNumber(std::u16string_view text, double& out) {
+  std::string digits;
+  for (const char16_t c : text) {
+    if (c >= 128) return false;
+    digits.push_back(static_cast<char>(c));
+  }
+  const std::size_t first = digits.find_first_not_of(" \t");
+  if (first == std::string::npos) return false;
+  digits = digits.substr(first, digits.find_last_not_of(" \t") - first + 1);
+  if (digits.starts_with('+')) digits.erase(0, 1);
+  const char* const end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, out);
+  return error == std::errc() && stop == end && std::isfinite(out);
+}
 
 // Numbers travel through double: every 32-bit integer fits it exactly.
 HRESULT ToNumber(const Variant& value, double& out) {
@@ -27,15 +43,8 @@ HRESULT ToNumber(const Variant& value, double& out) {
     case VT_R8:
       out = value.AsR8();
       return S_OK;
-    case VT_BSTR: {
-      const std::u16string& text = value.AsString();
-      if (text.empty() || !std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 128; }))
-        return DISP_E_TYPEMISMATCH;
-      const std::string ascii(text.begin(), text.end());
-      char* end = nullptr;
-      out = std::strtod(ascii.c_str(), &end);
-      return end == ascii.c_str() + ascii.size() && std::isfinite(out) ? S_OK : DISP_E_TYPEMISMATCH;
-    }
+    case VT_BSTR:
+      return ParseNumber(value.AsString(), out) ? S_OK : DISP_E_TYPEMISMATCH;
     default:
       return DISP_E_TYPEMISMATCH;
   }
@@ -91,8 +100,9 @@ HRESULT ToString(const Variant& value, std::u16string& out) {
       return S_OK;
     case VT_R8: {
       char text[32];
-      std::snprintf(text, sizeof text, "%.15g", value.AsR8());
-      out = Ascii(text);
+      const auto end =
+          std::to_chars(text, text + sizeof text, value.AsR8(), std::chars_format::general, 15);
+      out = Ascii({text, end.ptr});
       return S_OK;
     }
     default:

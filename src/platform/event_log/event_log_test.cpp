@@ -109,23 +109,31 @@ TEST_F(EventLogTest, ALogThatCannotBeWrittenSaysSo) {
 // Each record is larger than a page, so that a write in two steps would show.
 TEST_F(EventLogTest, RecordsOfSeveralProcessesNeverMix) {
   constexpr int kProcesses = 4;
-  constexpr int kRecords = 100;
+  constexpr int kRecords = 500;
+  // All wait for the end of a pipe, so that they write at the same time.
+  int gate[2];
+  ASSERT_EQ(pipe(gate), 0);
   std::vector<pid_t> children;
   for (int process = 0; process < kProcesses; ++process) {
     const pid_t child = fork();
     if (child == 0) {
       const std::u16string text(9000, static_cast<char16_t>(u'a' + process));
+      char ignored = 0;
+      close(gate[1]);
+      if (read(gate[0], &ignored, 1) != 0) _exit(1);
       for (int i = 0; i < kRecords; ++i)
         if (log_->Report(Information(text)) != ERROR_SUCCESS) _exit(1);
       _exit(0);
     }
     children.push_back(child);
   }
+  close(gate[1]);
   for (const pid_t child : children) {
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
   }
+  close(gate[0]);
   std::map<std::u16string, int> counts;
   for (const EventRecord& record : Read()) ++counts[record.strings[0]];
   EXPECT_EQ(counts.size(), static_cast<std::size_t>(kProcesses));

@@ -58,8 +58,8 @@ Win32Error CreateDirectories(const std::u16string& path);
 
 // Holds an exclusive lock on a file, made when missing (0600), until destroyed; waits for it. The
 // lock stands between threads as well as processes, and once it is held the path names the locked
-// file, so the holder may rename or delete it. A symbolic link is not followed.
-// Error() is ERROR_SUCCESS when it is held.
+// file, so the holder may rename or delete it as the last thing done under the lock. A symbolic
+// link is not followed. Error() is ERROR_SUCCESS when it is held.
 class FileLock {
  public:
   explicit FileLock(const std::u16string& path);

@@ -235,7 +235,41 @@ TEST_F(FilesTest, VolumesAreFoundThroughLinks) {
   EXPECT_EQ(GetVolumeInformation(Path("missing"), linked), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(FilesTest, OneHolderAtATimeEvenWhenHoldersMoveTheFileAway) {
+// Whether somebody waits for the lock of the file that the name stands for now.
+bool IsWaitedFor(const std::string& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) return false;
+  std::ifstream locks("/proc/locks");
+  const std::string inode = ":" + std::to_string(status.st_ino) + " ";
+  for (std::string line; std::getline(locks, line);)
+    if (line.find("-> FLOCK") != std::string::npos && line.find(inode) != std::string::npos)
+      return true;
+  return false;
+}
+
+// Whoever waited for a file that was moved away must not think to hold the one that came after it.
+TEST_F(FilesTest, AWaiterFollowsTheNameToTheNextFile) {
+  auto first = std::make_unique<FileLock>(Path("lock"));
+  std::atomic<bool> second_held = false;
+  std::atomic<bool> waiter_held = false;
+  std::thread waiter([&] {
+    const FileLock lock(Path("lock"));
+    EXPECT_EQ(lock.Error(), ERROR_SUCCESS);
+    EXPECT_FALSE(second_held);
+    waiter_held = true;
+  });
+  while (!IsWaitedFor(Native("lock"))) std::this_thread::yield();
+  std::filesystem::rename(Native("lock"), Native("moved"));
+  auto second = std::make_unique<FileLock>(Path("lock"));
+  second_held = true;
+  first.reset();
+  while (!waiter_held && !IsWaitedFor(Native("lock"))) std::this_thread::yield();
+  second_held = false;
+  second.reset();
+  waiter.join();
+}
+
+TEST_F(FilesTest, OneThreadAtATimeHoldsTheLock) {
   std::atomic<int> inside = 0;
   std::atomic<int> overlaps = 0;
   int total = 0;
@@ -245,8 +279,8 @@ TEST_F(FilesTest, OneHolderAtATimeEvenWhenHoldersMoveTheFileAway) {
       ASSERT_EQ(lock.Error(), ERROR_SUCCESS);
       if (++inside != 1) ++overlaps;
       ++total;
-      if (i % 3 == 0) DeleteFile(Path("lock"));
       --inside;
+      if (i % 3 == 0) DeleteFile(Path("lock"));
     }
   };
   std::vector<std::thread> threads;

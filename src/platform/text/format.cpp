@@ -1,11 +1,13 @@
 #include "platform/text/format.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace kelvarion::format_internal {
 namespace {
 
-std::u16string Number(const Argument& argument, std::u16string_view modifiers, char16_t conversion) {
+std::u16string Number(const Argument& argument, std::u16string_view modifiers,
+                      char16_t conversion) {
   std::string format = "%";
   for (const char16_t c : modifiers)
     if (c != u'l') format.push_back(static_cast<char>(c));
@@ -16,7 +18,7 @@ std::u16string Number(const Argument& argument, std::u16string_view modifiers, c
   if (conversion == u'x' || conversion == u'X') value &= 0xFFFFFFFFu;
   char text[64];
   const int length = std::snprintf(text, sizeof text, format.c_str(), value);
-  return std::u16string(text, text + length);
+  return std::u16string(text, text + std::min<int>(length, sizeof text - 1));
 }
 
 }  // namespace
@@ -37,9 +39,12 @@ std::u16string FormatArguments(std::u16string_view format, const Argument* argum
       out.push_back(u'%');
     } else if (next < count) {
       const Argument& argument = arguments[next++];
-      if (argument.kind == Kind::kText) out += argument.text;
-      else if (argument.kind == Kind::kCharacter) out.push_back(static_cast<char16_t>(argument.number));
-      else out += Number(argument, format.substr(start, i - start), format[i]);
+      if (argument.kind == Kind::kText)
+        out += argument.text;
+      else if (argument.kind == Kind::kCharacter)
+        out.push_back(static_cast<char16_t>(argument.number));
+      else
+        out += Number(argument, format.substr(start, i - start), format[i]);
     }
   }
   return out;

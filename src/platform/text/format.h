@@ -19,10 +19,10 @@ namespace format_internal {
 enum class Kind { kText, kCharacter, kSigned, kUnsigned };
 
 struct Argument {
-  Argument(std::u16string_view v) : kind(Kind::kText), text(v) {}      // NOLINT: arguments convert
-  Argument(const std::u16string& v) : kind(Kind::kText), text(v) {}    // NOLINT
-  Argument(const char16_t* v) : kind(Kind::kText), text(v) {}          // NOLINT
-  Argument(char16_t v) : kind(Kind::kCharacter), number(v) {}          // NOLINT
+  Argument(std::u16string_view v) : kind(Kind::kText), text(v) {}    // NOLINT: arguments convert
+  Argument(const std::u16string& v) : kind(Kind::kText), text(v) {}  // NOLINT
+  Argument(const char16_t* v) : kind(Kind::kText), text(v) {}        // NOLINT
+  Argument(char16_t v) : kind(Kind::kCharacter), number(v) {}        // NOLINT
   template <std::integral T>
   Argument(T v)  // NOLINT
       : kind(std::is_signed_v<T> ? Kind::kSigned : Kind::kUnsigned),
@@ -38,23 +38,32 @@ struct Argument {
 template <class T>
 constexpr Kind KindOf() {
   using V = std::remove_cvref_t<T>;
-  if constexpr (std::is_same_v<V, char16_t>) return Kind::kCharacter;
-  else if constexpr (std::is_convertible_v<V, std::u16string_view>) return Kind::kText;
+  if constexpr (std::is_same_v<V, char16_t>)
+    return Kind::kCharacter;
+  else if constexpr (std::is_convertible_v<V, std::u16string_view>)
+    return Kind::kText;
   else if constexpr (std::is_integral_v<V>)
     return std::is_signed_v<V> ? Kind::kSigned : Kind::kUnsigned;
-  else static_assert(std::is_integral_v<V>, "messages take text, characters and integers");
+  else
+    static_assert(std::is_integral_v<V>, "messages take text, characters and integers");
 }
 
 constexpr bool Accepts(char16_t conversion, Kind kind) {
   switch (conversion) {
-    case u's': return kind == Kind::kText;
-    case u'c': return kind == Kind::kCharacter;
+    case u's':
+      return kind == Kind::kText;
+    case u'c':
+      return kind == Kind::kCharacter;
     case u'd':
-    case u'i': return kind == Kind::kSigned;
-    case u'u': return kind == Kind::kUnsigned;
+    case u'i':
+      return kind == Kind::kSigned;
+    case u'u':
+      return kind == Kind::kUnsigned;
     case u'x':
-    case u'X': return kind == Kind::kSigned || kind == Kind::kUnsigned;
-    default: return false;
+    case u'X':
+      return kind == Kind::kSigned || kind == Kind::kUnsigned;
+    default:
+      return false;
   }
 }
 
@@ -74,7 +83,8 @@ template <class... Args>
 class FormatString {
  public:
   template <std::size_t N>
-  consteval FormatString(const char16_t (&text)[N]) : text_(text, N - 1) {  // NOLINT: literals convert
+  consteval FormatString(const char16_t (&text)[N])
+      : text_(text, N - 1) {  // NOLINT: literals convert
     constexpr std::array<format_internal::Kind, sizeof...(Args) + 1> kKinds{
         format_internal::KindOf<Args>()..., format_internal::Kind::kText};
     std::size_t used = 0;

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "platform/com/class_object.h"
+#include "platform/com/unknown.h"
+
+namespace kelvarion {
+namespace {
+
+class ICounter : public IUnknown {
+ public:
+  static constexpr Guid kIid{0x11111111, 1, 1, {1, 1, 1, 1, 1, 1, 1, 1}};
+  virtual int Count() = 0;
+
+ protected:
+  ~ICounter() = default;
+};
+
+class INamed : public IUnknown {
+ public:
+  static constexpr Guid kIid{0x22222222, 2, 2, {2, 2, 2, 2, 2, 2, 2, 2}};
+  virtual int Name() = 0;
+
+ protected:
+  ~INamed() = default;
+};
+
+class Thing final : public ComObject<ICounter, INamed> {
+ public:
+  explicit Thing(int* destroyed) : destroyed_(destroyed) {}
+  ~Thing() override { ++*destroyed_; }
+  int Count() override { return 1; }
+  int Name() override { return 2; }
+
+ private:
+  int* destroyed_;
+};
+
+TEST(ComObjectTest, LivesAsLongAsAnyOfItsInterfacesIsHeld) {
+  int destroyed = 0;
+  ComPtr<ICounter> counter = MakeCom<Thing>(&destroyed);
+  ComPtr<INamed> named = counter.As<INamed>();
+  ASSERT_TRUE(named);
+  EXPECT_EQ(named->Name(), 2);
+  EXPECT_EQ(named.As<IUnknown>(), counter.As<IUnknown>());
+  EXPECT_FALSE(counter.As<IClassFactory>());
+  counter = nullptr;
+  EXPECT_EQ(destroyed, 0);
+  ComPtr<INamed> moved = std::move(named);
+  INamed* const raw = moved.Detach();
+  EXPECT_EQ(destroyed, 0);
+  EXPECT_EQ(raw->Release(), 0u);
+  EXPECT_EQ(destroyed, 1);
+}
+
+TEST(GuidTest, TextFormIsStrictAndUpperCase) {
+  const std::u16string text = u"{565B8FB4-EE30-4EE3-9B5B-E285678F1F9D}";
+  const Guid guid{0x565B8FB4, 0xEE30, 0x4EE3, {0x9B, 0x5B, 0xE2, 0x85, 0x67, 0x8F, 0x1F, 0x9D}};
+  EXPECT_EQ(ToText(guid), text);
+  EXPECT_EQ(ParseGuid(text), guid);
+  EXPECT_EQ(ParseGuid(u"{565b8fb4-ee30-4ee3-9b5b-e285678f1f9d}"), guid);
+  for (const char16_t* bad :
+       {u"", u"565B8FB4-EE30-4EE3-9B5B-E285678F1F9D", u"{565B8FB4-EE30-4EE3-9B5B-E285678F1F9D",
+        u"{565B8FB4EE30-4EE3-9B5B-E285678F1F9D-}", u"{565B8FG4-EE30-4EE3-9B5B-E285678F1F9D}",
+        u"{565B8FB4-EE30-4EE3-9B5B-E285678F1F9D} "})
+    EXPECT_EQ(ParseGuid(bad), std::nullopt);
+}
+
+class Factory final : public ComObject<IClassFactory> {
+ public:
+  HRESULT CreateInstance(IUnknown* outer, const Guid& iid, void** out) override {
+    if (outer) return CLASS_E_NOAGGREGATION;
+    return MakeCom<Thing>(&destroyed)->QueryInterface(iid, out);
+  }
+  HRESULT LockServer(bool) override { return S_OK; }
+  inline static int destroyed = 0;
+};
+
+TEST(ClassObjectTest, TheProcesssOwnClassesComeBeforeLibraries) {
+  const Guid id{7, 7, 7, {}};
+  const Guid other{8, 8, 8, {}};
+  CoRegisterClassObject(id, MakeCom<Factory>());
+  int asked = 0;
+  SetClassLocator([&asked](const Guid&) {
+    ++asked;
+    return std::string();
+  });
+  ComPtr<ICounter> counter;
+  EXPECT_EQ(CoCreateInstance(id, ICounter::kIid, counter.PutVoid()), S_OK);
+  EXPECT_EQ(counter->Count(), 1);
+  EXPECT_EQ(asked, 0);
+  EXPECT_EQ(CoCreateInstance(id, IClassFactory::kIid, counter.PutVoid()), E_NOINTERFACE);
+  EXPECT_FALSE(counter);
+  EXPECT_EQ(CoCreateInstance(other, ICounter::kIid, counter.PutVoid()), REGDB_E_CLASSNOTREG);
+  EXPECT_EQ(asked, 1);
+  EXPECT_EQ(CoCreateInstance(id, ICounter::kIid, nullptr), E_POINTER);
+  SetClassLocator(nullptr);
+}
+
+TEST(ClassObjectTest, ALibraryThatDoesNotServeClassesIsNotAModule) {
+  ComPtr<ICounter> counter;
+  for (const char* library : {"/none/library.so", "libc.so.6"}) {
+    SetClassLocator([library](const Guid&) { return std::string(library); });
+    EXPECT_EQ(CoCreateInstance({9, 9, 9, {}}, ICounter::kIid, counter.PutVoid()),
+              HresultFromWin32(ERROR_MOD_NOT_FOUND));
+    EXPECT_NE(LastLoadError().find(library), std::string::npos) << LastLoadError();
+  }
+  SetClassLocator(nullptr);
+  EXPECT_EQ(CoCreateInstance({9, 9, 9, {}}, ICounter::kIid, counter.PutVoid()),
+            REGDB_E_CLASSNOTREG);
+  EXPECT_EQ(LastLoadError(), "");
+}
+
+TEST(ClientTest, IsTheThreadsOwnAndNests) {
+  const ClientToken* token = nullptr;
+  EXPECT_EQ(CoImpersonateClient(), RPC_E_CALL_COMPLETE);
+  EXPECT_EQ(OpenThreadToken(token), ERROR_NO_TOKEN);
+  {
+    const ScopedClient outer({u"S-1-22-1-1", {}, ImpersonationLevel::kImpersonation});
+    EXPECT_EQ(OpenThreadToken(token), ERROR_NO_TOKEN) << "not impersonated yet";
+    {
+      const ScopedClient inner({u"S-1-22-1-2", {}, ImpersonationLevel::kIdentification});
+      EXPECT_EQ(CoImpersonateClient(), S_OK);
+      EXPECT_EQ(OpenThreadToken(token), ERROR_SUCCESS);
+      EXPECT_EQ(token->user_sid, u"S-1-22-1-2");
+      std::thread([] { EXPECT_EQ(CoImpersonateClient(), RPC_E_CALL_COMPLETE); }).join();
+    }
+    EXPECT_EQ(OpenThreadToken(token), ERROR_NO_TOKEN) << "the client went while impersonated";
+    EXPECT_EQ(CoImpersonateClient(), S_OK);
+    EXPECT_EQ(OpenThreadToken(token), ERROR_SUCCESS);
+    EXPECT_EQ(token->user_sid, u"S-1-22-1-1");
+    EXPECT_EQ(CoRevertToSelf(), S_OK);
+    EXPECT_EQ(OpenThreadToken(token), ERROR_NO_TOKEN);
+  }
+  EXPECT_EQ(CoImpersonateClient(), RPC_E_CALL_COMPLETE);
+}
+
+}  // namespace
+}  // namespace kelvarion
