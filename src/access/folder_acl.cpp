@@ -13,13 +13,11 @@ using platform::AccessGrant;
 void Merge(const platform::SecurityAuthority& authority, const AccessGrant& grant,
            std::vector<AccessGrant>& dacl) {
   AccessGrant added{{}, grant.access_mask, false};
-  if (const Win32Error error = authority.NormalizeSid(grant.sid, added.sid);
-      error != ERROR_SUCCESS)
+  if (const Win32Error error = authority.NormalizeSid(grant.sid, added.sid); error != ERROR_SUCCESS)
     throw Win32Exception(error, u"Unable to modify ACL");
-  const auto present =
-      std::find_if(dacl.begin(), dacl.end(), [&](const AccessGrant& entry) {
-        return !entry.inherited && entry.sid == added.sid;
-      });
+  const auto present = std::find_if(dacl.begin(), dacl.end(), [&](const AccessGrant& entry) {
+    return !entry.inherited && entry.sid == added.sid;
+  });
   if (present == dacl.end())
     dacl.push_back(std::move(added));
   else

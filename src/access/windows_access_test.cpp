@@ -63,8 +63,8 @@ class FakeAuthority : public platform::SecurityAuthority {
   }
 
   std::vector<std::u16string> members{u"S-1-22-1-1"};
-  Grants dacl{{u"S-1-22-1-0", 0x1, false}, {u"S-1-1-0", 0x1200A9, true},
-              {u"S-1-22-1-33", 0x2, true}};
+  Grants dacl{
+      {u"S-1-22-1-0", 0x1, false}, {u"S-1-1-0", 0x1200A9, true}, {u"S-1-22-1-33", 0x2, true}};
   bool is_protected = false;
 };
 
@@ -83,17 +83,22 @@ TEST(WindowsAccessTest, FailuresSayWhatFailedAndWhy) {
     std::function<void()> action;
     std::u16string message;
   } rows[] = {
-      {[&] { GetGroupMembers(authority, u"Nobody"); }, u"Cannot get group members for 'Nobody' 2220"},
+      {[&] { GetGroupMembers(authority, u"Nobody"); },
+       u"Cannot get group members for 'Nobody' 2220"},
       {[&] { SetGroupMembers(authority, u"Nobody", {}); },
        u"Cannot set group members for 'Nobody' 2220"},
-      {[&] { SetGroupMembers(authority, kServerAdminsGroup, {u"S-1-5-18", u"bob"}); },
+      {[&] {
+         SetGroupMembers(authority, kServerAdminsGroup, {u"S-1-5-18", u"bob"});
+       },
        u"Cannot parse SID string 1337"},
       {[&] { LookupAccountName(authority, u"bob"); }, u"Cannot lookup account name 'bob' 1332"},
       {[&] { ReadFolderDacl(authority, u"/unreadable"); },
        u"Cannot retrieve security information for '/unreadable' 5"},
       {[&] { ApplyGrants(authority, u"/read-only", {}); },
        u"Cannot set security information for '/read-only' 5"},
-      {[&] { ApplyGrants(authority, u"/root", {{u"bob", 1, false}}); },
+      {[&] {
+         ApplyGrants(authority, u"/root", {{u"bob", 1, false}});
+       },
        u"Unable to modify ACL 1337"},
   };
   for (const auto& row : rows) EXPECT_EQ(MessageOf(row.action), row.message);

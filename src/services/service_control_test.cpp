@@ -13,7 +13,8 @@ namespace {
 using platform::ServiceConfig;
 using platform::ServiceStatus;
 
-// Answers every call with `error`, status queries with the next of `statuses`, the last one for good.
+// Answers every call with `error`, status queries with the next of `statuses`, the last one for
+// good.
 class FakeManager : public platform::ServiceManager {
  public:
   Win32Error QueryStatus(const std::u16string& name, ServiceStatus& out) const override {
@@ -88,7 +89,8 @@ TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
     std::u16string call;
     std::u16string message;
   } rows[] = {
-      {[&] { QueryServerStatus(manager); }, u"query KelvarionServer", u"Cannot query service status"},
+      {[&] { QueryServerStatus(manager); }, u"query KelvarionServer",
+       u"Cannot query service status"},
       {[&] { StartServer(manager); }, u"start KelvarionServer", u"Cannot start service"},
       {[&] { StopServer(manager); }, u"control KelvarionServer 1", u"Cannot stop service"},
       {[&] { RestartServer(manager); }, u"control KelvarionServer 128", u"Cannot control service"},
@@ -98,8 +100,7 @@ TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
       {[&] { QueryOrmuConfig(manager); }, u"config ormusvc", u"Cannot query service config"},
       {[&] { StartOrmu(manager); }, u"start ormusvc", u"Cannot start service"},
       {[&] { StopOrmu(manager); }, u"control ormusvc 1", u"Cannot stop service"},
-      {[&] { SetOrmuStartMode(manager, 4); }, u"type ormusvc 4",
-       u"Cannot change service settings"},
+      {[&] { SetOrmuStartMode(manager, 4); }, u"type ormusvc 4", u"Cannot change service settings"},
       {[&] { WaitForOrmuState(manager, 1, 0); }, u"query ormusvc", u"Cannot query service status"},
   };
   for (const auto& row : rows) {
@@ -107,8 +108,8 @@ TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
     row.operation();
     EXPECT_EQ(manager.last, row.call);
     EXPECT_EQ(manager.calls, 1) << "one call each";
-    const std::u16string service = row.call.find(u"ormusvc") == row.call.npos
-                                       ? kServerServiceName : kOrmuServiceName;
+    const std::u16string service =
+        row.call.find(u"ormusvc") == row.call.npos ? kServerServiceName : kOrmuServiceName;
     const struct {
       Win32Error error;
       std::u16string message;

@@ -17,8 +17,8 @@ constexpr const char* kSelf = "KELVARION_TEST_ACCOUNTS";
 // Accounts of a system of our own: the same program once more, under a library that invents them.
 bool WithInventedAccounts() {
   if (std::getenv(kSelf)) return true;
-  const auto folder = std::filesystem::temp_directory_path() /
-                      ("kv-accounts-" + std::to_string(getpid()));
+  const auto folder =
+      std::filesystem::temp_directory_path() / ("kv-accounts-" + std::to_string(getpid()));
   std::filesystem::create_directory(folder);
   std::ofstream(folder / "passwd") << "alice:x:4001:4001:::\nboth:x:4002:4001:::\n"
                                    << "CORP\\zoë:x:4003:4001:::\n";

@@ -67,7 +67,9 @@ AclEntries WithMask(AclEntries entries) {
 Win32Error ReadMode(const std::string& path, AclEntries& out) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) return FromErrno(errno);
-  const auto bits = [&](int shift) { return static_cast<std::uint8_t>(status.st_mode >> shift & 7); };
+  const auto bits = [&](int shift) {
+    return static_cast<std::uint8_t>(status.st_mode >> shift & 7);
+  };
   out = {{ACL_USER_OBJ, 0, bits(6)}, {ACL_GROUP_OBJ, 0, bits(3)}, {ACL_OTHER, 0, bits(0)}};
   return ERROR_SUCCESS;
 }
@@ -76,7 +78,8 @@ Win32Error ReadMode(const std::string& path, AclEntries& out) {
 
 Win32Error ReadAcl(const std::string& path, acl_type_t type, AclEntries& out) {
   const Acl acl(acl_get_file(path.c_str(), type));
-  if (!acl && errno == EOPNOTSUPP) return type == ACL_TYPE_ACCESS ? ReadMode(path, out) : ERROR_SUCCESS;
+  if (!acl && errno == EOPNOTSUPP)
+    return type == ACL_TYPE_ACCESS ? ReadMode(path, out) : ERROR_SUCCESS;
   if (!acl) return FromErrno(errno);
   acl_entry_t entry{};
   for (int which = ACL_FIRST_ENTRY; acl_get_entry(acl.get(), which, &entry) == 1;

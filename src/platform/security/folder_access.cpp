@@ -70,8 +70,8 @@ void Describe(const PosixAccess& access, const PosixAccess& from_parent,
     return found != parent.end() && found->second == entry.second;
   };
   for (const auto& entry : access.users)
-    out.push_back({ToText(UserSid(entry.first)), MaskOf(entry.second),
-                   inherited(from_parent.users, entry)});
+    out.push_back(
+        {ToText(UserSid(entry.first)), MaskOf(entry.second), inherited(from_parent.users, entry)});
   for (const auto& entry : access.groups)
     out.push_back({ToText(GroupSid(entry.first)), MaskOf(entry.second),
                    inherited(from_parent.groups, entry)});
@@ -91,9 +91,9 @@ Win32Error DescribePosixList(const std::string& folder, std::vector<AccessGrant>
        false});
   Describe(entries.named, parent.named, out);
   if (entries.group_permissions != 0)
-    out.push_back({ToText(GroupSid(entries.owning_group)), MaskOf(entries.group_permissions), true});
-  if (entries.named.others != 0)
-    out.push_back({kSidEveryone, MaskOf(entries.named.others), true});
+    out.push_back(
+        {ToText(GroupSid(entries.owning_group)), MaskOf(entries.group_permissions), true});
+  if (entries.named.others != 0) out.push_back({kSidEveryone, MaskOf(entries.named.others), true});
   return ERROR_SUCCESS;
 }
 

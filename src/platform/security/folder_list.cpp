@@ -42,7 +42,8 @@ bool ReadEntry(std::istringstream& words, std::map<std::uint32_t, Permissions>& 
 
 }  // namespace
 
-// One entry a line: "protected", "grant SID MASK INHERITED", "u UID BITS", "g GID BITS", "o 0 BITS".
+// One entry a line: "protected", "grant SID MASK INHERITED", "u UID BITS", "g GID BITS", "o 0
+// BITS".
 std::string ToText(const FolderList& list) {
   std::ostringstream text;
   if (list.is_protected) text << "protected\n";
@@ -64,11 +65,16 @@ bool ParseFolderList(const std::string& text, FolderList& out) {
     std::istringstream words(line);
     std::string kind;
     words >> kind;
-    if (kind == "protected") list.is_protected = true;
-    else if (kind == "grant") valid = ReadGrant(words, list);
-    else if (kind == "u") valid = ReadEntry(words, list.carried_out.users);
-    else if (kind == "g") valid = ReadEntry(words, list.carried_out.groups);
-    else valid = kind == "o" && ReadEntry(words, others);
+    if (kind == "protected")
+      list.is_protected = true;
+    else if (kind == "grant")
+      valid = ReadGrant(words, list);
+    else if (kind == "u")
+      valid = ReadEntry(words, list.carried_out.users);
+    else if (kind == "g")
+      valid = ReadEntry(words, list.carried_out.groups);
+    else
+      valid = kind == "o" && ReadEntry(words, others);
   }
   list.carried_out.others = others[0];
   if (valid) out = std::move(list);

@@ -38,8 +38,8 @@ Win32Error GroupStore::Open(const std::string& path, std::unique_ptr<GroupStore>
   if (file < 0) return FromErrno(errno);
   close(file);
   sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(path.c_str(), &opened,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+  const int result =
+      sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   std::unique_ptr<GroupStore> store(new GroupStore(sqlite::Database(opened)));
   if (result != SQLITE_OK) return sqlite::ErrorOf(result);
   sqlite3_busy_timeout(opened, kBusyTimeoutMs);

@@ -90,17 +90,16 @@ bool PosixAccess::Includes(const PosixAccess& other) const {
 }
 
 Win32Error ChangeTree(const std::string& folder, const PosixChange& change) {
-  return WalkOwnTree(folder, [&](const std::string& path, mode_t mode) {
-    return ChangeOne(path, mode, change);
-  });
+  return WalkOwnTree(
+      folder, [&](const std::string& path, mode_t mode) { return ChangeOne(path, mode, change); });
 }
 
 Win32Error ReadEntries(const std::string& folder, PosixList list, FolderEntries& out) {
   struct stat status {};
   if (stat(folder.c_str(), &status) != 0) return FromErrno(errno);
   AclEntries entries;
-  const Win32Error error = ReadAcl(
-      folder, list == PosixList::kAccess ? ACL_TYPE_ACCESS : ACL_TYPE_DEFAULT, entries);
+  const Win32Error error =
+      ReadAcl(folder, list == PosixList::kAccess ? ACL_TYPE_ACCESS : ACL_TYPE_DEFAULT, entries);
   if (error != ERROR_SUCCESS) return error;
   out = {};
   out.owner = status.st_uid;

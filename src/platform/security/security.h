@@ -58,10 +58,10 @@ class SecurityAuthority {
   virtual Win32Error ReadFolderAccess(const std::u16string& folder,
                                       std::vector<AccessGrant>& out) const = 0;
   // Replaces the folder's list; a protected one no longer inherits from the parent. What is granted
-  // is granted for real: to the accounts' processes, for everything made below later as well as now.
+  // is granted for real: to the accounts' processes, for everything made below later as well as
+  // now.
   virtual Win32Error WriteFolderAccess(const std::u16string& folder,
-                                       const std::vector<AccessGrant>& grants,
-                                       bool protect) = 0;
+                                       const std::vector<AccessGrant>& grants, bool protect) = 0;
 };
 
 // The authority of the home `home` (UTF-8 path), which keeps its local groups there.

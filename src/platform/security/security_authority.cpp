@@ -122,8 +122,7 @@ Win32Error LinuxSecurityAuthority::WriteFolderAccess(const std::u16string& folde
 
 }  // namespace
 
-Win32Error OpenSecurityAuthority(const std::string& home,
-                                 std::unique_ptr<SecurityAuthority>& out) {
+Win32Error OpenSecurityAuthority(const std::string& home, std::unique_ptr<SecurityAuthority>& out) {
   std::unique_ptr<GroupStore> groups;
   const Win32Error error = GroupStore::Open(home + "/groups.db", groups);
   if (error == ERROR_SUCCESS)

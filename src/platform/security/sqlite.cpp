@@ -6,18 +6,25 @@ Win32Error ErrorOf(int result) {
   switch (result & 0xFF) {
     case SQLITE_OK:
     case SQLITE_ROW:
-    case SQLITE_DONE: return ERROR_SUCCESS;
+    case SQLITE_DONE:
+      return ERROR_SUCCESS;
     case SQLITE_BUSY:
-    case SQLITE_LOCKED: return ERROR_SHARING_VIOLATION;
+    case SQLITE_LOCKED:
+      return ERROR_SHARING_VIOLATION;
     case SQLITE_PERM:
     case SQLITE_AUTH:
     case SQLITE_READONLY:
-    case SQLITE_CANTOPEN: return ERROR_ACCESS_DENIED;
-    case SQLITE_FULL: return ERROR_DISK_FULL;
-    case SQLITE_NOMEM: return ERROR_NOT_ENOUGH_MEMORY;
+    case SQLITE_CANTOPEN:
+      return ERROR_ACCESS_DENIED;
+    case SQLITE_FULL:
+      return ERROR_DISK_FULL;
+    case SQLITE_NOMEM:
+      return ERROR_NOT_ENOUGH_MEMORY;
     case SQLITE_CORRUPT:
-    case SQLITE_NOTADB: return ERROR_BADDB;
-    default: return ERROR_GEN_FAILURE;
+    case SQLITE_NOTADB:
+      return ERROR_BADDB;
+    default:
+      return ERROR_GEN_FAILURE;
   }
 }
 
@@ -58,7 +65,9 @@ std::string Statement::Text(int column) const {
               : std::string();
 }
 
-std::int64_t Statement::Number(int column) const { return sqlite3_column_int64(statement_, column); }
+std::int64_t Statement::Number(int column) const {
+  return sqlite3_column_int64(statement_, column);
+}
 
 Transaction::Transaction(sqlite3* database)
     : database_(database),

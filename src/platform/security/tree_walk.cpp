@@ -34,9 +34,7 @@ struct CloseFolder {
 };
 using Folder = std::unique_ptr<DIR, CloseFolder>;
 
-bool MayChange(const struct stat& status) {
-  return geteuid() == 0 || status.st_uid == geteuid();
-}
+bool MayChange(const struct stat& status) { return geteuid() == 0 || status.st_uid == geteuid(); }
 
 bool IsVisited(const struct stat& status) {
   return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode);
@@ -76,8 +74,7 @@ Win32Error WalkOwnTree(const std::string& folder,
       continue;
     }
     if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
-    const Handle object(
-        openat(dirfd(current), entry->d_name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    const Handle object(openat(dirfd(current), entry->d_name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (object.get() < 0 || fstat(object.get(), &status) != 0) {
       if (errno == ENOENT) continue;
       return FromErrno(errno);

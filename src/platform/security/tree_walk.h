@@ -15,7 +15,8 @@ namespace kelvarion::platform {
 // exactly the object that was found, whatever its name stands for by then. Symbolic links, devices
 // and the like are left out, what vanishes meanwhile is passed over.
 // Stops at the first error; ERROR_ACCESS_DENIED when the folder itself is somebody else's.
-Win32Error WalkOwnTree(const std::string& folder,
-                       const std::function<Win32Error(const std::string& path, mode_t mode)>& visit);
+Win32Error WalkOwnTree(
+    const std::string& folder,
+    const std::function<Win32Error(const std::string& path, mode_t mode)>& visit);
 
 }  // namespace kelvarion::platform

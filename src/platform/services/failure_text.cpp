@@ -69,8 +69,7 @@ std::uint64_t LogLength(const Service& service) {
   return error ? 0 : length;
 }
 
-std::string FailureText(const Service& service, int pid, int exit_status,
-                        std::uint64_t log_start) {
+std::string FailureText(const Service& service, int pid, int exit_status, std::uint64_t log_start) {
   std::string text = HowItEnded(exit_status) + ReadSmallFile(service.File(".err"));
   if (!text.ends_with('\n')) text += '\n';
   text += WordsOfLog(service, pid, log_start);

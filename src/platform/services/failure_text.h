@@ -12,8 +12,8 @@ namespace kelvarion::platform {
 std::uint64_t LogLength(const Service& service);
 
 // How the process ended (as waitpid reports it), what it wrote to its standard streams and what it
-// itself, not its workers, wrote to its log from `log_start` on: the errors, or the last lines where
-// there is no error.
+// itself, not its workers, wrote to its log from `log_start` on: the errors, or the last lines
+// where there is no error.
 std::string FailureText(const Service& service, int pid, int exit_status, std::uint64_t log_start);
 
 }  // namespace kelvarion::platform

@@ -1,20 +1,17 @@
 #include "platform/services/listeners.h"
 
 #include <arpa/inet.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
-#include <memory>
 #include <sstream>
+
+#include "platform/network/network.h"
+#include "platform/text/encoding.h"
 
 namespace kelvarion::platform {
 namespace {
@@ -26,7 +23,9 @@ struct Row {
   bool ours = false;
 };
 
-bool NameIs(const std::string& word, const char* name) { return strcasecmp(word.c_str(), name) == 0; }
+bool NameIs(const std::string& word, const char* name) {
+  return strcasecmp(word.c_str(), name) == 0;
+}
 
 // 8080, 127.0.0.1:8080, [::1]:8080 and ::1:8080; port 0 for anything else.
 ListenAddress ParseListenAddress(const std::string& text) {
@@ -75,8 +74,8 @@ ListenAddress ParseKernelAddress(const std::string& text) {
   }
   char host[INET6_ADDRSTRLEN] = {};
   inet_ntop(colon == 8 ? AF_INET : AF_INET6, bytes, host, sizeof host);
-  ListenAddress address{host, static_cast<std::uint16_t>(
-                                  std::strtoul(text.c_str() + colon + 1, nullptr, 16))};
+  ListenAddress address{
+      host, static_cast<std::uint16_t>(std::strtoul(text.c_str() + colon + 1, nullptr, 16))};
   if (address.host == "0.0.0.0" || address.host == "::") address.host.clear();
   return address;
 }
@@ -93,44 +92,24 @@ std::vector<Row> ReadListeningSockets(const ProcessIdentity& server) {
       fields >> slot >> local >> remote >> state >> queues >> timer >> retries >> user >> timeout >>
           inode;
       if (fields.fail() || state != "0A") continue;
-      rows.push_back({ParseKernelAddress(local),
-                      std::find(own.begin(), own.end(), inode) != own.end()});
+      rows.push_back(
+          {ParseKernelAddress(local), std::find(own.begin(), own.end(), inode) != own.end()});
     }
   }
   return rows;
 }
 
-// As the server binds it: 0, or the error.
-int TryBind(const addrinfo& address) {
-  const int socket_fd = socket(address.ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (socket_fd < 0) return errno;
-  const int on = 1;
-  setsockopt(socket_fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  if (address.ai_family == AF_INET6)
-    setsockopt(socket_fd, IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on);
-  const bool bound =
-      bind(socket_fd, address.ai_addr, address.ai_addrlen) == 0 && listen(socket_fd, 1) == 0;
-  const int error = bound ? 0 : errno;
-  close(socket_fd);
-  return error;
-}
-
-int TryBind(const ListenAddress& address) {
-  addrinfo hints{};
-  hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* list = nullptr;
-  const char* host = address.host.empty() ? nullptr : address.host.c_str();
-  if (getaddrinfo(host, std::to_string(address.port).c_str(), &hints, &list) != 0)
-    return EADDRNOTAVAIL;
-  const std::unique_ptr<addrinfo, void (*)(addrinfo*)> owner(list, freeaddrinfo);
-  for (const addrinfo* each = list; each; each = each->ai_next) {
-    const int error = TryBind(*each);
-    // A machine without one of the two families listens on the other alone.
-    const bool absent = error == EAFNOSUPPORT || (error == EADDRNOTAVAIL && !host);
-    if (error != 0 && !absent) return error;
+const char* TextOf(Win32Error error) {
+  switch (error) {
+    case WSAEADDRINUSE:
+      return "Address already in use";
+    case WSAEADDRNOTAVAIL:
+      return "No interface has this address";
+    case ERROR_ACCESS_DENIED:
+      return "Permission denied";
+    default:
+      return "The address cannot be had";
   }
-  return 0;
 }
 
 }  // namespace
@@ -151,15 +130,16 @@ ListenVerdict CheckListenAddresses(const std::vector<ListenAddress>& addresses,
     const auto on_port = [&](const Row& row) { return row.address.port == address.port; };
     const auto foreign = [&](const Row& row) { return on_port(row) && !row.ours; };
     if (std::any_of(rows.begin(), rows.end(), kept)) continue;
-    const int error = TryBind(address);
-    if (error == 0) continue;
-    if (error == EADDRINUSE && std::any_of(rows.begin(), rows.end(), on_port) &&
+    const Win32Error error = TestBind(Utf16ForDisplay(address.host), address.port);
+    // What is no numeric address is for the server itself to look up.
+    if (error == ERROR_SUCCESS || error == ERROR_INVALID_PARAMETER) continue;
+    if (error == WSAEADDRINUSE && std::any_of(rows.begin(), rows.end(), on_port) &&
         std::none_of(rows.begin(), rows.end(), foreign)) {
       verdict = ListenVerdict::kHeldByUs;
       continue;
     }
     reason = "Cannot listen on " + (address.host.empty() ? "port " : address.host + ":") +
-             std::to_string(address.port) + ": " + std::strerror(error);
+             std::to_string(address.port) + ": " + TextOf(error);
     return ListenVerdict::kRefused;
   }
   return verdict;

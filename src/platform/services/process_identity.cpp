@@ -136,7 +136,8 @@ void EndSession(int session, const std::string& argument) {
     if (left.empty()) return;
     // Half of the time is for those that end when they are asked.
     if (i == 0 || i == kPolls / 2)
-      for (const ProcessIdentity& process : left) SignalProcess(process, i == 0 ? SIGTERM : SIGKILL);
+      for (const ProcessIdentity& process : left)
+        SignalProcess(process, i == 0 ? SIGTERM : SIGKILL);
     std::this_thread::sleep_for(kPoll);
   }
 }

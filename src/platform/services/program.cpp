@@ -56,15 +56,17 @@ bool ReadToEnd(int descriptor, int timeout_ms, std::string& out) {
     char buffer[4096];
     const ssize_t count = ready < 0 ? -1 : read(descriptor, buffer, sizeof buffer);
     if (count == 0) return true;
-    if (count > 0) out.append(buffer, static_cast<std::size_t>(count));
-    else if (errno != EINTR) return true;
+    if (count > 0)
+      out.append(buffer, static_cast<std::size_t>(count));
+    else if (errno != EINTR)
+      return true;
   }
 }
 
 }  // namespace
 
-int SpawnProgram(const std::string& program, const std::vector<std::string>& arguments,
-                 int output, int& pid) {
+int SpawnProgram(const std::string& program, const std::vector<std::string>& arguments, int output,
+                 int& pid) {
   std::vector<char*> argv{const_cast<char*>(program.c_str())};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);

@@ -20,7 +20,7 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
 
 // Starts a program with an empty signal mask and default signal actions. Its standard input is
 // empty, its other standard streams go to the descriptor. 0, or errno.
-int SpawnProgram(const std::string& program, const std::vector<std::string>& arguments,
-                 int output, int& pid);
+int SpawnProgram(const std::string& program, const std::vector<std::string>& arguments, int output,
+                 int& pid);
 
 }  // namespace kelvarion::platform

@@ -25,9 +25,12 @@ ReloadVerdict CheckReload(const Service& service, const ProcessIdentity& server,
   }
   const std::vector<ListenAddress> addresses = ReadListenAddresses(service.configuration);
   switch (CheckListenAddresses(addresses, server, reason)) {
-    case ListenVerdict::kReady: return ReloadVerdict::kGraceful;
-    case ListenVerdict::kHeldByUs: return ReloadVerdict::kNeedsNewProcess;
-    case ListenVerdict::kRefused: break;
+    case ListenVerdict::kReady:
+      return ReloadVerdict::kGraceful;
+    case ListenVerdict::kHeldByUs:
+      return ReloadVerdict::kNeedsNewProcess;
+    case ListenVerdict::kRefused:
+      break;
   }
   return ReloadVerdict::kRefused;
 }

@@ -144,11 +144,13 @@ Win32Error LinuxServiceManager::Control(const std::u16string& name, std::uint32_
   if (state.status.current_state == SERVICE_STOPPED) return ERROR_SERVICE_NOT_ACTIVE;
   if (lock.Error() != ERROR_SUCCESS) return lock.Error();
   switch (control) {
-    case SERVICE_CONTROL_STOP: return Stop(*service, state);
+    case SERVICE_CONTROL_STOP:
+      return Stop(*service, state);
     case SERVICE_CONTROL_RESTART:
       if (service->graceful) return Restart(*service, state);
       break;
-    default: break;
+    default:
+      break;
   }
   return ERROR_INVALID_SERVICE_CONTROL;
 }
@@ -161,8 +163,8 @@ Win32Error LinuxServiceManager::Stop(const Service& service, const ServiceState&
   if (state.process.pid != 0) record.process = state.process;
   // The record comes first: a process that ends must find that it was to.
   if (const Win32Error error = WriteRecord(service, record); error != ERROR_SUCCESS) return error;
-  const bool sent = SignalProcess(record.supervisor, SIGTERM) ||
-                    SignalProcess(record.process, SIGTERM);
+  const bool sent =
+      SignalProcess(record.supervisor, SIGTERM) || SignalProcess(record.process, SIGTERM);
   if (!sent && IsRunning(record.process)) {
     record.phase = before;
     WriteRecord(service, record);
@@ -176,7 +178,8 @@ Win32Error LinuxServiceManager::Restart(const Service& service, const ServiceSta
   if (state.status.current_state != SERVICE_RUNNING) return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
   std::string reason;
   switch (CheckReload(service, state.process, reason)) {
-    case ReloadVerdict::kRefused: return Fail(service, ERROR_SERVICE_SPECIFIC_ERROR, reason);
+    case ReloadVerdict::kRefused:
+      return Fail(service, ERROR_SERVICE_SPECIFIC_ERROR, reason);
     case ReloadVerdict::kGraceful:
       // While it carries out an earlier request it ignores the signal, and the change with it.
       if (!SignalWhenCaught(state.process, SIGUSR1)) return ERROR_ACCESS_DENIED;

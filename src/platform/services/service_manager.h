@@ -44,7 +44,8 @@ struct ServiceConfig {
   std::u16string binary_path;
   std::u16string load_order_group;
   std::vector<std::u16string> dependencies;
-  std::u16string start_name;  // The account it runs as; empty or "LocalSystem" for the system's own.
+  std::u16string
+      start_name;  // The account it runs as; empty or "LocalSystem" for the system's own.
   std::u16string display_name;
 };
 
@@ -65,7 +66,8 @@ class ServiceManager {
   virtual std::u16string LastFailure(const std::u16string& name) const = 0;
 };
 
-// The services of the home `home` (UTF-8 path). State outlives the caller: see run/<service>.status.
+// The services of the home `home` (UTF-8 path). State outlives the caller: see
+// run/<service>.status.
 std::unique_ptr<ServiceManager> OpenServiceManager(const std::string& home);
 
 }  // namespace kelvarion::platform

@@ -72,7 +72,8 @@ TEST(ServiceManagerTest, AFailedStartSaysWhyInTheServersOwnWords) {
       {"no address", "", u"no listening sockets"},
       {"found out late, told to the log",
        "LoadModule mime_module /usr/lib/apache2/modules/mod_mime.so\nTypesConfig nowhere\n"
-       "Listen 127.0.0.1:" + FreePort(),
+       "Listen 127.0.0.1:" +
+           FreePort(),
        u"AH01597"},
   };
   const ServiceHome home;
@@ -167,9 +168,8 @@ TEST(ServiceManagerTest, ARestartTakesUpNewAddresses) {
   // The wildcard cannot be bound while the server holds one address of the port.
   home.Configure("Listen " + home.port);
   EXPECT_EQ(home.manager->Control(kServer, SERVICE_CONTROL_RESTART), ERROR_SUCCESS);
-  EXPECT_TRUE(Eventually([&] {
-    return home.State() == SERVICE_RUNNING && home.Record().process != before.process;
-  }));
+  EXPECT_TRUE(Eventually(
+      [&] { return home.State() == SERVICE_RUNNING && home.Record().process != before.process; }));
   EXPECT_TRUE(Connects(home.port));
   EXPECT_FALSE(Connects(more));
   EXPECT_EQ(home.manager->Control(kServer, SERVICE_CONTROL_RESTART), ERROR_SUCCESS);

@@ -16,15 +16,17 @@ ProcessIdentity ProcessOfPidFile(const Service& service) {
   return HasArgument(process, service.mark) ? process : ProcessIdentity{};
 }
 
-std::uint32_t StateOfLiving(const Service& service, const ServiceRecord& record,
-                            bool supervised) {
+std::uint32_t StateOfLiving(const Service& service, const ServiceRecord& record, bool supervised) {
   switch (record.phase) {
-    case Phase::kStopping: return SERVICE_STOP_PENDING;
-    case Phase::kRestarting: return supervised ? SERVICE_START_PENDING : SERVICE_RUNNING;
+    case Phase::kStopping:
+      return SERVICE_STOP_PENDING;
+    case Phase::kRestarting:
+      return supervised ? SERVICE_START_PENDING : SERVICE_RUNNING;
     case Phase::kStarting:
       return HasReported(service, record.process) ? SERVICE_RUNNING : SERVICE_START_PENDING;
     case Phase::kRunning:
-    case Phase::kStopped: break;
+    case Phase::kStopped:
+      break;
   }
   return SERVICE_RUNNING;
 }
@@ -32,11 +34,14 @@ std::uint32_t StateOfLiving(const Service& service, const ServiceRecord& record,
 // The process is gone and its supervisor is about to record how it ended or to start it again.
 std::uint32_t StateOfEnding(const ServiceRecord& record) {
   switch (record.phase) {
-    case Phase::kStopped: return SERVICE_STOPPED;
+    case Phase::kStopped:
+      return SERVICE_STOPPED;
     case Phase::kStarting:
-    case Phase::kRestarting: return SERVICE_START_PENDING;
+    case Phase::kRestarting:
+      return SERVICE_START_PENDING;
     case Phase::kRunning:
-    case Phase::kStopping: break;
+    case Phase::kStopping:
+      break;
   }
   return SERVICE_STOP_PENDING;
 }
@@ -70,7 +75,8 @@ ServiceState Observe(const Service& service, const ServiceRecord& record) {
 }  // namespace
 
 ServiceState ObserveService(const Service& service) {
-  // Processes change while they are looked at; what was seen counts when the record stayed the same.
+  // Processes change while they are looked at; what was seen counts when the record stayed the
+  // same.
   for (ServiceRecord record = ReadRecord(service);;) {
     const ServiceState state = Observe(service, record);
     const ServiceRecord again = ReadRecord(service);

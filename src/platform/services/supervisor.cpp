@@ -38,7 +38,8 @@ sigset_t Requests() {
 // 0 when nothing came in time.
 int WaitForSignal(std::chrono::steady_clock::duration patience) {
   const auto ns = std::chrono::duration_cast<std::chrono::nanoseconds>(patience).count();
-  const timespec time{static_cast<time_t>(ns / 1'000'000'000), static_cast<long>(ns % 1'000'000'000)};
+  const timespec time{static_cast<time_t>(ns / 1'000'000'000),
+                      static_cast<long>(ns % 1'000'000'000)};
   const sigset_t set = Requests();
   const int signal = sigtimedwait(&set, nullptr, &time);
   return signal > 0 ? signal : 0;
@@ -49,8 +50,8 @@ int WaitForSignal(std::chrono::steady_clock::duration patience) {
 std::string ToText(const SupervisorAnswer& answer) {
   std::ostringstream text;
   text << (answer.error == ERROR_SUCCESS ? "ok " : "failed ") << answer.error << ' '
-       << answer.supervisor.pid << ' ' << answer.supervisor.start_ticks << ' '
-       << answer.process.pid << ' ' << answer.process.start_ticks << '\n';
+       << answer.supervisor.pid << ' ' << answer.supervisor.start_ticks << ' ' << answer.process.pid
+       << ' ' << answer.process.start_ticks << '\n';
   return text.str();
 }
 
