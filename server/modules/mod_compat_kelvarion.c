@@ -9,9 +9,12 @@
  * SVNOverrideAll on ends Subversion's settings: Apache cannot switch DAV off below a DAV location,
  * and with the repositories at "/" the pages under /! lie below one.
  *
+ * Besides, a test of the configuration goes as far as it can: see TestToTheEnd.
+ *
  * Load after mod_socache_shmcb.
  */
 
+#include <stdlib.h>
 #include <sys/stat.h>
 
 #include "ap_provider.h"
@@ -107,8 +110,18 @@ static int RestrictNewFiles(apr_pool_t* pool, apr_pool_t* log_pool, apr_pool_t* 
   return OK;
 }
 
+/* A test of the configuration (apache2 -t) ends before modules look at the files that they need, and
+ * a running server dies of a certificate that it cannot read when it is told to restart. Here the
+ * test goes on to where a start would begin to listen. */
+static void TestToTheEnd(apr_pool_t* pool, server_rec* s) {
+  apr_pool_t* temporary;
+  apr_pool_create(&temporary, pool);
+  if (ap_run_post_config(pool, temporary, temporary, s) != OK) exit(1);
+}
+
 static void RegisterHooks(apr_pool_t* pool) {
   RegisterSessionCache(pool);
+  ap_hook_test_config(TestToTheEnd, NULL, NULL, APR_HOOK_LAST);
   ap_hook_pre_config(RestrictNewFiles, NULL, NULL, APR_HOOK_FIRST);
   ap_hook_post_config(DropOverridden, NULL, NULL, APR_HOOK_MIDDLE);
   /* Both points: mod_dav_svn reads its settings while names are translated, everything else after

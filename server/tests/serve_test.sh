@@ -243,6 +243,20 @@ check_graceful_restart() {
   is "log goes on" $((lines + 2)) "$(wc -l <"$install/logs/access.log")"
 }
 
+# What would kill a running server that is told to restart is found while it still runs well.
+check_configuration_test() {
+  local test=("${runner[@]}" apache2 -f "$install/conf/kelvarion.conf" -t)
+  has "good configuration" "Syntax OK" "$("${test[@]}" 2>&1)"
+  mv "$install/conf/mime.types" "$install/conf/mime.types.away"
+  has "missing types" "mime types" "$("${test[@]}" 2>&1)"
+  mv "$install/conf/mime.types.away" "$install/conf/mime.types"
+  [[ "$base" == https:* ]] || return 0
+  echo garbage >"$install/certs/server.pem"
+  has "bad certificate" "server.pem" "$("${test[@]}" 2>&1)"
+  "${test[@]}" 2>/dev/null && report "a bad certificate passes the test"
+  cp "$home/server.pem" "$install/certs/server.pem"
+}
+
 check_accounts_refused() {
   is "account" 401 "$(status -u alice:secret "$base$prefix/demo/")"
   is "page" 401 "$(status -u alice:secret "$base/!/")"
@@ -270,6 +284,7 @@ everything() {
   check_pages
   [ "$mode" != user ] || check_web_client
   check_logs
+  check_configuration_test
   check_graceful_restart
   stop
 }

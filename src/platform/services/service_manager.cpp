@@ -176,6 +176,8 @@ Win32Error LinuxServiceManager::Stop(const Service& service, const ServiceState&
 
 Win32Error LinuxServiceManager::Restart(const Service& service, const ServiceState& state) {
   if (state.status.current_state != SERVICE_RUNNING) return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+  // Without its folders the server would die of the first file that it cannot open.
+  if (const Win32Error error = MakeFolders(service); error != ERROR_SUCCESS) return error;
   std::string reason;
   switch (CheckReload(service, state.process, reason)) {
     case ReloadVerdict::kRefused:
