@@ -6,7 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <vector>
 
 #include "platform/services/service_record.h"
@@ -49,7 +49,7 @@ std::string WordsOfLog(const Service& service, int pid, std::uint64_t start) {
     std::erase_if(lines, [](const std::string& line) { return !IsError(line); });
   if (lines.size() > kLines) lines.erase(lines.begin(), lines.end() - kLines);
   std::string text;
-  for (const std::string& line : lines) text += WithoutPrefix(line) + "\n";
+  for (const std::string& line : lines) text += line + "\n";
   return text;
 }
 
@@ -69,12 +69,17 @@ std::uint64_t LogLength(const Service& service) {
   return error ? 0 : length;
 }
 
-std::string FailureText(const Service& service, int pid, int exit_status, std::uint64_t log_start) {
-  std::string text = HowItEnded(exit_status) + ReadSmallFile(service.File(".err"));
-  if (!text.ends_with('\n')) text += '\n';
-  text += WordsOfLog(service, pid, log_start);
-  while (text.ends_with('\n')) text.pop_back();
+std::string PlainWords(const std::string& output) {
+  std::istringstream lines(output);
+  std::string text;
+  for (std::string line; std::getline(lines, line);)
+    if (!line.empty()) text += (text.empty() ? "" : "\n") + WithoutPrefix(line);
   return text;
+}
+
+std::string FailureText(const Service& service, int pid, int exit_status, std::uint64_t log_start) {
+  return PlainWords(HowItEnded(exit_status) + ReadSmallFile(service.File(".err")) + "\n" +
+                    WordsOfLog(service, pid, log_start));
 }
 
 }  // namespace kelvarion::platform

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "platform/services/failure_text.h"
 #include "platform/services/listeners.h"
 #include "platform/services/program.h"
 
@@ -18,8 +19,8 @@ ReloadVerdict CheckReload(const Service& service, const ProcessIdentity& server,
   arguments.insert(arguments.end(), service.arguments.begin(), service.arguments.end());
   const ProgramResult check = RunProgram(service.program, arguments, kCheckTimeoutMs);
   if (!check.Succeeded()) {
-    reason = check.error != 0 ? service.program + ": " + std::strerror(check.error) : check.output;
-    while (reason.ends_with('\n')) reason.pop_back();
+    reason = check.error != 0 ? service.program + ": " + std::strerror(check.error)
+                              : PlainWords(check.output);
     if (reason.empty()) reason = "The configuration could not be checked.";
     return ReloadVerdict::kRefused;
   }
