@@ -15,9 +15,9 @@ constexpr Property<std::u16string> kPath{u"Path"};
 constexpr Property<std::u16string> kText{u"Text"};
 constexpr Property<std::uint32_t> kReturnValue{u"ReturnValue"};
 
-class NamespaceTest : public testing::Test {
+class WMINamespaceTest : public testing::Test {
  protected:
-  NamespaceTest() {
+  WMINamespaceTest() {
     RegisterWbemClasses();
     services_ = CompileText(R"(
       [ClassVersion("2.0"), singleton] class Base { string Text; uint32 Code; };
@@ -46,7 +46,7 @@ void ExpectFailure(Action action, HRESULT code, const std::u16string& text) {
   }
 }
 
-TEST_F(NamespaceTest, ClassesSpawnWhatIsAskedOfThem) {
+TEST_F(WMINamespaceTest, ClassesSpawnWhatIsAskedOfThem) {
   const WMIClass item = Load(u"item");
   EXPECT_EQ(item.ClassName(), u"Item");
   EXPECT_EQ(&item.GetClass(), &item);
@@ -62,7 +62,7 @@ TEST_F(NamespaceTest, ClassesSpawnWhatIsAskedOfThem) {
                               u"Cannot get WMI class 'Missing'");
 }
 
-TEST_F(NamespaceTest, QualifiersOfAClassReadAsText) {
+TEST_F(WMINamespaceTest, QualifiersOfAClassReadAsText) {
   EXPECT_EQ(Load(u"Base").QualifierText(u"classversion"), u"2.0");
   ExpectFailure<ComException>([&] { Load(u"Item").QualifierText(u"ClassVersion"); },
                               WBEM_E_NOT_FOUND, u"Cannot get qualifier 'ClassVersion'");
@@ -71,7 +71,7 @@ TEST_F(NamespaceTest, QualifiersOfAClassReadAsText) {
 }
 
 // An error object is a class of its own below the declared one, and is named last.
-TEST_F(NamespaceTest, DerivedClassesBecomeErrorObjects) {
+TEST_F(WMINamespaceTest, DerivedClassesBecomeErrorObjects) {
   WMIObject error = Load(u"Base").SpawnDerivedClass();
   error.Set(kText, u"went wrong");
   error.Set(Property<std::uint32_t>{u"Code"}, 0x80041001u);
@@ -86,7 +86,7 @@ TEST_F(NamespaceTest, DerivedClassesBecomeErrorObjects) {
   EXPECT_TRUE(Load(u"Base").IsNull(kText));
 }
 
-TEST_F(NamespaceTest, PathsYieldTheirKeysByName) {
+TEST_F(WMINamespaceTest, PathsYieldTheirKeysByName) {
   const ParsedObjectPath path =
       space_->ParsePath(u"Item.PATH=\"/a\\\"b\",name='x',Number=12,Flag=TRUE");
   EXPECT_EQ(path.ClassName(), u"Item");
@@ -107,7 +107,7 @@ TEST_F(NamespaceTest, PathsYieldTheirKeysByName) {
   EXPECT_FALSE(space_->ParsePath(u"Item").IsInstance());
 }
 
-TEST_F(NamespaceTest, PathsWithOtherKeysThanExpectedAreRefused) {
+TEST_F(WMINamespaceTest, PathsWithOtherKeysThanExpectedAreRefused) {
   for (const char16_t* text :
        {u"Item", u"Item=@", u"Item=\"x\"", u"Item.Path=\"x\"", u"Item.Name=\"x\",Path=\"y\""})
     ExpectFailure<WMIException>([&] { space_->ParsePath(text).Key(kName); },
@@ -117,7 +117,7 @@ TEST_F(NamespaceTest, PathsWithOtherKeysThanExpectedAreRefused) {
                               u"Cannot parse WMI object path 'Item.Name=x'");
 }
 
-TEST_F(NamespaceTest, PathsAreBuiltForOtherObjects) {
+TEST_F(WMINamespaceTest, PathsAreBuiltForOtherObjects) {
   ParsedObjectPath path = space_->NewPath();
   path.SetClassName(u"Item");
   path.SetKey(kName, u"a\"b");
@@ -129,7 +129,7 @@ TEST_F(NamespaceTest, PathsAreBuiltForOtherObjects) {
   EXPECT_THROW(space_->NewPath().ClassName(), ComException);
 }
 
-TEST_F(NamespaceTest, ContextValuesAreOptionalButTyped) {
+TEST_F(WMINamespaceTest, ContextValuesAreOptionalButTyped) {
   const ComPtr<IWbemContext> context = MakeContext();
   context->SetValue(u"Id", 0, Variant::FromString(u"7"));
   context->SetValue(u"List", 0,
