@@ -67,7 +67,8 @@ Pair MedianPair(int rounds, const std::function<void()>& ours,
 }
 
 void Print(const std::vector<Row>& rows) {
-  std::printf("%-58s %10s %10s %8s %8s  %s\n", "measure", "ours", "theirs", "ratio", "aim", "verdict");
+  std::printf("%-58s %10s %10s %8s %8s  %s\n", "measure", "ours", "theirs", "ratio", "aim",
+              "verdict");
   for (const Row& row : rows) {
     const double measured = row.theirs ? row.ours / *row.theirs : row.ours;
     char ratio[16] = "-";

@@ -21,10 +21,10 @@ Pair MedianPair(int rounds, const std::function<void()>& ours, const std::functi
 
 struct Row {
   std::string name;
-  double ours = 0;              // Seconds.
+  double ours = 0;               // Seconds.
   std::optional<double> theirs;  // Seconds; nothing when the aim is a time of our own.
-  double aim = 0;               // The greatest ratio, or the greatest number of seconds.
-  bool judged = true;           // False when the data is too small to judge by.
+  double aim = 0;                // The greatest ratio, or the greatest number of seconds.
+  bool judged = true;            // False when the data is too small to judge by.
 };
 
 // One line a row: name, ours, theirs, ratio, aim, and meets, MISSES or skipped.

@@ -13,7 +13,8 @@ namespace kelvarion {
 // pool. Nothing read through it is cached.
 class ServerContext {
  public:
-  ServerContext(IcRegistryAccessor& configuration, IcEventLogger& events, platform::Machine& machine)
+  ServerContext(IcRegistryAccessor& configuration, IcEventLogger& events,
+                platform::Machine& machine)
       : configuration_(configuration),
         events_(events),
         machine_(machine),

@@ -66,9 +66,7 @@ void GroupClassHandler::Create(MethodCall& call) {
 }
 
 // A group that does not exist is as good as deleted.
-void GroupClassHandler::Delete(MethodCall& call) {
-  access::DeleteGroup(context(), call.in(kName));
-}
+void GroupClassHandler::Delete(MethodCall& call) { access::DeleteGroup(context(), call.in(kName)); }
 
 void GroupClassHandler::SetMembers(MethodCall& call) {
   const std::u16string name = call.key(kName);

@@ -76,7 +76,8 @@ TEST_F(HandlersTest, EveryBoundMethodIsDeclaredAndEveryDeclaredMethodOfAFinished
     if (row.finished)
       EXPECT_EQ(bound, declared);
     else
-      EXPECT_TRUE(std::ranges::includes(declared, bound)) << platform::Utf8ForDisplay(row.class_name);
+      EXPECT_TRUE(std::ranges::includes(declared, bound))
+          << platform::Utf8ForDisplay(row.class_name);
     EXPECT_EQ(bound.size(), row.bound.size()) << "a method is bound twice";
   }
 }
@@ -106,7 +107,8 @@ TEST_F(HandlersTest, UsersAndGroupsEndWithTheStatusOfWhatHappened) {
   for (const auto& step : steps)
     EXPECT_EQ(CallWithName(step.class_name, step.method, step.name).status, step.status)
         << platform::Utf8ForDisplay(step.method) << ' ' << platform::Utf8ForDisplay(step.name);
-  EXPECT_EQ(Names(host_.Enumerate(u"Kelvarion_User").objects), (Strings{u"User:alice", u"User:bob"}));
+  EXPECT_EQ(Names(host_.Enumerate(u"Kelvarion_User").objects),
+            (Strings{u"User:alice", u"User:bob"}));
   EXPECT_EQ(host_.Get(u"Kelvarion_User.Name=\"ALICE\"").status, WBEM_E_NOT_FOUND);
   const auto set_password = [&](const std::u16string& path) {
     return host_.Call(path, u"SetPassword", [](WMIObject& in) { in.Set(kPassword, u"new"); });
@@ -148,14 +150,14 @@ TEST_F(HandlersTest, RulesGoInAndComeOutAsTheyWere) {
     return entry;
   };
   const auto set = [&](const std::u16string& repository, const std::u16string& path) {
-    return host_.Call(u"Kelvarion_Repository.Name=\"" + repository + u"\"", u"SetSecurity",
-                      [&](WMIObject& in) {
-                        in.Set(kPath, path);
-                        in.Set(kPermissions, {rule(u"Kelvarion_User", u"alice", 2),
-                                              rule(u"Kelvarion_Group", u"devs", 1),
-                                              rule(u"Kelvarion_Everyone", u"Everyone", 0)});
-                        in.Set(kResetChildren, false);
-                      });
+    return host_.Call(
+        u"Kelvarion_Repository.Name=\"" + repository + u"\"", u"SetSecurity", [&](WMIObject& in) {
+          in.Set(kPath, path);
+          in.Set(kPermissions,
+                 {rule(u"Kelvarion_User", u"alice", 2), rule(u"Kelvarion_Group", u"devs", 1),
+                  rule(u"Kelvarion_Everyone", u"Everyone", 0)});
+          in.Set(kResetChildren, false);
+        });
   };
   const struct {
     const char16_t* repository;

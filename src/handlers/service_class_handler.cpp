@@ -1,5 +1,5 @@
-// One instance, key Name = "KelvarionServer" in any letter case. Everything is read afresh for every
-// request; all changes go through methods, and none of them restarts the web server.
+// One instance, key Name = "KelvarionServer" in any letter case. Everything is read afresh for
+// every request; all changes go through methods, and none of them restarts the web server.
 
 #include "handlers/service_class_handler.h"
 

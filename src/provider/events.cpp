@@ -18,7 +18,8 @@ std::u16string FailureText(HRESULT hr) {
 }  // namespace
 
 void EventRecorder::LogException(const Exception& exception) {
-  if (Enabled()) Report(kProviderEventSource, EventType::kError, kEventException, {exception.Message()});
+  if (Enabled())
+    Report(kProviderEventSource, EventType::kError, kEventException, {exception.Message()});
 }
 
 void EventRecorder::LogUnknownException() {

@@ -12,21 +12,30 @@
 
 namespace kelvarion {
 
-// One method call as its body sees it: inputs by `in`, the instance's key by `key`, outputs by `out`.
-// The out-parameters object is made on first use and indicated when the body returns.
+// One method call as its body sees it: inputs by `in`, the instance's key by `key`, outputs by
+// `out`. The out-parameters object is made on first use and indicated when the body returns.
 class MethodCall {
  public:
   MethodCall(const AbstractClassHandler& handler, ParsedObjectPath& path,
              const std::u16string& method, CallContext* context, const WMIObject& in_params,
              ResponseSink& sink, const IcCancelCallback* cancel)
-      : handler_(handler), path_(path), method_(method), context_(context), in_(in_params),
-        sink_(sink), cancel_(cancel) {}
+      : handler_(handler),
+        path_(path),
+        method_(method),
+        context_(context),
+        in_(in_params),
+        sink_(sink),
+        cancel_(cancel) {}
 
   // Throws as the typed getters of WMIObject do.
   template <class T>
-  T in(const Property<T>& name) const { return in_.Get(name); }
+  T in(const Property<T>& name) const {
+    return in_.Get(name);
+  }
   template <class T>
-  std::optional<T> optional_in(const Property<T>& name) const { return in_.GetOptional(name); }
+  std::optional<T> optional_in(const Property<T>& name) const {
+    return in_.GetOptional(name);
+  }
   const WMIObject& in_params() const { return in_; }
 
   // The single key of the instance that the path denotes. WBEM_E_INVALID_OBJECT_PATH otherwise.
@@ -75,7 +84,8 @@ class MethodTable {
       call.Finish();
       return S_OK;
     }
-    throw WMIException(WBEM_E_INVALID_METHOD);
+    throw WMIException(WBEM_E_INVALID_METHOD, u"%s has no method '%s'", handler.GetClassName(),
+                       method);
   }
 
   std::vector<std::u16string> Names() const {

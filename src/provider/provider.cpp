@@ -85,9 +85,8 @@ HRESULT CKelvarionWMIProvider::CompleteWithException(IWbemObjectSink& sink) {
   } catch (const WMIException& exception) {
     return simple(exception.status(), exception);
   } catch (const LocalServerAdminException& exception) {
-    return ReportFailure(sink, WBEM_E_FAILED, [&] {
-      return error_objects_->BuildExtended(WBEM_E_FAILED, exception);
-    });
+    return ReportFailure(sink, WBEM_E_FAILED,
+                         [&] { return error_objects_->BuildExtended(WBEM_E_FAILED, exception); });
   } catch (const Exception& exception) {
     return simple(WBEM_E_FAILED, exception);
   } catch (...) {

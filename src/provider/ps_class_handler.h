@@ -26,8 +26,8 @@ class PS_AbstractClassHandler : public AbstractClassHandler {
   virtual HRESULT PsGetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) = 0;
   virtual HRESULT PsEnumerateInstances(CallContext* context, ResponseSink& sink) = 0;
   virtual HRESULT PsExecMethod(ParsedObjectPath& path, const std::u16string& method,
-                               CallContext* context, const WMIObject& in_params,
-                               ResponseSink& sink, const IcCancelCallback* cancel) = 0;
+                               CallContext* context, const WMIObject& in_params, ResponseSink& sink,
+                               const IcCancelCallback* cancel) = 0;
 
  private:
   // Throws SimpleException when the client's version is not served.

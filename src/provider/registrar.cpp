@@ -95,8 +95,9 @@ HRESULT Registrar::RunBody(Reader& reader, const platform::KeyPath& parent, Mode
   while (!reader.Take(u"}")) {
     if (!reader.Next()) return DISP_E_EXCEPTION;
     const Token first = reader.token;
-    const HRESULT hr = !first.quoted && Is(first.text, u"val") ? RunValue(reader, parent, mode)
-                                                               : RunKey(reader, parent, first, mode);
+    const HRESULT hr = !first.quoted && Is(first.text, u"val")
+                           ? RunValue(reader, parent, mode)
+                           : RunKey(reader, parent, first, mode);
     if (Failed(hr)) return hr;
   }
   return S_OK;

@@ -99,7 +99,7 @@ void ValidateRepositoryName(const std::u16string& name) {
   }
   if (const char16_t* fault = FindFault(name)) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
-                       u"'%s' cannot be the name of a repository: %s.", Printable(name), fault);
+                       u"'%s' cannot be the name of a repository: %s", Printable(name), fault);
   }
 }
 

@@ -159,8 +159,7 @@ WMIObject ProviderHost::Spawn(const std::u16string& class_name) const {
 
 WMIObject ProviderHost::InParameters(const std::u16string& path,
                                      const std::u16string& method) const {
-  const WMIClass owner =
-      namespace_->LoadClass(namespace_->ParsePath(path).ClassName(), nullptr);
+  const WMIClass owner = namespace_->LoadClass(namespace_->ParsePath(path).ClassName(), nullptr);
   ComPtr<IWbemClassObject> signature;
   ThrowIfFailed(owner.object()->GetMethod(method, 0, signature.Put(), nullptr));
   if (!signature) throw std::runtime_error("the method takes no parameters");
