@@ -27,6 +27,8 @@ namespace {
 namespace fs = std::filesystem;
 using util::NewFile;
 
+// How the names begin of what opening a home makes.
+constexpr std::array kStores{"registry.db", "groups.", "events", "services.conf"};
 constexpr fs::perms kHomeMode = static_cast<fs::perms>(0711);
 
 // What one run of init knows and does, in the order of its member functions.
@@ -74,6 +76,19 @@ bool Exists(const std::string& path) {
   return fs::exists(path, ignored);
 }
 
+// A folder without a registry that holds more than a run of init which was killed early left there.
+bool HoldsOtherThings(const std::string& folder) {
+  if (Exists(folder + "/registry.db")) return false;
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+    const std::string name = entry.path().filename().string();
+    const bool ours = std::any_of(kStores.begin(), kStores.end(),
+                                  [&](const char* store) { return name.starts_with(store); });
+    if (!ours) return true;
+  }
+  return static_cast<bool>(error);
+}
+
 std::vector<std::u16string> Split(const std::string& list) {
   std::vector<std::u16string> parts;
   for (std::size_t from = 0; from <= list.size();) {
@@ -104,8 +119,7 @@ void Initialization::CheckOptions() const {
 void Initialization::MakeHomeFolder() {
   std::error_code error;
   const bool existed = fs::exists(home_, error);
-  if (existed && !fs::is_empty(home_, error) && !Exists(home_ + "/registry.db") &&
-      !Exists(home_ + "/events"))
+  if (existed && HoldsOtherThings(home_))
     throw UsageError("The folder " + home_ + " holds something else; name an empty or a new one.");
   // Folders above it are made as the user makes folders; the home and all in it are private.
   fs::create_directories(fs::path(home_).parent_path(), error);

@@ -1,0 +1,338 @@
+// The contract of kelvarionctl: what it prints, where, and how it exits.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <map>
+
+#include "tests/support/real_server.h"
+
+namespace kelvarion::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+using Words = std::vector<std::string>;
+
+const std::string kProgram = KELVARION_BUILD_DIR "/bin/kelvarionctl";
+const std::string kService = "Kelvarion_Service.Name=\"KelvarionServer\"";
+
+// One home for all tests, its server never started.
+class CliTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { server_ = std::make_unique<RealServer>(); }
+  static void TearDownTestSuite() { server_.reset(); }
+
+  // As people run it, for text.
+  static ProcessResult Text(const Words& words) {
+    Words all{kProgram, "--home", server_->home};
+    all.insert(all.end(), words.begin(), words.end());
+    return RunProcess(all);
+  }
+
+  static std::unique_ptr<RealServer> server_;
+};
+std::unique_ptr<RealServer> CliTest::server_;
+
+TEST_F(CliTest, RefusalsSayWhatWasWrongAndExitWithOne) {
+  const struct {
+    Words words;
+    std::uint32_t status;
+    const char* says;
+  } rows[] = {
+      {{"enumerate", "Kelvarion_Nothing"}, 0x80041001, "Unexpected class 'Kelvarion_Nothing'"},
+      {{"get", "Kelvarion_Nothing=@"}, 0x80041001, "Unexpected class 'Kelvarion_Nothing'"},
+      {{"get", "Kelvarion_User.Name="}, 0x8004103A, "'Kelvarion_User.Name='"},
+      {{"get", "Kelvarion_User.Name=\"nobody\""}, 0x80041002, "0x80041002"},
+      {{"delete", "Kelvarion_User.Name=\"nobody\""}, 0x8004100C, "0x8004100C"},
+      {{"put", "Kelvarion_User", "Name=nobody"}, 0x8004100C, "0x8004100C"},
+      {{"put", "Kelvarion_User", "Mail=x"}, 0x8004102F, "no property 'Mail'; it has: Name"},
+      {{"put", "Kelvarion_Nothing", "Name=x"}, 0x80041001, "Unexpected class"},
+      {{"call", "Kelvarion_User", "Invent", "A=1"}, 0x8004102E, "0x8004102E"},
+      {{"call", "Kelvarion_Nothing", "Create"}, 0x80041001, "Unexpected class"},
+      {{"call", "no path at all", "Create"}, 0x8004103A, "no path at all"},
+      {{"call", "Kelvarion_User", "Create", "User=x"},
+       0x8004102F,
+       "Kelvarion_User.Create has no parameter 'User'; it has: Name, Password"},
+      {{"call", kService, "StartService", "Now=true"}, 0x8004102F, "it has: none"},
+      {{"call", kService, "SetNetworkOptions", "Port=many"}, 0x8004102F, "'Port'"},
+      {{"call", kService, "SetNetworkOptions", "UseSecureConnection=maybe"},
+       0x8004102F,
+       "true or false"},
+      {{"call", "Kelvarion_User", "Create", "Name:=["}, 0x8004102F, "'Name' is not valid JSON"},
+      {{"call", "Kelvarion_User", "Create", "Name:=1"}, 0x8004102F, "takes a text"},
+      {{"--context", "A:={}", "enumerate", "Kelvarion_User"}, 0x8004102F, "context value 'A'"},
+      {{"describe", "Kelvarion_Nothing"}, 0x80041001, "Unexpected class"},
+      {{"settings", "get", "Nothing"}, 0x8004102F, "There is no setting 'Nothing'"},
+      {{"settings", "set", "Nothing", "1"}, 0x8004102F, "There is no setting 'Nothing'"},
+      {{"settings", "set", "ServerPort", "0"}, 0x8004102F, "a port from 1 to 65535"},
+  };
+  for (const auto& row : rows) {
+    const std::string what = ::testing::PrintToString(row.words);
+    const Reply reply = server_->Ctl(row.words);
+    EXPECT_EQ(reply.process.exit_code, 1) << what;
+    EXPECT_EQ(reply.status(), row.status) << what;
+    EXPECT_EQ(reply.document["error"]["StatusCode"], row.status) << what;
+    EXPECT_THAT(reply.message(), HasSubstr(row.says)) << what;
+    EXPECT_THAT(reply.process.err, IsEmpty()) << what;
+
+    const ProcessResult text = Text(row.words);
+    EXPECT_EQ(text.exit_code, 1) << what;
+    EXPECT_THAT(text.out, IsEmpty()) << what;
+    EXPECT_THAT(text.err, HasSubstr(row.says)) << what;
+  }
+}
+
+TEST_F(CliTest, WrongUsageExitsWithTwoAndAsksNobody) {
+  const std::string events = server_->Events();
+  const Words rows[] = {
+      {},
+      {"invent"},
+      {"get"},
+      {"call", "Kelvarion_User"},
+      {"call", "Kelvarion_User", "Create", "Name"},
+      {"call", "Kelvarion_User", "Create", "=x"},
+      {"call", "Kelvarion_User", "Create", "Name=a", "name=b"},
+      {"call", "Kelvarion_User", "Create", "Name=\xFF"},
+      {"--context", "A", "enumerate", "Kelvarion_User"},
+      {"init", "--port", "70000"},
+      {"init", "--listen", "not an address"},
+      {"settings", "set", "ServerPort"},
+  };
+  for (const Words& words : rows) {
+    const std::string what = ::testing::PrintToString(words);
+    const Reply reply = server_->Ctl(words);
+    EXPECT_EQ(reply.process.exit_code, 2) << what;
+    EXPECT_NE(reply.status(), 0u) << what;
+    const ProcessResult text = Text(words);
+    EXPECT_EQ(text.exit_code, 2) << what;
+    EXPECT_THAT(text.out, IsEmpty()) << what;
+    EXPECT_THAT(text.err, Not(IsEmpty())) << what;
+  }
+  EXPECT_EQ(server_->Ctl({"events", "--follow"}).process.exit_code, 2);
+  EXPECT_EQ(server_->Events(), events);
+}
+
+TEST_F(CliTest, WithoutAHomeOnlyTheClassesAreThere) {
+  const std::string nowhere = server_->folder + "/nowhere";
+  for (const Words& words : {Words{"enumerate", "Kelvarion_User"}, Words{"events"},
+                             Words{"settings"}, Words{"get", "Kelvarion_VersionInfo=@"}}) {
+    Words all{kProgram, "--home", nowhere};
+    all.insert(all.end(), words.begin(), words.end());
+    const ProcessResult result = RunProcess(all);
+    EXPECT_EQ(result.exit_code, 2) << words.front();
+    EXPECT_THAT(result.err, HasSubstr("init")) << words.front();
+  }
+  const ProcessResult classes = RunProcess({kProgram, "--home", nowhere, "classes"});
+  EXPECT_EQ(classes.exit_code, 0);
+  EXPECT_THAT(classes.out, AllOf(HasSubstr("Kelvarion_Repository"), HasSubstr("PS_SvnRepository")));
+  const ProcessResult user =
+      RunProcess({kProgram, "--home", nowhere, "describe", "kelvarion_user"});
+  EXPECT_EQ(user.exit_code, 0);
+  EXPECT_THAT(user.out, HasSubstr("void Create(In string Name, In string Password)"));
+  EXPECT_FALSE(fs::exists(nowhere));
+}
+
+TEST_F(CliTest, DescriptionsAreCompleteInJson) {
+  const Reply reply = server_->Ctl({"describe", "Kelvarion_Repository"});
+  ASSERT_TRUE(reply.ok());
+  const Json& description = reply.object();
+  EXPECT_EQ(description["Properties"][0]["Name"], "Name");
+  EXPECT_EQ(description["Properties"][0]["Key"], true);
+  EXPECT_EQ(description["Properties"][3]["Values"]["1"], "OrmuMaster");
+  for (const Json& method : description["Methods"]) {
+    if (method["Name"] != "GetHook") continue;
+    EXPECT_EQ(method["Static"], false);
+    EXPECT_EQ(method["In"][0]["Type"], "uint32");
+    EXPECT_EQ(method["Out"][0]["Name"], "Hook");
+    EXPECT_EQ(method["ReturnValue"]["Type"], "boolean");
+    return;
+  }
+  FAIL() << "GetHook is missing";
+}
+
+TEST_F(CliTest, EveryRequestIsOneDocumentWithItsObjects) {
+  const Reply created = server_->Call("kelvarion_repository", "create", {"name=cli"});
+  EXPECT_TRUE(created.ok()) << created.message();
+  EXPECT_EQ(created.document, Json::parse(R"({"status":0,"statusText":"0x00000000","objects":[],
+                                              "warnings":[],"progress":[],"error":null})"));
+  const Reply list = server_->Ctl({"enumerate", "Kelvarion_Repository"});
+  EXPECT_EQ(list.names(), Words{"cli"});
+  EXPECT_EQ(list.object()["__CLASS"], "Kelvarion_Repository");
+  EXPECT_EQ(list.object()["MasterServer"], nullptr);
+  EXPECT_EQ(server_->Ctl({"get", "Kelvarion_Repository.Name=\"CLI\""}).object(), list.object());
+
+  // Success with a status of its own.
+  const Reply nobody = server_->Call("Kelvarion_Activity", "Cancel", {"Id=nobody"});
+  EXPECT_EQ(nobody.process.exit_code, 0);
+  EXPECT_EQ(nobody.status(), 1u);
+}
+
+TEST_F(CliTest, ObjectsAndListsGoInAndComeOutAlike) {
+  server_->CreateUser("alice", "a=b:=c");
+  server_->CreateUser("ülf", "geheim");
+  server_->CreateGroup("devs", {"alice", "ülf"});
+  const Reply members = server_->Call("Kelvarion_Group.Name=\"devs\"", "GetMembers");
+  EXPECT_EQ(members.object()["Members"], Json::parse(R"([
+      {"__CLASS":"Kelvarion_User","Name":"alice"},{"__CLASS":"Kelvarion_User","Name":"ülf"}])"));
+  // A single text for a list is its only element.
+  EXPECT_TRUE(server_
+                  ->Call("Kelvarion_Group.Name=\"devs\"", "SetMembers",
+                         {"Members=Kelvarion_User.Name=\"alice\""})
+                  .ok());
+  EXPECT_TRUE(server_->Call("Kelvarion_Repository", "Create", {"Name=rules"}).ok());
+  EXPECT_TRUE(server_->Ctl(RealServer::SetRules("rules", "/", {{"@devs", 2}, {"*", 1}})).ok());
+  const Reply rules =
+      server_->Call("Kelvarion_Repository.Name=\"rules\"", "GetSecurity", {"Path=/"});
+  EXPECT_EQ(rules.object()["Permissions"].back()["Account"],
+            Json::parse(R"({"__CLASS":"Kelvarion_Group","Name":"devs"})"));
+  const Reply again = server_->Call(
+      "Kelvarion_Repository.Name=\"rules\"", "SetSecurity",
+      {"Path=/", "ResetChildren=false", "Permissions:=" + rules.object()["Permissions"].dump()});
+  EXPECT_TRUE(again.ok()) << again.message();
+}
+
+TEST_F(CliTest, TextIsForPeople) {
+  EXPECT_EQ(Text({"get", "Kelvarion_VersionInfo=@"}).out.substr(0, 7), "Version");
+  const ProcessResult service = Text({"get", kService});
+  EXPECT_THAT(service.out, HasSubstr("ServiceState                       1 (Stopped)\n"));
+  EXPECT_THAT(Text({"call", "Kelvarion_Activity", "Cancel", "Id=nobody"}).err,
+              HasSubstr("0x00000001"));
+  const ProcessResult help = Text({"call", "--help"});
+  EXPECT_EQ(help.exit_code, 0);
+  EXPECT_THAT(help.out, AllOf(HasSubstr("NAME:=JSON"), HasSubstr("SetSecurity")));
+}
+
+TEST_F(CliTest, ContextValuesReachTheProvider) {
+  // An activity id that is not a text counts as none, one of the user's own is taken as it is.
+  EXPECT_TRUE(server_
+                  ->Ctl({"--context", "ActivityId=mine", "--context", "Other:=[\"a\",\"b\"]",
+                         "call", "Kelvarion_Repository", "Create", "Name=context"})
+                  .ok());
+}
+
+TEST_F(CliTest, SettingsKeepTheirTypesAndReachTheConfiguration) {
+  const Reply list = server_->Ctl({"settings"});
+  EXPECT_EQ(list.document["objects"].size(), 24u);
+  EXPECT_EQ(list.document, server_->Ctl({"settings", "list"}).document);
+  const Reply set = server_->Ctl({"settings", "set", "httpsvncachesize", "77"});
+  EXPECT_TRUE(set.ok()) << set.message();
+  EXPECT_EQ(set.object()["Value"], 77);
+  EXPECT_EQ(set.object()["Type"], "REG_DWORD");
+  EXPECT_EQ(Text({"settings", "get", "HttpSvnCacheSize"}).out, "77\n");
+  const std::string configuration = server_->File("server/conf/httpd.conf");
+  EXPECT_THAT(ReadText(configuration), HasSubstr("SVNInMemoryCacheSize 78848"));
+  EXPECT_TRUE(server_->Ctl({"settings", "set", "ServerBindings", "127.0.0.1,::1"}).ok());
+  EXPECT_THAT(Text({"settings"}).out, HasSubstr("127.0.0.1,::1"));
+  EXPECT_TRUE(server_->Ctl({"settings", "set", "ServerName", ""}).ok());
+}
+
+TEST_F(CliTest, EventsTellWhoFailedAndFollowingEndsWithAnInterrupt) {
+  server_->Ctl({"get", "Kelvarion_User.Name=\"missing-one\""});
+  const Json all = server_->Ctl({"events"}).document["objects"];
+  ASSERT_FALSE(all.empty());
+  EXPECT_EQ(all.back()["Id"], "0xC00007D0");
+  EXPECT_EQ(all.back()["Type"], "error");
+  EXPECT_THAT(Text({"events"}).out, HasSubstr("0xC00007D0"));
+
+  const std::string out = server_->folder + "/followed";
+  const ProcessResult followed =
+      RunProcess({"sh", "-c",
+                  "\"$1\" --home \"$2\" events --follow >\"$3\" & pid=$!\n"
+                  "\"$1\" --home \"$2\" enumerate Kelvarion_Followed 2>/dev/null\n"
+                  "n=0; until grep -q Kelvarion_Followed \"$3\"; do\n"
+                  "  n=$((n + 1)); [ $n -lt 300 ] || break; sleep 0.1; done\n"
+                  "kill -INT $pid; wait $pid",
+                  "sh", kProgram, server_->home, out});
+  EXPECT_EQ(followed.exit_code, 0) << followed.err;
+  EXPECT_THAT(ReadText(out), HasSubstr("Unexpected class 'Kelvarion_Followed'"));
+}
+
+// The files of a home, their contents and modes. The registry's journal comes and goes.
+std::map<std::string, std::string> Snapshot(const std::string& home) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(home)) {
+    const std::string path = entry.path();
+    if (path.find(".db") != std::string::npos) continue;
+    struct stat status {};
+    lstat(path.c_str(), &status);
+    files[path] = std::to_string(status.st_mode) + " " + std::to_string(status.st_mtim.tv_nsec) +
+                  (entry.is_regular_file() ? ReadText(path) : "");
+  }
+  return files;
+}
+
+TEST(InitTest, RunningItAgainChangesNothingAndSaysSo) {
+  const RealServer server;
+  WriteText(server.File("server/conf/httpd-custom.conf"), "# mine\n");
+  WriteText(server.root + "/htpasswd", "alice:x\r\n");
+  const auto before = Snapshot(server.home);
+  const Json settings = server.Ctl({"settings"}).document;
+  const Reply again = server.Ctl({"init", "--port", "1234", "--repositories-root", "/elsewhere"});
+  EXPECT_TRUE(again.ok()) << again.message();
+  EXPECT_THAT(again.warnings(),
+              AllOf(HasSubstr("ServerPort stays"), HasSubstr("RepositoriesRoot stays")));
+  EXPECT_EQ(Snapshot(server.home), before);
+  EXPECT_EQ(server.Ctl({"settings"}).document, settings);
+}
+
+TEST(InitTest, WhatIsMissingIsMadeAgain) {
+  const RealServer server;
+  const Words files{"server/certs/certchain.pem", "server/conf/httpd.conf",
+                    "server/conf/mime.types",     "server/WebUI/index.html",
+                    "repositories/groups.conf",   "server/bin/mod_dav.so"};
+  std::map<std::string, std::string> before;
+  for (const std::string& file : files) {
+    before[file] = ReadText(server.File(file));
+    fs::remove(server.File(file));
+  }
+  const std::string certificate = ReadText(server.File("server/certs/server.pem"));
+  EXPECT_TRUE(server.Ctl({"init"}).ok());
+  for (const std::string& file : files)
+    EXPECT_EQ(ReadText(server.File(file)), before[file]) << file;
+  EXPECT_EQ(ReadText(server.File("server/certs/server.pem")), certificate);
+}
+
+// A home that was killed in the making serves nobody until init has been repeated.
+TEST(InitTest, AKilledRunIsFinishedByTheNextOne) {
+  const RealServer reference;
+  for (const int milliseconds : {5, 20, 40, 80, 160, 240}) {
+    const std::string home = reference.folder + "/killed" + std::to_string(milliseconds);
+    const std::string timeout = "0." +
+                                std::string(milliseconds < 10    ? "00"
+                                            : milliseconds < 100 ? "0"
+                                                                 : "") +
+                                std::to_string(milliseconds);
+    RunProcess(
+        {"timeout", "-s", "KILL", timeout, kProgram, "--home", home, "init", "--port", "1024"});
+    const ProcessResult early =
+        RunProcess({kProgram, "--home", home, "enumerate", "Kelvarion_User"});
+    EXPECT_THAT(early.exit_code, ::testing::AnyOf(0, 2)) << early.err;
+    const ProcessResult init = RunProcess({kProgram, "--home", home, "init", "--port", "1024"});
+    ASSERT_EQ(init.exit_code, 0) << timeout << init.err;
+    EXPECT_EQ(RunProcess({kProgram, "--home", home, "settings", "get", "ServerPort"}).out,
+              "1024\n");
+    EXPECT_EQ(RunProcess({kProgram, "--home", home, "enumerate", "Kelvarion_User"}).exit_code, 0);
+    const ProcessResult check = RunProcess({"openssl", "x509", "-noout", "-checkend", "86400",
+                                            "-in", home + "/server/certs/server.pem"});
+    EXPECT_EQ(check.exit_code, 0) << timeout << check.err;
+  }
+}
+
+TEST(InitTest, AFolderWithOtherThingsIsLeftAlone) {
+  const RealServer reference;
+  const std::string other = reference.folder + "/other";
+  fs::create_directory(other);
+  WriteText(other + "/thesis.txt", "mine");
+  EXPECT_EQ(RunProcess({kProgram, "--home", other, "init"}).exit_code, 2);
+  EXPECT_EQ(std::distance(fs::directory_iterator(other), fs::directory_iterator()), 1);
+}
+
+}  // namespace
+}  // namespace kelvarion::testing
