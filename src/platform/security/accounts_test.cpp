@@ -30,6 +30,7 @@ bool WithInventedAccounts() {
   const std::string command = std::string(kSelf) + "=1 LD_PRELOAD=libnss_wrapper.so" +
                               " NSS_WRAPPER_PASSWD=" + (folder / "passwd").string() +
                               " NSS_WRAPPER_GROUP=" + (folder / "group").string() +
+                              " NSS_WRAPPER_DISABLE_DEEPBIND=1"
                               " ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 " +
                               std::filesystem::read_symlink("/proc/self/exe").string() +
                               " --gtest_filter=AccountsTest.UnixAccounts* >&2";
