@@ -1,0 +1,223 @@
+// Rules, groups and users as written through the provider, against what svn is then allowed to do.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/support/real_server.h"
+
+namespace kelvarion::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Who has which access, and what follows from it. staff holds devs (bob) and carol.
+class AccessFlowTest : public ::testing::Test {
+ protected:
+  AccessFlowTest() {
+    for (const char* user : {"alice", "bob", "carol", "dave"})
+      server.CreateUser(user, Password(user));
+    server.CreateGroup("devs", {"bob"});
+    server.CreateGroup("staff", {"@devs", "carol"});
+    for (const char* repository : {"demo", "open", "closed"})
+      EXPECT_TRUE(
+          server.Call("Kelvarion_Repository", "Create", {std::string("Name=") + repository}).ok());
+    SetRules("demo", "/", {{"alice", 2}, {"@staff", 1}});
+    SetRules("open", "/", {{"*", 1}, {"alice", 2}});
+    SetRules("closed", "/", {{"*", 0}, {"alice", 2}});
+    server.Start();
+    for (const char* repository : {"demo", "open", "closed"}) Fill(server.Url(repository));
+    SetRules("demo", "/trunk/secret", {{"@staff", 0}});
+    SetRules("demo", "/trunk/secret/plans", {{"carol", 2}});
+    SetRules("demo", "/trunk/shared", {{"@devs", 2}, {"carol", 0}});
+    SetRules("demo", "/trunk/public", {{"*", 1}});
+    SetRules("demo", "/trunk/público", {{"dave", 2}});
+  }
+
+  static std::string Password(const std::string& user) { return user + "'s päss:word"; }
+
+  void SetRules(const std::string& repository, const std::string& path, const Rules& rules,
+                bool reset_children = false) const {
+    const Reply reply = server.Ctl(RealServer::SetRules(repository, path, rules, reset_children));
+    EXPECT_TRUE(reply.ok()) << reply.message();
+  }
+
+  ProcessResult As(const std::string& user, std::vector<std::string> arguments) const {
+    return server.Svn(user, Password(user), std::move(arguments));
+  }
+
+  void Fill(const std::string& url) const {
+    std::vector<std::string> words = {"mkdir", "-m", "Fill", "--parents"};
+    for (const char* each : {"secret/plans", "shared", "public", "público"})
+      words.push_back(url + "/trunk/" + each);
+    const ProcessResult filled = As("alice", words);
+    EXPECT_EQ(filled.exit_code, 0) << filled.all();
+  }
+
+  // 200, 401 or 403 as svn words it; the whole text when it is neither.
+  static std::string Outcome(const ProcessResult& result) {
+    const std::string text = result.all();
+    if (result.exit_code == 0) return "allowed";
+    if (text.find("E215004") != text.npos || text.find("E170001") != text.npos) return "401";
+    if (text.find("E175013") != text.npos) return "403";
+    return text;
+  }
+
+  std::string AccessOf(const std::string& user, const std::string& repository,
+                       const std::string& path) const {
+    const ProcessResult result =
+        RunProcess({"svnauthz", "accessof", "--username", user, "--path", path, "--groups-file",
+                    server.root + "/groups.conf", server.RulesFile(repository)});
+    return result.exit_code == 0 ? result.out.substr(0, result.out.find('\n')) : result.all();
+  }
+
+  RealServer server;
+};
+
+// svnauthz knows no users, so rows with a bad login are about the server alone.
+TEST_F(AccessFlowTest, SvnReadsAndChangesExactlyWhatTheRulesSay) {
+  const struct {
+    const char* user;
+    const char* repository;
+    const char* path;
+    const char* access;  // As svnauthz names it.
+  } rows[] = {
+      {"alice", "demo", "/", "rw"},
+      {"alice", "demo", "/trunk/secret/plans", "rw"},
+      {"bob", "demo", "/", "r"},  // By a group in a group.
+      {"bob", "demo", "/trunk", "r"},
+      {"bob", "demo", "/trunk/shared", "rw"},
+      {"bob", "demo", "/trunk/secret", "no"},
+      {"bob", "demo", "/trunk/secret/plans", "no"},
+      {"carol", "demo", "/trunk", "r"},
+      {"carol", "demo", "/trunk/shared", "no"},
+      {"carol", "demo", "/trunk/secret", "no"},
+      {"carol", "demo", "/trunk/secret/plans", "rw"},
+      {"dave", "demo", "/trunk", "no"},
+      {"dave", "demo", "/trunk/public", "r"},
+      {"dave", "demo", "/trunk/público", "rw"},
+      {"alice", "open", "/trunk", "rw"},
+      {"bob", "open", "/trunk", "r"},
+      {"alice", "closed", "/trunk", "rw"},
+      {"bob", "closed", "/trunk", "no"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.user) + " in " + row.repository + row.path);
+    const std::string access = row.access;
+    const std::string url = server.Url(row.repository) + row.path;
+    EXPECT_EQ(AccessOf(row.user, row.repository, row.path), access);
+    EXPECT_EQ(Outcome(As(row.user, {"ls", url})), access == "no" ? "403" : "allowed");
+    const std::string made = url + "/by " + row.user;
+    EXPECT_EQ(Outcome(As(row.user, {"mkdir", "-m", "New", made})),
+              access == "rw" ? "allowed" : "403");
+    EXPECT_EQ(As("alice", {"ls", made}).exit_code == 0, access == "rw");
+  }
+}
+
+TEST_F(AccessFlowTest, CopyingNeedsReadingTheSourceAndWritingTheTarget) {
+  const struct {
+    const char* what;
+    const char* user;
+    const char* from;
+    const char* to;
+    const char* outcome;
+  } rows[] = {
+      {"from readable to writable", "bob", "trunk/public", "trunk/shared/copy", "allowed"},
+      {"from denied to writable", "bob", "trunk/secret", "trunk/shared/stolen", "403"},
+      {"from a folder with denied parts", "bob", "trunk", "trunk/shared/stolen", "403"},
+      {"from readable to read only", "bob", "trunk/public", "trunk/copy", "403"},
+      {"from readable to denied", "bob", "trunk/public", "trunk/secret/copy", "403"},
+  };
+  for (const auto& row : rows) {
+    const ProcessResult copied = As(row.user, {"copy", "-m", "Copy", server.Url("demo/") + row.from,
+                                               server.Url("demo/") + row.to});
+    EXPECT_EQ(Outcome(copied), row.outcome) << row.what;
+  }
+}
+
+TEST_F(AccessFlowTest, WorkingCopiesLeaveOutWhatIsDeniedAndCommitsIntoItFail) {
+  const std::string bobs = server.folder + "/bob";
+  const ProcessResult checkout = As("bob", {"checkout", server.Url("demo/trunk"), bobs});
+  EXPECT_EQ(checkout.exit_code, 0) << checkout.all();
+  EXPECT_TRUE(fs::exists(bobs + "/shared"));
+  EXPECT_FALSE(fs::exists(bobs + "/secret"));
+  for (const auto& [folder, outcome] : {std::pair{"shared", "allowed"}, {"public", "403"}}) {
+    const std::string file = bobs + "/" + folder + "/note.txt";
+    WriteText(file, "words\n");
+    RunProcess({"svn", "add", file});
+    EXPECT_EQ(Outcome(As("bob", {"commit", "-m", "Note", file})), outcome) << folder;
+  }
+}
+
+TEST_F(AccessFlowTest, BadLoginsAreRefusedWhateverTheRulesSay) {
+  const std::string users = ReadText(server.root + "/htpasswd");
+  const std::string hash = users.substr(6, users.find('\r') - 6);
+  const struct {
+    const char* what;
+    const char* user;
+    std::string password;
+  } rows[] = {
+      {"wrong password", "alice", "wrong"},
+      {"the password of another", "alice", Password("bob")},
+      {"another letter case", "Alice", Password("alice")},
+      {"unknown user", "nobody", "x"},
+      {"a group as user", "@devs", "x"},
+      {"the hash instead of the password", "alice", hash},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(server.HttpStatus(row.user, row.password, server.Url("open/")), 401) << row.what;
+    EXPECT_EQ(Outcome(server.Svn(row.user, row.password, {"ls", server.Url("open")})), "401")
+        << row.what;
+  }
+  EXPECT_EQ(server.HttpStatus("alice", Password("alice"), server.Url("open/")), 200);
+}
+
+TEST_F(AccessFlowTest, ResetChildrenLetsEverythingBelowInherit) {
+  SetRules("demo", "/trunk", {{"carol", 2}}, false);
+  EXPECT_EQ(AccessOf("carol", "demo", "/trunk/shared"), "no");
+  SetRules("demo", "/trunk", {{"carol", 2}, {"dave", 1}}, true);
+  for (const char* path : {"/trunk", "/trunk/shared", "/trunk/secret", "/trunk/secret/plans"})
+    EXPECT_EQ(Outcome(As("carol", {"mkdir", "-m", "New", server.Url("demo") + path + "/carols"})),
+              "allowed")
+        << path;
+  EXPECT_EQ(Outcome(As("dave", {"ls", server.Url("demo/trunk/secret")})), "allowed");
+  EXPECT_EQ(Outcome(As("bob", {"mkdir", "-m", "New", server.Url("demo/trunk/shared/new")})), "403");
+  const Reply left =
+      server.Call("Kelvarion_Repository.Name=\"demo\"", "GetSecurity", {"Path=/trunk/shared"});
+  EXPECT_TRUE(left.ok() && left.object()["Permissions"].empty()) << left.process.all();
+}
+
+TEST_F(AccessFlowTest, ChangesOfGroupsPasswordsAndUsersCountAtOnce) {
+  const std::string url = server.Url("demo/");
+  const auto status = [&](const char* user) {
+    return server.HttpStatus(user, Password(user), url);
+  };
+  const auto set_devs = [&](const std::vector<std::string>& members) {
+    EXPECT_TRUE(server
+                    .Call("Kelvarion_Group.Name=\"devs\"", "SetMembers",
+                          {"Members:=" + RealServer::MemberPaths(members)})
+                    .ok());
+  };
+  EXPECT_EQ(status("bob"), 200);
+  set_devs({"dave"});
+  EXPECT_EQ(status("bob"), 403);
+  EXPECT_EQ(status("dave"), 200);
+
+  EXPECT_TRUE(server.Call("Kelvarion_User.Name=\"dave\"", "SetPassword", {"Password=new"}).ok());
+  EXPECT_EQ(status("dave"), 401);
+  EXPECT_EQ(server.HttpStatus("dave", "new", url), 200);
+
+  SetRules("open", "/trunk/own", {{"dave", 2}, {"alice", 1}});
+  EXPECT_TRUE(server.Call("Kelvarion_User", "Delete", {"Name=dave"}).ok());
+  EXPECT_EQ(server.HttpStatus("dave", "new", url), 401);
+  for (const std::string& file : {server.root + "/htpasswd", server.root + "/groups.conf",
+                                  server.RulesFile("demo"), server.RulesFile("open")})
+    EXPECT_EQ(ReadText(file).find("dave"), std::string::npos) << file;
+  EXPECT_NE(ReadText(server.RulesFile("open")).find("[/trunk/own]\r\nalice=r\r\n"),
+            std::string::npos);
+
+  EXPECT_TRUE(server.Call("Kelvarion_Group", "Delete", {"Name=staff"}).ok());
+  EXPECT_EQ(status("carol"), 403);
+}
+
+}  // namespace
+}  // namespace kelvarion::testing
