@@ -149,10 +149,10 @@ TEST_F(ConcurrencyTest, ALockFileThatIsReplacedStillExcludes) {
       for (int round = 0; round < 50; ++round) {
         const PermissionsLock lock(context, u"r");
         const int count = std::stoi(testing::ReadFile(counter));
-        // Only its holder may do this: those who wait for the old file must notice.
-        std::filesystem::remove(folder_.native() + "/repositories/r/conf/Kelvarion.lck");
         std::this_thread::yield();
         testing::WriteFile(counter, std::to_string(count + 1));
+        // The last thing a holder may do: those who wait for this file must notice.
+        std::filesystem::remove(folder_.native() + "/repositories/r/conf/Kelvarion.lck");
       }
     });
   }
