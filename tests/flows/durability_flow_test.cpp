@@ -164,18 +164,19 @@ TEST_F(DurabilityFlowTest, AKilledChangeOfSettingsIsTheOldOrTheNewOne) {
                      },
                      [&] { return Setting("HttpSvnCacheSize"); },
                      [](const Json&, int round) { return std::stoi(Numbered("5", round)); }});
-  KillAtEveryMoment({"setting a name",
+  KillAtEveryMoment({"setting the prefix",
                      [](int round) -> Words {
                        return {"call", "Kelvarion_Service.Name=\"KelvarionServer\"",
-                               "SetServerName", "UseCustom=true",
-                               Numbered("CustomServerName=host", round)};
+                               "SetRepositoriesURLPrefix",
+                               Numbered("RepositoriesURLPrefix=/at", round)};
                      },
-                     [&] { return server.Service()["CustomServerName"]; },
-                     [](const Json&, int round) { return Numbered("host", round); }});
+                     [&] { return server.Service()["RepositoriesURLPrefix"]; },
+                     [](const Json&, int round) { return Numbered("/at", round); }});
   // A kill may leave the settings ahead of the configuration; the next generation mends it.
   EXPECT_TRUE(server.Ctl({"settings", "set", "HttpSvnCacheSize", "9"}).ok());
-  EXPECT_NE(ReadText(server.File("server/conf/httpd.conf")).find(Numbered("host", kMoments)),
-            std::string::npos);
+  EXPECT_NE(
+      ReadText(server.File("server/conf/httpd.conf")).find(Numbered("<Location \"/at", kMoments)),
+      std::string::npos);
 }
 
 TEST_F(DurabilityFlowTest, NoHalfMadeOrHalfDeletedRepositoryIsEverSeen) {
@@ -202,7 +203,8 @@ TEST_F(DurabilityFlowTest, NoHalfMadeOrHalfDeletedRepositoryIsEverSeen) {
        observe,
        [](const Json& before, int round) { return Without(before, Numbered("new", round)); }});
   EXPECT_EQ(observe(), Json{"demo"});
-  // What the killed ones left is cleaned up by those that came after.
+  // What the killed ones left is cleaned up by whoever comes next.
+  EXPECT_TRUE(server.Ctl(call("Create", {"Name=last"})).ok());
   EXPECT_FALSE(std::filesystem::exists(server.root + "/.kelvarion"));
 }
 
