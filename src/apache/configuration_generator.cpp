@@ -26,27 +26,41 @@ std::string ConfigurationText(const ServerValues& values) {
   return out.text();
 }
 
-// The lock is held from the first setting read to the rename: without it an older reading could
-// replace a younger one. It also lets the temporary file have one fixed name, so that what a killed
-// generation left is overwritten by the next.
+namespace {
+
+// Reads the settings and puts the file together under its temporary name, then in place.
+void GenerateLocked(const IcRegistryAccessor& store, const std::u16string& install_dir,
+                    const std::u16string& temporary, const std::u16string& target) {
+  const std::string text = ConfigurationText(ReadServerValues(store, install_dir));
+  bool created = false;
+  if (const Win32Error error =
+          platform::CreateAndWriteFile(temporary, text, platform::NewFile::kPrivate, created)) {
+    throw Win32Exception(error, u"Couldn't write Apache configuration file");
+  }
+  if (const Win32Error error =
+          platform::MoveFileReplacing(temporary, target, platform::NewFile::kPrivate)) {
+    throw Win32Exception(error, u"Cannot rename file '%s' to '%s'", temporary, target);
+  }
+}
+
+}  // namespace
+
+// The temporary file is the lock, held from the first setting read to the rename: without it an
+// older reading could replace a younger one. What a killed generation left is taken over by the
+// next.
 void RegenerateApacheConfig(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
   const std::u16string target = util::JoinPath(install_dir, u"conf/httpd.conf");
-  const std::u16string temporary = target + u".tmp";
-
-  const platform::FileLock lock(target + u".lck");
-  Win32Error error = lock.Error();
-  if (error == ERROR_SUCCESS) {
-    const std::string text = ConfigurationText(ReadServerValues(store, install_dir));
-    bool created = false;
-    error = platform::CreateAndWriteFile(temporary, text, platform::NewFile::kPrivate, created);
+  const std::u16string temporary = Format(u"%s.tmp", target);
+  const platform::FileLock lock(temporary);
+  if (lock.Error() != ERROR_SUCCESS) {
+    throw Win32Exception(lock.Error(), u"Couldn't write Apache configuration file");
   }
-  if (error != ERROR_SUCCESS)
-    throw Win32Exception(error, u"Couldn't write Apache configuration file");
-
-  error = platform::MoveFileReplacing(temporary, target, platform::NewFile::kPrivate);
-  if (error != ERROR_SUCCESS) {
-    throw Win32Exception(error, u"Cannot rename file '%s' to '%s'", temporary, target);
+  try {
+    GenerateLocked(store, install_dir, temporary, target);
+  } catch (const Exception&) {
+    platform::DeleteFile(temporary);
+    throw;
   }
 }
 

@@ -142,6 +142,7 @@ TEST_F(GeneratedConfigTest, ASettingThatWouldBreakTheFileLeavesItAsItWas) {
                   HasSubstr("'" + row.setting + "'"));
     }
     EXPECT_EQ(ReadFile(file()), before) << row.setting;
+    EXPECT_FALSE(std::filesystem::exists(file() + ".tmp")) << row.setting;
     row.heals(store());
     EXPECT_EQ(Generate(), before) << row.setting;
   }

@@ -95,7 +95,7 @@ std::u16string Printable(std::u16string name) {
 
 void ValidateRepositoryName(const std::u16string& name) {
   if (name.empty()) {
-    throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"Repository name cannot be empty.");
+    throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"Repository name cannot be empty");
   }
   if (const char16_t* fault = FindFault(name)) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,

@@ -41,7 +41,7 @@ std::optional<std::u16string> FindRepository(const ServerContext& context,
 std::u16string RequireRepository(const ServerContext& context, const std::u16string& name) {
   if (const auto found = FindRepository(context, name)) return *found;
   ValidateRepositoryName(name);
-  throw WMIException(WBEM_E_NOT_FOUND, u"There is no repository with the name '%s'.", name);
+  throw WMIException(WBEM_E_NOT_FOUND, u"There is no repository with the name '%s'", name);
 }
 
 std::u16string GetRepositoryPath(const ServerContext& context, const std::u16string& name) {

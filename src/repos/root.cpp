@@ -20,7 +20,7 @@ void RefuseUnfitPath(const std::u16string& path) {
   if (!apache::IsQuotable(path)) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
                        u"The web server's configuration cannot hold the repositories path: it must "
-                       u"not contain quotation marks, control characters or '${'.");
+                       u"not contain quotation marks, control characters or '${'");
   }
   // A drive letter or a share names nothing here; the folder would end up where the program happens
   // to run.

@@ -29,12 +29,12 @@ bool ServerRunsOn(const ServerContext& context, std::uint32_t port) {
 void RefuseUnfitOptions(const NetworkOptions& options) {
   if (options.port < 1 || options.port > kHighestPort) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
-                       u"%u is not a TCP port: ports are 1 to 65535.", options.port);
+                       u"%u is not a TCP port: ports are 1 to 65535", options.port);
   }
   if (!options.addresses) return;
   for (const std::u16string& address : *options.addresses) {
     if (!apache::IsListenAddress(address)) {
-      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"'%s' is not an address to listen on.",
+      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"'%s' is not an address to listen on",
                          address);
     }
   }
@@ -46,7 +46,7 @@ void SetServerName(const ServerContext& context, const std::u16string& custom_na
   if (!IsHostName(custom_name)) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
                        u"A server name must not contain slashes, quotation marks or control "
-                       u"characters.");
+                       u"characters");
   }
   context.configuration().SetServerName(custom_name);
   apache::RegenerateApacheConfig(context.configuration());
