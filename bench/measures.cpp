@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <thread>
 
 #include "access/authz_files.h"
@@ -34,7 +35,9 @@ void MeasureDispatch(std::vector<Row>& rows) {
   constexpr int kRequests = 20000;
   constexpr double kAim = 20e-6;
   const auto requests = [&](int count) {
-    for (int i = 0; i < count; ++i) host.Get(u"Kelvarion_VersionInfo=@");
+    for (int i = 0; i < count; ++i)
+      if (host.Get(u"Kelvarion_VersionInfo=@").objects.size() != 1)
+        throw std::runtime_error("the provider does not answer");
   };
   rows.push_back({"dispatch of a request, one thread",
                   Median(5, [&] { requests(kRequests); }) / kRequests, std::nullopt, kAim});

@@ -9,9 +9,9 @@
 namespace kelvarion::platform {
 namespace {
 
-using registry::Database;
-using registry::Statement;
-using registry::Transaction;
+using sqlite::Database;
+using sqlite::Statement;
+using sqlite::Transaction;
 
 // A key as the tables name it: the parts from the root down, as they were given.
 using Parts = std::vector<std::u16string>;

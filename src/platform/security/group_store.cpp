@@ -41,7 +41,7 @@ Win32Error GroupStore::Open(const std::string& path, std::unique_ptr<GroupStore>
   const int result =
       sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   std::unique_ptr<GroupStore> store(new GroupStore(sqlite::Database(opened)));
-  if (result != SQLITE_OK) return sqlite::ErrorOf(result);
+  if (result != SQLITE_OK) return sqlite::FromSqlite(result);
   sqlite3_busy_timeout(opened, kBusyTimeoutMs);
   const Win32Error error = store->Prepare();
   if (error == ERROR_SUCCESS) out = std::move(store);
@@ -53,11 +53,11 @@ Win32Error GroupStore::Prepare() {
     machine_.clear();
     Statement query(database_.get(), "SELECT value FROM machine ORDER BY part");
     while (query.Step()) machine_.push_back(static_cast<std::uint32_t>(query.Number(0)));
-    return query.Error() == ERROR_SUCCESS && machine_.size() == 3;
+    return query.error() == ERROR_SUCCESS && machine_.size() == 3;
   };
   if (read_machine()) return ERROR_SUCCESS;
   Transaction transaction(database_.get());
-  if (transaction.Error() != ERROR_SUCCESS) return transaction.Error();
+  if (transaction.error() != ERROR_SUCCESS) return transaction.error();
   for (const char* table : kTables)
     if (const Win32Error error = Statement(database_.get(), table).Run(); error != ERROR_SUCCESS)
       return error;
@@ -105,7 +105,7 @@ std::optional<std::string> GroupStore::NameOf(const Sid& sid) const {
   const std::lock_guard lock(mutex_);
   Statement query(database_.get(), "SELECT name FROM groups WHERE id = ?");
   if (!query.Bind(1, sid.parts[4]).Step()) return std::nullopt;
-  return query.Text(0);
+  return query.Utf8(0);
 }
 
 Win32Error GroupStore::Members(const std::string& group, std::vector<std::string>& sids) const {
@@ -122,9 +122,9 @@ Win32Error GroupStore::Members(const std::string& group, std::vector<std::string
     if (query.Number(1) < 0)
       found = true;
     else
-      read.push_back(query.Text(0));
+      read.push_back(query.Utf8(0));
   }
-  if (query.Error() != ERROR_SUCCESS) return query.Error();
+  if (query.error() != ERROR_SUCCESS) return query.error();
   if (!found) return NERR_GroupNotFound;
   sids = std::move(read);
   return ERROR_SUCCESS;
@@ -133,7 +133,7 @@ Win32Error GroupStore::Members(const std::string& group, std::vector<std::string
 Win32Error GroupStore::SetMembers(const std::string& group, const std::vector<std::string>& sids) {
   const std::lock_guard lock(mutex_);
   Transaction transaction(database_.get());
-  if (transaction.Error() != ERROR_SUCCESS) return transaction.Error();
+  if (transaction.error() != ERROR_SUCCESS) return transaction.error();
   const auto id = IdOf(group);
   if (!id) return NERR_GroupNotFound;
   Win32Error error =
@@ -160,8 +160,8 @@ Win32Error GroupStore::SetFolder(const std::string& path, bool depends) {
 Win32Error GroupStore::Folders(std::vector<std::string>& paths) const {
   const std::lock_guard lock(mutex_);
   Statement query(database_.get(), "SELECT path FROM folders ORDER BY path");
-  while (query.Step()) paths.push_back(query.Text(0));
-  return query.Error();
+  while (query.Step()) paths.push_back(query.Utf8(0));
+  return query.error();
 }
 
 }  // namespace kelvarion::platform

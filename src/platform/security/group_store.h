@@ -13,7 +13,7 @@
 
 #include "platform/com/types.h"
 #include "platform/security/sid.h"
-#include "platform/security/sqlite.h"
+#include "platform/sqlite/sqlite.h"
 
 namespace kelvarion::platform {
 
