@@ -3,6 +3,7 @@
 #include "handlers/group_class_handler.h"
 
 #include "access/groups.h"
+#include "handlers/convert/undefined_groups.h"
 
 namespace kelvarion {
 namespace {
@@ -63,6 +64,7 @@ void GroupClassHandler::Create(MethodCall& call) {
   if (access::CreateGroup(context(), call.in(kName), members) !=
       access::CreateGroupResult::kCreated)
     throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS));
+  WarnOfUndefinedGroups(context(), members, call.sink());
 }
 
 // A group that does not exist is as good as deleted.
@@ -70,9 +72,10 @@ void GroupClassHandler::Delete(MethodCall& call) { access::DeleteGroup(context()
 
 void GroupClassHandler::SetMembers(MethodCall& call) {
   const std::u16string name = call.key(kName);
-  switch (access::SetMembers(context(), name, MembersIn(call))) {
+  const std::vector<Account> members = MembersIn(call);
+  switch (access::SetMembers(context(), name, members)) {
     case access::SetMembersResult::kDone:
-      return;
+      return WarnOfUndefinedGroups(context(), members, call.sink());
     case access::SetMembersResult::kNoSuchGroup:
       throw WMIException(WBEM_E_NOT_FOUND);
     case access::SetMembersResult::kCycle:

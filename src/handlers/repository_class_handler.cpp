@@ -4,9 +4,10 @@
 #include "handlers/repository_class_handler.h"
 
 #include <algorithm>
-#include <cwctype>
 
 #include "access/permission_model.h"
+#include "handlers/convert/undefined_groups.h"
+#include "platform/text/compare.h"
 #include "repos/create.h"
 #include "repos/delete.h"
 #include "repos/rename.h"
@@ -38,12 +39,10 @@ constexpr Text kNewName{u"NewName"};
 constexpr Property<std::vector<WMIObject>> kPermissions{u"Permissions"};
 constexpr Property<bool> kResetChildren{u"ResetChildren"};
 
-bool IsBlank(char16_t c) { return std::iswspace(c) != 0; }
-
 // Clients of the methods that concern access and replication may pad names and paths.
 std::u16string Trimmed(const std::u16string& text) {
-  const auto first = std::ranges::find_if_not(text, IsBlank);
-  const auto last = std::find_if_not(text.rbegin(), text.rend(), IsBlank).base();
+  const auto first = std::ranges::find_if_not(text, platform::IsWhiteSpace);
+  const auto last = std::find_if_not(text.rbegin(), text.rend(), platform::IsWhiteSpace).base();
   if (first >= last) throw WMIException(WBEM_E_INVALID_OBJECT_PATH);
   return {first, last};
 }
@@ -114,6 +113,9 @@ void RepositoryClassHandler::SetSecurity(MethodCall& call) {
   const bool reset = call.in(kResetChildren);
   access::SetPathPermissions(context(), where, rules,
                              reset ? access::ResetChildren::kYes : access::ResetChildren::kNo);
+  std::vector<access::Account> accounts;
+  for (const access::PermissionEntry& rule : rules) accounts.push_back(rule.account);
+  WarnOfUndefinedGroups(context(), accounts, call.sink());
 }
 
 const MethodTable<RepositoryClassHandler>& RepositoryClassHandler::Methods() {

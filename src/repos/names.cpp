@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "errors/exception.h"
+#include "platform/text/compare.h"
 #include "platform/text/encoding.h"
 
 namespace kelvarion::repos {
@@ -17,11 +18,8 @@ bool IsControl(char16_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); }
 // XML, in which the web server describes repositories, has no way to write these two.
 bool IsNoCharacter(char16_t c) { return c == 0xFFFE || c == 0xFFFF; }
 
-bool IsBlank(char16_t c) {
-  return std::u16string_view(u" \u00A0\u1680\u2028\u2029\u202F\u205F\u3000\uFEFF").find(c) !=
-             std::u16string_view::npos ||
-         (c >= 0x2000 && c <= 0x200B);
-}
+// The last two take no room either where a name is shown.
+bool IsBlank(char16_t c) { return platform::IsWhiteSpace(c) || c == 0x200B || c == 0xFEFF; }
 
 std::u16string AsciiLower(std::u16string_view text) {
   std::u16string lower(text);

@@ -131,4 +131,6 @@ std::u16string FoldCase(std::u16string_view text) {
   return folded;
 }
 
+bool IsWhiteSpace(char16_t c) { return u_isUWhiteSpace(c) != 0; }
+
 }  // namespace kelvarion::platform

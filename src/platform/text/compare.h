@@ -16,4 +16,7 @@ int CompareLogical(std::u16string_view a, std::u16string_view b);
 // The text with the case of every character folded away, for keys that compare ordinally.
 std::u16string FoldCase(std::u16string_view text);
 
+// Blanks of every kind, and what ends lines and paragraphs.
+bool IsWhiteSpace(char16_t c);
+
 }  // namespace kelvarion::platform

@@ -1,0 +1,20 @@
+#include "handlers/convert/undefined_groups.h"
+
+#include "access/groups.h"
+
+namespace kelvarion {
+
+void WarnOfUndefinedGroups(const ServerContext& context,
+                           const std::vector<access::Account>& accounts, ResponseSink& sink) {
+  for (const access::Account& account : accounts) {
+    if (account.kind != access::AccountKind::SubversionGroup ||
+        access::GroupExists(context, account.name))
+      continue;
+    sink.WriteWarning(
+        Format(u"There is no group '%s'. Until it is created, nobody has access to the "
+               u"repositories whose rules lead to it.",
+               account.name));
+  }
+}
+
+}  // namespace kelvarion
