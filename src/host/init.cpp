@@ -247,7 +247,8 @@ void Initialization::SetUpRepositoriesRoot() {
       FromReply(provider.Call(u"Kelvarion_Service.Name=\"KelvarionServer\"", method->name, nullptr,
                               in.Get(), session_.observer));
   if (Failed(outcome.status))
-    throw SimpleException(u"The repositories root cannot be set up: " + Utf16(ErrorText(outcome)));
+    throw SimpleException(u"The repositories root cannot be set up: " +
+                          Utf16(ErrorDescription(outcome)));
   Did("set up the repositories root " + Utf8(root) + " with access for the web server");
 }
 

@@ -75,9 +75,13 @@ std::string ToDocument(const Outcome& outcome) {
   return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+std::string ErrorDescription(const Outcome& outcome) {
+  const std::string text = TextMember(outcome.error, "Description");
+  return text.empty() ? Utf8(HresultText(outcome.status)) : text;
+}
+
 std::string ErrorText(const Outcome& outcome) {
-  std::string text = TextMember(outcome.error, "Description");
-  if (text.empty()) text = Utf8(HresultText(outcome.status));
+  std::string text = ErrorDescription(outcome);
   if (text.find(StatusText(outcome.status)) == std::string::npos)
     text += " (" + StatusText(outcome.status) + ")";
   text = "kelvarionctl: " + text + "\n";

@@ -32,6 +32,9 @@ Outcome FromReply(Reply reply);
 // The outcome as one JSON document, which ends with a line feed.
 std::string ToDocument(const Outcome& outcome);
 
+// What the error object says, else the text of the status.
+std::string ErrorDescription(const Outcome& outcome);
+
 // The failure as people read it, in one line or, where there is more to say, several.
 std::string ErrorText(const Outcome& outcome);
 

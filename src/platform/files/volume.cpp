@@ -1,3 +1,5 @@
+#include <linux/magic.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 
 #include <cerrno>
@@ -59,6 +61,22 @@ bool FindMount(const std::string& path, Mount& out) {
   return found;
 }
 
+// For a root that is no mount point (a changed root) or a machine without /proc, where the table
+// does not tell.
+std::string TypeByMagic(const std::string& path) {
+  constexpr struct {
+    long magic;
+    const char* type;
+  } kTypes[] = {{EXT4_SUPER_MAGIC, "ext4"}, {XFS_SUPER_MAGIC, "xfs"}, {BTRFS_SUPER_MAGIC, "btrfs"},
+                {F2FS_SUPER_MAGIC, "f2fs"}, {TMPFS_MAGIC, "tmpfs"},   {NFS_SUPER_MAGIC, "nfs"},
+                {SMB2_SUPER_MAGIC, "cifs"}, {V9FS_MAGIC, "9p"},       {CEPH_SUPER_MAGIC, "ceph"}};
+  struct statfs status {};
+  if (statfs(path.c_str(), &status) == 0)
+    for (const auto& each : kTypes)
+      if (each.magic == static_cast<long>(status.f_type)) return each.type;
+  return "unknown";
+}
+
 bool IsAnyOf(const std::string& type, std::initializer_list<const char*> types) {
   for (const char* each : types)
     if (type == each) return true;
@@ -85,7 +103,7 @@ Win32Error GetVolumeInformation(const std::u16string& path, VolumeInfo& out) {
   struct statvfs space {};
   if (statvfs(resolved, &space) != 0) return FromErrno(errno);
   Mount mount;
-  if (!FindMount(resolved, mount)) return ERROR_NOT_SUPPORTED;
+  if (!FindMount(resolved, mount)) mount = {"/", TypeByMagic(resolved)};
   VolumeInfo info;
   info.file_system = Utf16ForDisplay(mount.type);
   info.remote = IsRemote(mount.type);
