@@ -3,18 +3,24 @@
 BUILD := build
 JOBS ?= $(shell nproc)
 
-.PHONY: help build run stop test bench check docs clean packages
+# Whoever only builds and runs is spared the packages of the tests.
+PURPOSE := run
+test bench check packages: PURPOSE := test
+
+.PHONY: help build run stop test bench check docs clean packages installed
 
 help: ## List the targets
 	@grep -hE '^[a-z]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 10
 
-packages: ## Install the Debian packages that are missing
-	@tools/install-packages
+packages: installed ## Install all Debian packages that are missing
 
-$(BUILD)/build.ninja: CMakeLists.txt CMakePresets.json | packages
+installed:
+	@tools/install-packages $(PURPOSE)
+
+$(BUILD)/build.ninja: CMakeLists.txt CMakePresets.json | installed
 	@cmake --preset dev
 
-build: packages $(BUILD)/build.ninja ## Build the programs (build/bin) and the provider library (build/lib)
+build: installed $(BUILD)/build.ninja ## Build the programs (build/bin) and the provider library (build/lib)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target programs
 
 run: build ## Make a home with a demo repository, start the server, prove it with svn
@@ -23,15 +29,15 @@ run: build ## Make a home with a demo repository, start the server, prove it wit
 stop: ## Stop the server that `make run` started
 	@tools/stop
 
-test: packages $(BUILD)/build.ninja ## Build and run every test
+test: installed $(BUILD)/build.ninja ## Build and run every test
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	@ctest --test-dir $(BUILD) --output-on-failure -j2
 
-bench: packages $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data)
+bench: installed $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-bench
 	@$(BUILD)/bin/kelvarion-bench
 
-check: ## Check the rules of the source tree and its formatting
+check: installed ## Check the rules of the source tree and its formatting
 	@tools/check
 	@tools/check-format
 
