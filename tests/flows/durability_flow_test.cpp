@@ -224,44 +224,49 @@ TEST_F(DurabilityFlowTest, WritersOfOneRulesFileLoseNoRule) {
     EXPECT_NE(rules.find("[" + path + "]\r\n*=r\r\nalice=rw\r\n\r\n"), std::string::npos) << path;
 }
 
-// Each kind of file has its own writers: none may be lost, and none may show another's half.
-TEST_F(DurabilityFlowTest, ConcurrentWritersOfAllFilesAreAllSeen) {
-  constexpr int kRounds = 4;
-  for (int round = 0; round < kRounds; ++round)
-    RunTogether(
-        {{"settings", "set", "HttpSvnCacheSize", Numbered("1", round)},
-         {"settings", "set", "EnableAccessLogging", std::to_string(round % 2)},
-         {"settings", "set", "UseUPNFormat", std::to_string(round % 2)},
-         {"call", "Kelvarion_Service.Name=\"KelvarionServer\"", "SetServerName", "UseCustom=true",
-          Numbered("CustomServerName=host", round)},
-         {"call", "Kelvarion_Repository", "Create", Numbered("Name=first", round)},
-         {"call", "Kelvarion_Repository", "Create", Numbered("Name=second", round)},
-         {"call", "Kelvarion_User", "Create", Numbered("Name=user", round), "Password=x"},
-         {"call", "Kelvarion_Group", "Create", Numbered("Name=group", round), "Members:=[]"}});
-  EXPECT_EQ(Setting("HttpSvnCacheSize"), 13);
-  const Json service = server.Service();
-  EXPECT_EQ(service["AccessLoggingEnabled"], true);
-  EXPECT_EQ(service["UseUPNFormat"], true);
-  EXPECT_EQ(service["CustomServerName"], "host3");
-  EXPECT_EQ(Names("Kelvarion_Repository").size(), 1U + 2 * kRounds);
-  EXPECT_EQ(Names("Kelvarion_User").size(), kRounds);
-  EXPECT_EQ(Names("Kelvarion_Group").size(), 1U + kRounds);
-
-  // Whichever generation came last has seen everybody's settings.
-  const std::string path = server.File("server/conf/httpd.conf");
-  const std::string generated = ReadText(path);
-  EXPECT_TRUE(server.Ctl({"settings", "set", "HttpSvnCacheSize", "13"}).ok());
-  EXPECT_EQ(ReadText(path), generated);
-  EXPECT_FALSE(std::filesystem::exists(path + ".tmp"));
-}
-
-TEST_F(DurabilityFlowTest, WritersOfTheUsersFileLoseNoUser) {
+TEST_F(DurabilityFlowTest, WritersOfUsersGroupsAndRepositoriesLoseNone) {
+  const auto create = [](const char* class_name, int writer) -> Words {
+    Words words = {"call", class_name, "Create", Numbered("Name=new", writer)};
+    if (words[1] == "Kelvarion_User") words.push_back("Password=x");
+    if (words[1] == "Kelvarion_Group") words.push_back("Members:=[]");
+    return words;
+  };
   std::vector<Words> commands;
   for (int writer = 0; writer < kWriters; ++writer)
-    commands.push_back(
-        {"call", "Kelvarion_User", "Create", Numbered("Name=user", writer), "Password=x"});
+    for (const char* each : {"Kelvarion_User", "Kelvarion_Group", "Kelvarion_Repository"})
+      commands.push_back(create(each, writer));
   RunTogether(commands);
-  EXPECT_EQ(Names("Kelvarion_User").size(), std::size_t{kWriters});
+  EXPECT_EQ(Names("Kelvarion_User").size(), 0U + kWriters);
+  EXPECT_EQ(Names("Kelvarion_Group").size(), 1U + kWriters);
+  EXPECT_EQ(Names("Kelvarion_Repository").size(), 1U + kWriters);
+  ExpectWhole();
+}
+
+// Whichever generation comes last has to have seen everybody's settings.
+TEST_F(DurabilityFlowTest, ConcurrentChangesOfSettingsAllReachTheConfiguration) {
+  constexpr int kRounds = 6;
+  const std::string path = server.File("server/conf/httpd.conf");
+  for (int round = 0; round < kRounds; ++round) {
+    const std::string flag = std::to_string(round % 2);
+    const std::vector<std::pair<std::string, std::string>> settings = {
+        {"HttpSvnCacheSize", Numbered("1", round)},
+        {"EnableAccessLogging", flag},
+        {"EnableOperationalLogging", flag},
+        {"DisableRedirectionFromLegacyWebInterface", flag},
+        {"RepositoriesURLPrefix", Numbered("/svn", round)},
+        {"ServerPort", Numbered("2000", round)},
+        {"SSLServerPort", Numbered("2001", round)},
+        {"ServerBindings", Numbered("127.0.0.", round)}};
+    std::vector<Words> commands;
+    for (const auto& [name, value] : settings) commands.push_back({"settings", "set", name, value});
+    RunTogether(commands);
+    const std::string generated = ReadText(path);
+    EXPECT_TRUE(server.Ctl({"settings", "set", "UseUPNFormat", "0"}).ok());
+    EXPECT_EQ(ReadText(path), generated) << "round " << round;
+    for (const auto& [name, value] : settings)
+      EXPECT_NE(Setting(name).dump().find(value), std::string::npos) << name;
+  }
+  EXPECT_FALSE(std::filesystem::exists(path + ".tmp"));
 }
 
 }  // namespace

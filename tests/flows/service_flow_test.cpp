@@ -97,6 +97,7 @@ TEST_F(ServiceFlowTest, DeathBehindOurBackIsReportedAndCanBeRecoveredFrom) {
     kill(server.ServerPid(), signal);
     EXPECT_TRUE(server.Reaches(1)) << signal;
     ExpectState(1, true);
+    EXPECT_EQ(RootStatus(), 0) << "orphaned workers go on serving";
     ExpectRefused("StopService", "Cannot stop service", kNotActive);
   }
   server.Start();
