@@ -59,6 +59,14 @@ void AddExtension(X509* certificate, int nid, const std::string& value) {
   Check(extension && X509_add_ext(certificate, extension.get(), -1) == 1);
 }
 
+// "IP:192.0.2.1" or "DNS:svn.example.org"
+std::string AlternativeName(const std::string& name) {
+  ASN1_OCTET_STRING* const address = a2i_IPADDRESS(name.c_str());
+  ASN1_OCTET_STRING_free(address);
+  ERR_clear_error();
+  return (address ? "IP:" : "DNS:") + name;
+}
+
 std::string Pem(X509* certificate, EVP_PKEY* key) {
   const Memory memory(BIO_new(BIO_s_mem()));
   Check(memory &&
@@ -88,7 +96,7 @@ std::string MakeInitialCertificate(const std::string& server_name) {
   AddExtension(x509, NID_ext_key_usage, "serverAuth");
   AddExtension(x509, NID_subject_key_identifier, "hash");
   AddExtension(x509, NID_subject_alt_name,
-               "DNS:" + server_name + ",DNS:localhost,IP:127.0.0.1,IP:::1");
+               AlternativeName(server_name) + ",DNS:localhost,IP:127.0.0.1,IP:::1");
   Check(X509_sign(x509, key.get(), EVP_sha256()) > 0);
   return Pem(x509, key.get());
 }
