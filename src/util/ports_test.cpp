@@ -5,10 +5,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "tests/support/ipv6.h"
+
 namespace kelvarion::util {
 namespace {
 
 TEST(IsTcpPortInUseTest, FindsAPortThatIsListenedOnOnlyOverIPv6) {
+  if (!kelvarion::testing::HasIpv6Loopback()) GTEST_SKIP() << "this machine has no IPv6";
   const int server = socket(AF_INET6, SOCK_STREAM, 0);
   const int only = 1;
   ASSERT_EQ(setsockopt(server, IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof only), 0);

@@ -1,6 +1,9 @@
 // What clients meet on the wire: TLS, addresses and the place of repositories and start pages.
 #include <gtest/gtest.h>
 
+#include <span>
+
+#include "tests/support/ipv6.h"
 #include "tests/support/real_server.h"
 
 namespace kelvarion::testing {
@@ -80,16 +83,17 @@ TEST_F(HttpsFlowTest, OnlyTheChosenAddressesAreServed) {
   server.Start();
   EXPECT_EQ(at("127.0.0.1"), 200);  // The default of init.
   EXPECT_EQ(at("127.0.0.2"), 0);
+  const bool ipv6 = HasIpv6Loopback();
   const struct {
     const char* addresses;
     int first, second, sixth;
   } rows[] = {
       {"[\"127.0.0.2\"]", 0, 200, 0},
       {"[\"127.0.0.1\",\"127.0.0.2\"]", 200, 200, 0},
-      {"null", 200, 200, 200},
+      {"null", 200, 200, ipv6 ? 200 : 0},
       {"[\"::1\"]", 0, 0, 200},
   };
-  for (const auto& row : rows) {
+  for (const auto& row : std::span(rows, std::size(rows) - (ipv6 ? 0 : 1))) {
     UseTls(false, row.addresses);
     server.Restart();
     EXPECT_TRUE(Eventually([&] {

@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "platform/network/listening_ports.h"
+#include "tests/support/ipv6.h"
 
 namespace kelvarion::platform {
 namespace {
@@ -51,6 +52,7 @@ bool Has(const std::vector<std::uint16_t>& ports, const Socket& socket) {
 }
 
 TEST(ListeningPortsTest, BothSourcesNameExactlyTheListenersOfTheFamily) {
+  if (!kelvarion::testing::HasIpv6Loopback()) GTEST_SKIP() << "this machine has no IPv6";
   const Socket listening4(AF_INET, Socket::State::kListening);
   const Socket listening6(AF_INET6, Socket::State::kListening);
   const Socket bound(AF_INET, Socket::State::kBound);
@@ -75,6 +77,7 @@ TEST(ListeningPortsTest, BothSourcesNameExactlyTheListenersOfTheFamily) {
 }
 
 TEST(TestBindTest, TellsWhyAServerCouldNotListen) {
+  if (!kelvarion::testing::HasIpv6Loopback()) GTEST_SKIP() << "this machine has no IPv6";
   const Socket taken4(AF_INET, Socket::State::kListening);
   const Socket taken6(AF_INET6, Socket::State::kListening);
   struct Row {
