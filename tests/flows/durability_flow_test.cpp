@@ -15,7 +15,7 @@ namespace {
 using Words = std::vector<std::string>;
 using Clock = std::chrono::steady_clock;
 
-constexpr int kMoments = 12;
+constexpr int kMoments = 10;
 constexpr int kWriters = 8;
 
 class DurabilityFlowTest : public ::testing::Test {
@@ -62,6 +62,13 @@ class DurabilityFlowTest : public ::testing::Test {
     EXPECT_TRUE(reply.ok()) << change.what << " after a kill: " << reply.message();
   }
 
+  static void KillAfter(Clock::duration time, const Words& command) {
+    ChildProcess child(command);
+    std::this_thread::sleep_for(time);
+    child.Kill();
+    child.Wait();
+  }
+
   // Kills the command at moments spread over the time that it takes undisturbed.
   void KillAtEveryMoment(const Change& change) const {
     const Clock::time_point start = Clock::now();
@@ -71,12 +78,7 @@ class DurabilityFlowTest : public ::testing::Test {
       SCOPED_TRACE(std::string(change.what) + ", killed at moment " + std::to_string(round));
       const Json before = change.observe();
       const Json after = change.after(before, round);
-      {
-        ChildProcess child(server.Command(change.command(round)));
-        std::this_thread::sleep_for(whole * round / kMoments);
-        child.Kill();
-        child.Wait();
-      }
+      KillAfter(whole * round / kMoments, server.Command(change.command(round)));
       ExpectWhole();
       const Json seen = change.observe();
       EXPECT_TRUE(seen == before || seen == after) << seen;
@@ -240,6 +242,52 @@ TEST_F(DurabilityFlowTest, WritersOfUsersGroupsAndRepositoriesLoseNone) {
   EXPECT_EQ(Names("Kelvarion_Group").size(), 1U + kWriters);
   EXPECT_EQ(Names("Kelvarion_Repository").size(), 1U + kWriters);
   ExpectWhole();
+}
+
+TEST_F(DurabilityFlowTest, AKilledInitIsFinishedByTheNext) {
+  const auto home = [&](int moment) { return Numbered((server.folder + "/made").c_str(), moment); };
+  const auto init = [&](int moment) -> Words {
+    return {KELVARION_BUILD_DIR "/bin/kelvarionctl", "--home", home(moment), "--json", "init"};
+  };
+  // Files and modes; a registry that was never finished may leave an empty private file.
+  const auto listing = [&](int moment) {
+    return RunProcess(
+               {"sh", "-c",
+                "cd \"$1\" && find . ! -name 'registry.db[.-]*' -printf '%P %m %y\\n' | sort", "sh",
+                home(moment)})
+        .out;
+  };
+  const Clock::time_point start = Clock::now();
+  EXPECT_EQ(RunProcess(init(0)).exit_code, 0);
+  const Clock::duration whole = Clock::now() - start;
+  for (int moment = 1; moment < kMoments; ++moment) {
+    KillAfter(whole * moment / kMoments, init(moment));
+    const ProcessResult again = RunProcess(init(moment));
+    EXPECT_EQ(again.exit_code, 0) << again.all();
+    EXPECT_EQ(listing(moment), listing(0)) << "killed at moment " << moment;
+  }
+}
+
+TEST_F(DurabilityFlowTest, AKilledStartOrStopLeavesAServiceThatCanBeControlled) {
+  constexpr const char* kService = "Kelvarion_Service.Name=\"KelvarionServer\"";
+  for (int moment = 1; moment <= kMoments; ++moment) {
+    SCOPED_TRACE(moment);
+    KillAfter(std::chrono::milliseconds(4 * moment),
+              server.Command({"call", kService, "StartService"}));
+    const auto settled = [&] {
+      const int state = server.Service()["ServiceState"];
+      return state == 1 || state == 4;
+    };
+    EXPECT_TRUE(Eventually(settled));
+    EXPECT_EQ(server.Service()["ExitCode"], 0);
+    if (server.Service()["ServiceState"] == 1) server.Start();
+    EXPECT_EQ(server.HttpStatus("bob", "x", server.base() + "/"), 401);
+    KillAfter(std::chrono::milliseconds(4 * moment),
+              server.Command({"call", kService, "StopService"}));
+    EXPECT_TRUE(Eventually(settled));
+    EXPECT_EQ(server.Service()["ExitCode"], 0);
+    if (server.Service()["ServiceState"] == 4) server.Stop();
+  }
 }
 
 // Whichever generation comes last has to have seen everybody's settings.
