@@ -6,13 +6,15 @@
 #include "apache/values.h"
 #include "errors/exception.h"
 #include "host/text.h"
+#include "platform/network/network.h"
 #include "platform/text/compare.h"
+#include "settings/server_settings.h"
 #include "util/paths.h"
 
 namespace kelvarion::host {
 
 const Setting kSettings[] = {
-    {u"ServerName", SettingKind::kText, u"",
+    {u"ServerName", SettingKind::kHostName, u"",
      "Host name that clients use in addresses; empty means the machine's own name."},
     {u"ServerPort", SettingKind::kPort, nullptr, "TCP port while the server speaks HTTP."},
     {u"SSLServerPort", SettingKind::kPort, nullptr, "TCP port while the server speaks HTTPS."},
@@ -84,7 +86,7 @@ std::vector<std::u16string> Addresses(const Setting& setting, const std::u16stri
   while (from < text.size()) {
     const std::size_t comma = std::min(text.find(u',', from), text.size());
     addresses.push_back(text.substr(from, comma - from));
-    if (!apache::IsListenAddress(addresses.back())) Refuse(setting, u"IP addresses", text);
+    if (!platform::IsIpAddress(addresses.back())) Refuse(setting, u"IP addresses", text);
     from = comma + 1;
   }
   return addresses;
@@ -107,6 +109,9 @@ std::u16string CheckedText(const Setting& setting, const std::u16string& text) {
     case SettingKind::kUrlPrefix:
       if (!apache::IsUrlPrefix(text))
         Refuse(setting, u"nothing or a slash with letters, digits, - and _", text);
+      return text;
+    case SettingKind::kHostName:
+      if (!settings::IsValidServerName(text)) Refuse(setting, u"a host name or nothing", text);
       return text;
     case SettingKind::kDigest:
       if (text != u"sha1" && text != u"sha256") Refuse(setting, u"sha256 or sha1", text);

@@ -13,6 +13,7 @@ enum class SettingKind {
   kFlag,       // "1" or "0" as a text.
   kPort,       // A decimal number as a text.
   kFolder,     // An absolute path.
+  kHostName,   // May be empty.
   kUrlPrefix,  // "/svn", or nothing.
   kDigest,     // "sha256" or "sha1".
   kAddresses,  // A list of texts.

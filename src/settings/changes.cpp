@@ -5,6 +5,7 @@
 #include "apache/configuration_generator.h"
 #include "apache/values.h"
 #include "errors/exception.h"
+#include "platform/network/network.h"
 #include "services/server_service.h"
 #include "settings/server_settings.h"
 #include "util/ports.h"
@@ -13,11 +14,6 @@ namespace kelvarion::settings {
 namespace {
 
 constexpr std::uint32_t kHighestPort = 65535;
-
-// Names that are merely unusual are the caller's business; these would break every URL.
-bool IsHostName(const std::u16string& name) {
-  return apache::IsQuotable(name) && name.find_first_of(u"/\\") == name.npos;
-}
 
 bool ServerRunsOn(const ServerContext& context, std::uint32_t port) {
   const IcRegistryAccessor& store = context.configuration();
@@ -33,20 +29,26 @@ void RefuseUnfitOptions(const NetworkOptions& options) {
   }
   if (!options.addresses) return;
   for (const std::u16string& address : *options.addresses) {
-    if (!apache::IsListenAddress(address)) {
-      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"'%s' is not an address to listen on",
-                         address);
+    if (!platform::IsIpAddress(address)) {
+      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
+                         u"'%s' is not an IP address to listen on", address);
     }
   }
 }
 
 }  // namespace
 
+// Names that are merely unusual are the caller's business; these would break every URL.
+bool IsValidServerName(const std::u16string& name) {
+  return apache::IsQuotable(name) && name.find_first_of(u" /\\") == name.npos;
+}
+
 void SetServerName(const ServerContext& context, const std::u16string& custom_name) {
-  if (!IsHostName(custom_name)) {
-    throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
-                       u"A server name must not contain slashes, quotation marks or control "
-                       u"characters");
+  if (!IsValidServerName(custom_name)) {
+    throw WMIException(
+        WBEM_E_INVALID_METHOD_PARAMETERS,
+        u"A server name must not contain blanks, slashes, quotation marks or control "
+        u"characters");
   }
   context.configuration().SetServerName(custom_name);
   apache::RegenerateApacheConfig(context.configuration());

@@ -46,6 +46,7 @@ struct ServerSettings {
 
 ServerSettings ReadServerSettings(const ServerContext& context);
 
+bool IsValidServerName(const std::u16string& name);
 // An empty name stands for the computer's own.
 void SetServerName(const ServerContext& context, const std::u16string& custom_name);
 

@@ -1,5 +1,6 @@
 #include "platform/network/network.h"
 
+#include <arpa/inet.h>
 #include <netdb.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -65,6 +66,16 @@ Win32Error GetComputerDnsName(std::u16string& out) {
   }
   out = Utf16ForDisplay(name);
   return ERROR_SUCCESS;
+}
+
+bool IsIpAddress(const std::u16string& text) {
+  std::string host;
+  if (!Utf16ToUtf8(text, host)) return false;
+  unsigned char bytes[sizeof(in6_addr)];
+  if (inet_pton(AF_INET, host.c_str(), bytes) == 1) return true;
+  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  if (const std::size_t zone = host.find('%'); zone != host.npos) host.resize(zone);
+  return inet_pton(AF_INET6, host.c_str(), bytes) == 1;
 }
 
 Win32Error TestBind(const std::u16string& address, std::uint16_t port) {

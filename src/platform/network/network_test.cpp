@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "platform/network/listening_ports.h"
+#include "platform/text/encoding.h"
 #include "tests/support/ipv6.h"
 
 namespace kelvarion::platform {
@@ -74,6 +75,14 @@ TEST(ListeningPortsTest, BothSourcesNameExactlyTheListenersOfTheFamily) {
     EXPECT_FALSE(Has(*ports, listening4));
   }
   EXPECT_FALSE(ReadTableOfListeners("/proc/net/none", table4));
+}
+
+TEST(IpAddressTest, AreTextsOfBothKindsAndNothingElse) {
+  for (const char16_t* text : {u"127.0.0.1", u"::", u"[::1]", u"fe80::1%eth0", u"::ffff:1.2.3.4"})
+    EXPECT_TRUE(IsIpAddress(text)) << Utf8ForDisplay(text);
+  for (const char16_t* text : {u"", u"999.1.1.1", u"127.1", u"localhost", u"*", u"[127.0.0.1]",
+                               u"::1\nListen 80", u"127.0.0.1:80", u"%", u"\xD800"})
+    EXPECT_FALSE(IsIpAddress(text)) << Utf8ForDisplay(text);
 }
 
 TEST(TestBindTest, TellsWhyAServerCouldNotListen) {
