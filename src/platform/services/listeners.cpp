@@ -123,6 +123,10 @@ std::vector<ListenAddress> ReadListenAddresses(const std::string& configuration)
 
 ListenVerdict CheckListenAddresses(const std::vector<ListenAddress>& addresses,
                                    const ProcessIdentity& server, std::string& reason) {
+  if (addresses.empty()) {
+    reason = "The configuration names no address to listen on.";
+    return ListenVerdict::kRefused;
+  }
   const std::vector<Row> rows = ReadListeningSockets(server);
   ListenVerdict verdict = ListenVerdict::kReady;
   for (const ListenAddress& address : addresses) {

@@ -21,7 +21,7 @@ std::vector<ListenAddress> ReadListenAddresses(const std::string& configuration)
 enum class ListenVerdict {
   kReady,     // Each is free, or the server holds it already.
   kHeldByUs,  // One is free only once the server has let go of what it holds.
-  kRefused,   // One cannot be had at all.
+  kRefused,   // One cannot be had at all, or there is none: the server would die of either.
 };
 
 // `reason` is filled for kRefused.

@@ -143,6 +143,7 @@ TEST(ServiceManagerTest, ARestartThatWouldKillTheServerIsRefused) {
   } rows[] = {
       {"NoSuchDirective on", u"NoSuchDirective"},
       {"Listen 127.0.0.1:" + std::to_string(occupied.port), u"Address already in use"},
+      {"# Listen 127.0.0.1:" + home.port, u"no address to listen on"},
   };
   for (const auto& row : rows) {
     home.Configure(row.lines);
