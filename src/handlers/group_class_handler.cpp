@@ -14,6 +14,8 @@ constexpr Property<std::u16string> kName{u"Name"};
 constexpr Property<std::vector<std::u16string>> kMembersIn{u"Members"};
 constexpr Property<std::vector<WMIObject>> kMembersOut{u"Members"};
 
+constexpr char16_t kContainsItself[] = u"The group '%s' would contain itself";
+
 }  // namespace
 
 WMIObject GroupClassHandler::Describe(const std::u16string& name) const {
@@ -60,11 +62,17 @@ HRESULT GroupClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) 
 }
 
 void GroupClassHandler::Create(MethodCall& call) {
+  const std::u16string name = call.in(kName);
   const std::vector<Account> members = MembersIn(call);
-  if (access::CreateGroup(context(), call.in(kName), members) !=
-      access::CreateGroupResult::kCreated)
-    throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS));
-  WarnOfUndefinedGroups(context(), members, call.sink());
+  switch (access::CreateGroup(context(), name, members)) {
+    case access::CreateGroupResult::kCreated:
+      return WarnOfUndefinedGroups(context(), NamedIn::kMembers, members, call.sink());
+    case access::CreateGroupResult::kExists:
+      throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS), u"The group '%s' exists", name);
+    case access::CreateGroupResult::kCycle:
+      throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS), kContainsItself, name);
+  }
+  throw WMIException(WBEM_E_FAILED);
 }
 
 // A group that does not exist is as good as deleted.
@@ -75,11 +83,11 @@ void GroupClassHandler::SetMembers(MethodCall& call) {
   const std::vector<Account> members = MembersIn(call);
   switch (access::SetMembers(context(), name, members)) {
     case access::SetMembersResult::kDone:
-      return WarnOfUndefinedGroups(context(), members, call.sink());
+      return WarnOfUndefinedGroups(context(), NamedIn::kMembers, members, call.sink());
     case access::SetMembersResult::kNoSuchGroup:
-      throw WMIException(WBEM_E_NOT_FOUND);
+      throw WMIException(WBEM_E_NOT_FOUND, u"There is no group '%s'", name);
     case access::SetMembersResult::kCycle:
-      throw WMIException(WBEM_E_CIRCULAR_REFERENCE);
+      throw WMIException(WBEM_E_CIRCULAR_REFERENCE, kContainsItself, name);
   }
   throw WMIException(WBEM_E_FAILED);
 }

@@ -115,7 +115,7 @@ void RepositoryClassHandler::SetSecurity(MethodCall& call) {
                              reset ? access::ResetChildren::kYes : access::ResetChildren::kNo);
   std::vector<access::Account> accounts;
   for (const access::PermissionEntry& rule : rules) accounts.push_back(rule.account);
-  WarnOfUndefinedGroups(context(), accounts, call.sink());
+  WarnOfUndefinedGroups(context(), NamedIn::kRules, accounts, call.sink());
 }
 
 const MethodTable<RepositoryClassHandler>& RepositoryClassHandler::Methods() {

@@ -33,12 +33,15 @@ HRESULT UserClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
 }
 
 void UserClassHandler::Create(MethodCall& call) {
-  if (!access::CreateUser(context(), call.in(kName), call.in(kPassword)))
-    throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS));
+  const std::u16string name = call.in(kName);
+  if (!access::CreateUser(context(), name, call.in(kPassword)))
+    throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS), u"The user '%s' exists", name);
 }
 
 void UserClassHandler::Delete(MethodCall& call) {
-  if (!access::DeleteUser(context(), call.in(kName))) throw WMIException(WBEM_E_NOT_FOUND);
+  const std::u16string name = call.in(kName);
+  if (!access::DeleteUser(context(), name))
+    throw WMIException(WBEM_E_NOT_FOUND, u"There is no user '%s'", name);
 }
 
 // A user that does not exist is left alone: setting a password is no way to find out who exists.

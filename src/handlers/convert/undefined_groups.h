@@ -9,9 +9,13 @@
 
 namespace kelvarion {
 
-// Rules and groups may name groups that do not exist yet, but the web server then refuses access to
-// every repository whose rules lead to such a name: the client is told which names those are.
-void WarnOfUndefinedGroups(const ServerContext& context,
+enum class NamedIn {
+  kRules,   // The web server then refuses access to their repository.
+  kMembers  // The web server then cannot read the groups file: it refuses access to everything.
+};
+
+// Rules and groups may name groups that do not exist yet; the client is told which those are.
+void WarnOfUndefinedGroups(const ServerContext& context, NamedIn place,
                            const std::vector<access::Account>& accounts, ResponseSink& sink);
 
 }  // namespace kelvarion
