@@ -1,6 +1,7 @@
 #include "host/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <clocale>
 #include <functional>
 #include <iostream>
 
@@ -232,9 +233,18 @@ int Run(Parsed& parsed) {
   }
 }
 
+std::string WrongUsage(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> rest = app.remaining();
+  if (app.get_subcommands().empty() && !rest.empty())
+    return "There is no command or option '" + rest.front() + "'; --help lists them.";
+  return std::string(error.what()) + "; --help tells more.";
+}
+
 }  // namespace
 
 int RunKelvarionctl(int argc, char** argv) {
+  // Tables show what LC_CTYPE cannot represent as numbers, but all text that goes out is UTF-8.
+  std::setlocale(LC_CTYPE, "C.UTF-8");
   CLI::App app("Administers a Kelvarion server: repositories, users, access rules, settings.",
                "kelvarionctl");
   Parsed parsed;
@@ -251,9 +261,7 @@ int RunKelvarionctl(int argc, char** argv) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
     const bool json = std::find(argv, argv + argc, std::string("--json")) != argv + argc;
-    if (json) return RefuseUsage(error.what(), true);
-    app.exit(error);
-    return kExitUsage;
+    return RefuseUsage(WrongUsage(app, error), json);
   }
   return Run(parsed);
 }

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <random>
 
 #include "errors/exception.h"
@@ -61,6 +62,25 @@ ObjectPtr MakeParameters(const Schema& schema, const std::u16string& path,
   return in;
 }
 
+// The parameters that the method cannot do without and that were not given. The provider says of
+// such a one only that it is null.
+std::vector<std::u16string> LeftOut(const Schema& schema, const std::u16string& path,
+                                    const std::u16string& method_name,
+                                    const std::vector<Argument>& parameters) {
+  std::vector<std::u16string> names;
+  const ObjectPtr class_object = schema.Find(ClassOfPath(path));
+  const auto method = class_object ? FindMethod(*class_object, method_name) : std::nullopt;
+  if (!method) return names;
+  for (const Declaration& declared : method->in) {
+    const bool given =
+        std::any_of(parameters.begin(), parameters.end(), [&](const Argument& argument) {
+          return platform::EqualIgnoreCase(argument.name, declared.name);
+        });
+    if (!given && !declared.optional) names.push_back(declared.name);
+  }
+  return names;
+}
+
 // Any name will do that nobody else has at the same time.
 std::u16string FreshActivityId() {
   std::random_device random;
@@ -122,7 +142,13 @@ Outcome Call(Session& session, const std::string& path, const std::string& metho
   const auto context = WithActivity(session.context());
   ProviderHost& provider = session.provider();
   const ObjectPtr in = MakeParameters(*session.schema(), where, name, values);
-  return FromReply(provider.Call(where, name, context.Get(), in.Get(), session.observer));
+  Outcome outcome =
+      FromReply(provider.Call(where, name, context.Get(), in.Get(), session.observer));
+  if (Failed(outcome.status) && session.observer) {
+    const auto names = LeftOut(*session.schema(), where, name, values);
+    if (!names.empty()) session.observer->OnWarning(u"The call left out: " + Join(names));
+  }
+  return outcome;
 }
 
 }  // namespace kelvarion::host

@@ -87,6 +87,9 @@ TEST_F(CliTest, RefusalsSayWhatWasWrongAndExitWithOne) {
     EXPECT_THAT(text.out, IsEmpty()) << what;
     EXPECT_THAT(text.err, HasSubstr(row.says)) << what;
   }
+  EXPECT_THAT(Text({"call", "Kelvarion_User", "Create", "Name=x"}).err,
+              HasSubstr("left out: Password"));
+  EXPECT_THAT(Text({"invent", "something"}).err, HasSubstr("'invent'"));
 }
 
 TEST_F(CliTest, WrongUsageExitsWithTwoAndAsksNobody) {
@@ -181,6 +184,7 @@ TEST_F(CliTest, ObjectsAndListsGoInAndComeOutAlike) {
   const Reply members = server_->Call("Kelvarion_Group.Name=\"devs\"", "GetMembers");
   EXPECT_EQ(members.object()["Members"], Json::parse(R"([
       {"__CLASS":"Kelvarion_User","Name":"alice"},{"__CLASS":"Kelvarion_User","Name":"ülf"}])"));
+  EXPECT_THAT(Text({"enumerate", "Kelvarion_User"}).out, HasSubstr("ülf"));
   // A single text for a list is its only element.
   EXPECT_TRUE(server_
                   ->Call("Kelvarion_Group.Name=\"devs\"", "SetMembers",
