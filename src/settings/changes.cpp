@@ -5,7 +5,6 @@
 #include "apache/configuration_generator.h"
 #include "apache/values.h"
 #include "errors/exception.h"
-#include "platform/network/network.h"
 #include "services/server_service.h"
 #include "settings/server_settings.h"
 #include "util/ports.h"
@@ -29,9 +28,11 @@ void RefuseUnfitOptions(const NetworkOptions& options) {
   }
   if (!options.addresses) return;
   for (const std::u16string& address : *options.addresses) {
-    if (!platform::IsIpAddress(address)) {
-      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
-                         u"'%s' is not an IP address to listen on", address);
+    // Whether the server can listen there shows when it is told to; here only what would break its
+    // configuration is refused.
+    if (!apache::IsListenAddress(address)) {
+      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"'%s' is not an address to listen on",
+                         address);
     }
   }
 }
@@ -40,15 +41,14 @@ void RefuseUnfitOptions(const NetworkOptions& options) {
 
 // Names that are merely unusual are the caller's business; these would break every URL.
 bool IsValidServerName(const std::u16string& name) {
-  return apache::IsQuotable(name) && name.find_first_of(u" /\\") == name.npos;
+  return apache::IsQuotable(name) && name.find_first_of(u"/\\") == name.npos;
 }
 
 void SetServerName(const ServerContext& context, const std::u16string& custom_name) {
   if (!IsValidServerName(custom_name)) {
     throw WMIException(
         WBEM_E_INVALID_METHOD_PARAMETERS,
-        u"A server name must not contain blanks, slashes, quotation marks or control "
-        u"characters");
+        u"A server name must not contain slashes, quotation marks or control characters");
   }
   context.configuration().SetServerName(custom_name);
   apache::RegenerateApacheConfig(context.configuration());
