@@ -14,7 +14,7 @@ constexpr Property<std::u16string> kName{u"Name"};
 constexpr Property<std::vector<std::u16string>> kMembersIn{u"Members"};
 constexpr Property<std::vector<WMIObject>> kMembersOut{u"Members"};
 
-constexpr char16_t kContainsItself[] = u"The group '%s' would contain itself";
+constexpr char16_t kCircle[] = u"The members of the group '%s' would lead in a circle";
 
 }  // namespace
 
@@ -70,7 +70,7 @@ void GroupClassHandler::Create(MethodCall& call) {
     case access::CreateGroupResult::kExists:
       throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS), u"The group '%s' exists", name);
     case access::CreateGroupResult::kCycle:
-      throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS), kContainsItself, name);
+      throw WMIException(HresultFromWin32(ERROR_ALREADY_EXISTS), kCircle, name);
   }
   throw WMIException(WBEM_E_FAILED);
 }
@@ -87,7 +87,7 @@ void GroupClassHandler::SetMembers(MethodCall& call) {
     case access::SetMembersResult::kNoSuchGroup:
       throw WMIException(WBEM_E_NOT_FOUND, u"There is no group '%s'", name);
     case access::SetMembersResult::kCycle:
-      throw WMIException(WBEM_E_CIRCULAR_REFERENCE, kContainsItself, name);
+      throw WMIException(WBEM_E_CIRCULAR_REFERENCE, kCircle, name);
   }
   throw WMIException(WBEM_E_FAILED);
 }
