@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
+#include <cstdio>
+
+#include "platform/files/files.h"
 
 namespace kelvarion::platform::registry {
 namespace {
@@ -57,23 +59,25 @@ void SyncFolderOf(const std::string& file) {
   close(descriptor);
 }
 
-Win32Error FromFileErrno(int error) {
-  if (error == ENOENT || error == ENOTDIR) return ERROR_PATH_NOT_FOUND;
-  if (error == ENOSPC) return ERROR_DISK_FULL;
-  return ERROR_ACCESS_DENIED;
-}
-
-// Builds the file under a name of its own and links it to its place, so that of several processes
-// one wins and none opens a half-made one. mkstemp gives it to its owner alone.
+// Builds the file under another name and moves it to its place, so that nobody opens a half-made
+// one. The file being built is the lock between the processes that want to; what one that was
+// killed left of it is taken over.
 Win32Error CreateDatabase(const std::string& file) {
-  std::string building = file + ".XXXXXX";
-  const int descriptor = mkstemp(building.data());
-  if (descriptor < 0) return FromFileErrno(errno);
-  close(descriptor);
-  Win32Error error = MakeTables(building);
-  if (error == ERROR_SUCCESS && link(building.c_str(), file.c_str()) != 0 && errno != EEXIST)
-    error = FromFileErrno(errno);
-  unlink(building.c_str());
+  const std::string building = file + ".new";
+  const FileLock lock(PathFromNative(building));
+  // The file to lock is made when missing, so it is its folder that does not exist.
+  if (lock.Error() == ERROR_FILE_NOT_FOUND) return ERROR_PATH_NOT_FOUND;
+  if (lock.Error() != ERROR_SUCCESS) return lock.Error();
+  struct stat status {};
+  if (stat(file.c_str(), &status) == 0) {  // Another process was faster.
+    unlink(building.c_str());
+    return ERROR_SUCCESS;
+  }
+  for (const char* left : {"-journal", "-wal", "-shm"}) unlink((building + left).c_str());
+  Win32Error error = truncate(building.c_str(), 0) == 0 ? MakeTables(building) : FromErrno(errno);
+  if (error == ERROR_SUCCESS && rename(building.c_str(), file.c_str()) != 0)
+    error = FromErrno(errno);
+  if (error != ERROR_SUCCESS) unlink(building.c_str());
   SyncFolderOf(file);
   return error;
 }
@@ -83,7 +87,7 @@ Win32Error CreateDatabase(const std::string& file) {
 Win32Error OpenDatabase(const std::string& file, Database& out) {
   struct stat status {};
   if (stat(file.c_str(), &status) != 0) {
-    if (errno != ENOENT) return FromFileErrno(errno);
+    if (errno != ENOENT) return FromErrno(errno);
     if (const Win32Error error = CreateDatabase(file)) return error;
   }
   Database database;
