@@ -8,6 +8,8 @@
 namespace kelvarion::platform {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr const char16_t* kServer = ServiceHome::kName;
 
 TEST(ServiceManagerTest, ARunReportsEveryStateAndLeavesNothingBehind) {
@@ -51,7 +53,7 @@ TEST(ServiceManagerTest, WhatIsNotInstalledIsSaidToBeMissing) {
   ServiceStatus status;
   EXPECT_EQ(home.manager->QueryStatus(u"Spooler", status), ERROR_SERVICE_DOES_NOT_EXIST);
   EXPECT_EQ(home.manager->Start(u"Spooler"), ERROR_SERVICE_DOES_NOT_EXIST);
-  std::filesystem::remove(home.Definition().configuration);
+  fs::remove(home.Definition().configuration);
   EXPECT_EQ(home.manager->Start(kServer), ERROR_FILE_NOT_FOUND);
   EXPECT_TRUE(home.Says(u"kelvarion.conf"));
   // The replication service has no program yet.
@@ -188,12 +190,40 @@ TEST(ServiceManagerTest, HomesSideBySideDoNotDisturbEachOther) {
   EXPECT_TRUE(Connects(second.port));
 }
 
+// A copy of the supervisor that every account can run, wherever this build lies.
+class SharedSupervisor {
+ public:
+  SharedSupervisor() {
+    std::string pattern = (fs::temp_directory_path() / "kv-programs-XXXXXX").string();
+    folder_ = mkdtemp(pattern.data());
+    fs::permissions(folder_, kForAll);
+    for (const std::string file : {"bin/kelvarion-supervisor", "lib/libkelvarion_platform.so"}) {
+      const fs::path copy = folder_ / file;
+      fs::create_directory(copy.parent_path());
+      fs::permissions(copy.parent_path(), kForAll);
+      fs::copy_file(fs::path(KELVARION_BUILD_DIR) / file, copy);
+      fs::permissions(copy, kForAll);
+    }
+  }
+  ~SharedSupervisor() { fs::remove_all(folder_); }
+  SharedSupervisor(const SharedSupervisor&) = delete;
+  SharedSupervisor& operator=(const SharedSupervisor&) = delete;
+
+  std::string folder() const { return folder_ / "bin"; }
+
+ private:
+  static constexpr auto kForAll = fs::perms{0755};
+  fs::path folder_;
+};
+
 TEST(ServiceManagerTest, AnOrdinaryUserRunsAServerOfHisOwn) {
   if (geteuid() != 0) GTEST_SKIP() << "only root can become another user";
+  const SharedSupervisor supervisor;
   const pid_t child = fork();
   if (child == 0) {
     constexpr uid_t kNobody = 65534;
     if (setgid(kNobody) != 0 || setuid(kNobody) != 0) _exit(2);
+    setenv("KELVARION_LIBEXEC", supervisor.folder().c_str(), 1);
     bool fine = false;
     {
       const ServiceHome home;
