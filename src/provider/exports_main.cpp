@@ -24,4 +24,8 @@ HRESULT DllRegisterServer() {
 HRESULT DllUnregisterServer() {
   return CWMIProviderModule::Instance().Unregister(RegistrationScope::kMachine);
 }
+
+HRESULT DllInstall(int install, const char16_t* command_line) {
+  return CWMIProviderModule::Instance().Install(install != 0, command_line);
+}
 }

@@ -2,6 +2,7 @@
 
 #include "platform/com/class_object.h"
 #include "platform/machine/machine.h"
+#include "platform/text/compare.h"
 #include "provider/provider.h"
 #include "util/resources.h"
 
@@ -76,6 +77,15 @@ HRESULT CWMIProviderModule::Register(RegistrationScope scope) {
 
 HRESULT CWMIProviderModule::Unregister(RegistrationScope scope) {
   return RunScripts(scope, &Registrar::Unregister);
+}
+
+HRESULT CWMIProviderModule::Install(bool install, const char16_t* command_line) {
+  const bool for_user = command_line && platform::EqualIgnoreCase(command_line, u"user");
+  const RegistrationScope scope = for_user ? RegistrationScope::kUser : RegistrationScope::kMachine;
+  if (!install) return Unregister(scope);
+  const HRESULT hr = Register(scope);
+  if (Failed(hr)) Unregister(scope);
+  return hr;
 }
 
 HRESULT CWMIProviderModule::RunScripts(RegistrationScope scope,

@@ -25,6 +25,9 @@ class CWMIProviderModule {
   // failure ends it.
   HRESULT Register(RegistrationScope scope);
   HRESULT Unregister(RegistrationScope scope);
+  // As installers ask for it: for the current user when the command line is "user" in any letter
+  // case, else for the machine. A registration that fails is undone; its failure is the result.
+  HRESULT Install(bool install, const char16_t* command_line);
 
  private:
   HRESULT RunScripts(RegistrationScope scope,
