@@ -251,10 +251,9 @@ TEST_F(DurabilityFlowTest, AKilledInitIsFinishedByTheNext) {
   };
   // Files and modes; what SQLite keeps beside its file while it is open may come and go.
   const auto listing = [&](int moment) {
-    return RunProcess(
-               {"sh", "-c",
-                "cd \"$1\" && find . ! -name 'registry.db-*' -printf '%P %m %y\\n' | sort", "sh",
-                home(moment)})
+    return RunProcess({"sh", "-c",
+                       "cd \"$1\" && find . ! -name 'registry.db-*' -printf '%P %m %y\\n' | sort",
+                       "sh", home(moment)})
         .out;
   };
   const Clock::time_point start = Clock::now();
