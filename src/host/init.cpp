@@ -121,8 +121,11 @@ void Initialization::MakeHomeFolder() {
   const bool existed = fs::exists(home_, error);
   if (existed && HoldsOtherThings(home_))
     throw UsageError("The folder " + home_ + " holds something else; name an empty or a new one.");
-  // Folders above it are made as the user makes folders; the home and all in it are private.
+  // Folders above it are made as the user makes folders; the home and all in it are private. The
+  // web server must get through those above the repositories root, too.
   fs::create_directories(fs::path(home_).parent_path(), error);
+  if (std::error_code later; options_.repositories_root && !Exists(home_ + "/registry.db"))
+    fs::create_directories(fs::absolute(*options_.repositories_root).parent_path(), later);
   platform::KeepNewFilesPrivate();
   if (!error && !existed) fs::create_directory(home_, error);
   if (!error && !Exists(home_ + "/registry.db")) fs::permissions(home_, kHomeMode, error);

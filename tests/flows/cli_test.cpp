@@ -8,6 +8,7 @@
 #include <map>
 
 #include "tests/support/real_server.h"
+#include "tests/support/test_home.h"
 
 namespace kelvarion::testing {
 namespace {
@@ -327,6 +328,20 @@ TEST(InitTest, AKilledRunIsFinishedByTheNextOne) {
                                             "-in", home + "/server/certs/server.pem"});
     EXPECT_EQ(check.exit_code, 0) << timeout << check.err;
   }
+}
+
+// The web server's account has to get to the repositories, not into the home.
+TEST(InitTest, FoldersAboveARootElsewhereAreAsOpenAsTheUserMakesThem) {
+  const TemporaryFolder folder;
+  const fs::path home = fs::path(folder.native()) / "home";
+  const fs::path root = fs::path(folder.native()) / "deep/er/repositories";
+  const ProcessResult init = RunProcess({"sh", "-c", "umask 022; exec \"$@\"", "sh", kProgram,
+                                         "--home", home, "init", "--repositories-root", root});
+  ASSERT_EQ(init.exit_code, 0) << init.err;
+  EXPECT_EQ(fs::status(root.parent_path()).permissions(), static_cast<fs::perms>(0755));
+  EXPECT_EQ(fs::status(root.parent_path().parent_path()).permissions(),
+            static_cast<fs::perms>(0755));
+  EXPECT_EQ(fs::status(root).permissions() & fs::perms::others_all, fs::perms::none);
 }
 
 TEST(InitTest, AFolderWithOtherThingsIsLeftAlone) {
