@@ -11,8 +11,12 @@ Json ParseJson(const std::u16string& name, const std::string& text) {
   try {
     return Json::parse(text);
   } catch (const Json::parse_error& error) {
+    // The library's text begins with the name of its exception in brackets.
+    const std::string reason = error.what();
+    const std::size_t end = reason.find("] ");
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
-                       u"The value of '%s' is not valid JSON (%s)", name, Utf16(error.what()));
+                       u"The value of '%s' is not valid JSON (%s)", name,
+                       Utf16(end == reason.npos ? reason : reason.substr(end + 2)));
   }
 }
 

@@ -38,7 +38,10 @@ void Fill(IWbemClassObject& object, const std::vector<Declaration>& declared,
     const Target target{*declaration, Format(u"%s '%s' of %s", kind, declaration->name, owner)};
     const HRESULT hr =
         object.Put(declaration->name, 0, ValueOf(target, value, schema), declaration->type);
-    if (Failed(hr)) throw WMIException(hr, u"The value of the %s does not fit", target.what);
+    if (Failed(hr)) {
+      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"The value of the %s does not fit",
+                         target.what);
+    }
   }
 }
 
