@@ -10,6 +10,7 @@
 #include "errors/exception.h"
 #include "platform/files/files.h"
 #include "platform/text/encoding.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion {
 namespace {
@@ -20,16 +21,13 @@ using platform::RegistryValue;
 using platform::RootKey;
 using Texts = std::vector<std::u16string>;
 
-class RegistryAccessorTest : public testing::Test {
+class RegistryAccessorTest : public ::testing::Test {
  protected:
   RegistryAccessorTest() {
-    char pattern[] = "/tmp/kv-config-XXXXXX";
-    folder_ = mkdtemp(pattern);
     EXPECT_EQ(platform::OpenRegistryFile(folder_ + "/registry.db", u"S-1-22-1-1", registry_), 0u);
     EXPECT_EQ(registry_->CreateKey(key_), ERROR_SUCCESS);
     config_ = std::make_unique<RegistryAccessor>(*registry_);
   }
-  ~RegistryAccessorTest() override { std::filesystem::remove_all(folder_); }
 
   void Put(const std::u16string& name, const RegistryValue& value) {
     ASSERT_EQ(registry_->Set(key_, name, value), ERROR_SUCCESS);
@@ -44,7 +42,8 @@ class RegistryAccessorTest : public testing::Test {
   }
 
   const KeyPath key_{RootKey::kLocalMachine, u"SOFTWARE\\Kelvarion\\Kelvarion Server"};
-  std::string folder_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
   std::unique_ptr<platform::Registry> registry_;
   std::unique_ptr<RegistryAccessor> config_;
 };

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
+#include "tests/support/temporary_folder.h"
 #include "util/resources.h"
 
 namespace kelvarion {
@@ -15,17 +14,9 @@ using platform::RootKey;
 class RegistrarTest : public ::testing::Test {
  protected:
   RegistrarTest() {
-    const std::string pattern = (std::filesystem::temp_directory_path() / "kvregXXXXXX").string();
-    std::vector<char> path(pattern.begin(), pattern.end());
-    path.push_back('\0');
-    folder_ = mkdtemp(path.data());
     EXPECT_EQ(platform::OpenRegistryFile(folder_ + "/registry.db", u"S-1-22-1-0", registry_),
               ERROR_SUCCESS);
     EXPECT_EQ(registry_->CreateKey({RootKey::kLocalMachine, u"Software\\Classes"}), ERROR_SUCCESS);
-  }
-  ~RegistrarTest() override {
-    registry_.reset();
-    std::filesystem::remove_all(folder_);
   }
 
   std::u16string TextOf(const KeyPath& key, const std::u16string& name) const {
@@ -35,7 +26,8 @@ class RegistrarTest : public ::testing::Test {
                           value.data.size() / 2 - 1);
   }
 
-  std::string folder_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
   std::unique_ptr<platform::Registry> registry_;
 };
 

@@ -12,17 +12,13 @@
 #include <thread>
 
 #include "errors/exception.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::util {
 namespace {
 
-class AtomicFileTest : public testing::Test {
+class AtomicFileTest : public ::testing::Test {
  protected:
-  AtomicFileTest() {
-    char pattern[] = "/tmp/kv-atomic-XXXXXX";
-    folder_ = mkdtemp(pattern);
-  }
-  ~AtomicFileTest() override { std::filesystem::remove_all(folder_); }
   std::u16string Path(const std::string& name) const {
     return platform::PathFromNative(folder_ + "/" + name);
   }
@@ -33,7 +29,8 @@ class AtomicFileTest : public testing::Test {
     return names;
   }
 
-  std::string folder_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
 };
 
 // A text of one character: anything else in the file is a mixture or a part.

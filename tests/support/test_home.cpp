@@ -51,19 +51,6 @@ void CollectedEvents::LogReportFailure(const std::u16string& text) {
   texts.push_back(u"report failure: " + text);
 }
 
-TemporaryFolder::TemporaryFolder() {
-  char pattern[] = "/tmp/kelvarion-test-XXXXXX";
-  if (!mkdtemp(pattern)) Fail("no temporary folder");
-  native_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(native_, ignored);
-}
-
-std::u16string TemporaryFolder::path() const { return Wide(native_); }
-
 TestHome::TestHome()
     : own_folder_(std::make_unique<TemporaryFolder>()), folder_(own_folder_->native()) {
   Open();

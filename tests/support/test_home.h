@@ -9,6 +9,7 @@
 #include "config/registry_accessor.h"
 #include "context/server_context.h"
 #include "platform/machine/machine.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::testing {
 
@@ -32,20 +33,6 @@ class CollectedEvents final : public IcEventLogger {
   std::vector<std::u16string> texts;
   // What reports of changed permissions return.
   Win32Error report_result = ERROR_SUCCESS;
-};
-
-// An empty folder for a test, removed with everything in it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  const std::string& native() const { return native_; }
-  std::u16string path() const;
-
- private:
-  std::string native_;
 };
 
 // Settings: an existing, empty repositories root, an installation folder and ports; Subversion

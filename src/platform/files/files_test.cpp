@@ -15,18 +15,13 @@
 #include <vector>
 
 #include "platform/files/file.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
-class FilesTest : public testing::Test {
+class FilesTest : public ::testing::Test {
  protected:
-  FilesTest() {
-    char pattern[] = "/tmp/kv-files-XXXXXX";
-    folder_ = mkdtemp(pattern);
-  }
-  ~FilesTest() override { std::filesystem::remove_all(folder_); }
-
   std::string Native(const std::string& name) const { return folder_ + "/" + name; }
   std::u16string Path(const std::string& name) const { return PathFromNative(Native(name)); }
   void Write(const std::string& name, const std::string& text, NewFile access = NewFile::kPrivate) {
@@ -57,7 +52,8 @@ class FilesTest : public testing::Test {
     acl_free(list);
   }
 
-  std::string folder_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
 };
 
 TEST_F(FilesTest, PathsTakeEitherSeparatorAndNoText) {

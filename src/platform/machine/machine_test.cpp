@@ -9,20 +9,14 @@
 #include <fstream>
 
 #include "platform/com/class_object.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
-class MachineTest : public testing::Test {
+class MachineTest : public ::testing::Test {
  protected:
-  MachineTest() {
-    char pattern[] = "/tmp/kv-machine-XXXXXX";
-    folder_ = mkdtemp(pattern);
-  }
-  ~MachineTest() override {
-    SetCurrentMachine(nullptr);
-    std::filesystem::remove_all(folder_);
-  }
+  ~MachineTest() override { SetCurrentMachine(nullptr); }
   std::shared_ptr<Machine> Open(const std::string& name) {
     std::u16string error;
     auto machine = OpenMachine(folder_ + "/" + name, error);
@@ -30,7 +24,8 @@ class MachineTest : public testing::Test {
     return machine;
   }
 
-  std::string folder_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
 };
 
 TEST_F(MachineTest, AHomeIsMadeWithAllItsStoresAndOpenedAgain) {

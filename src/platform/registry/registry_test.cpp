@@ -11,6 +11,8 @@
 #include <fstream>
 #include <thread>
 
+#include "tests/support/temporary_folder.h"
+
 namespace kelvarion::platform {
 namespace {
 
@@ -18,23 +20,17 @@ using Names = std::vector<std::u16string>;
 
 constexpr const char16_t* kSid = u"S-1-22-1-1000";
 
-class RegistryTest : public testing::Test {
+class RegistryTest : public ::testing::Test {
  protected:
-  RegistryTest() {
-    char pattern[] = "/tmp/kv-registry-XXXXXX";
-    folder_ = mkdtemp(pattern);
-    file_ = folder_ + "/registry.db";
-  }
-  ~RegistryTest() override { std::filesystem::remove_all(folder_); }
-
   std::unique_ptr<Registry> Open(const char16_t* sid = kSid) const {
     std::unique_ptr<Registry> registry;
     EXPECT_EQ(OpenRegistryFile(file_, sid, registry), ERROR_SUCCESS);
     return registry;
   }
 
-  std::string folder_;
-  std::string file_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
+  const std::string file_ = folder_ + "/registry.db";
 };
 
 RegistryValue Text(const char16_t* text) { return RegistryValue::String(text); }

@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "platform/services/service_home_for_test.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
 TEST(ListenersTest, AddressesAreReadThroughIncludesInEveryNotation) {
-  std::string pattern = (std::filesystem::temp_directory_path() / "kv-listen-XXXXXX").string();
-  const std::filesystem::path folder = mkdtemp(pattern.data());
+  const testing::TemporaryFolder temporary;
+  const std::filesystem::path folder = temporary.native();
   std::ofstream(folder / "main.conf") << "ServerRoot " << folder << "\n"
                                       << "Listen 80\n# Listen 81\nInclude more.conf\n"
                                       << "Include missing.conf\nInclude main.conf\n";
@@ -22,7 +23,6 @@ TEST(ListenersTest, AddressesAreReadThroughIncludesInEveryNotation) {
   ASSERT_GE(read.size(), once.size());
   read.resize(once.size());  // A file that includes itself is read a few times, not for ever.
   EXPECT_EQ(read, once);
-  std::filesystem::remove_all(folder);
 }
 
 TEST(ListenersTest, WhatTheServerHoldsItselfIsNoObstacle) {
