@@ -7,6 +7,7 @@
 #include "access/authz_files.h"
 #include "access/windows_groups.h"
 #include "apache/configuration_generator.h"
+#include "apache/values.h"
 #include "config/registry_accessor.h"
 #include "errors/exception.h"
 #include "errors/hresult_text.h"
@@ -18,7 +19,6 @@
 #include "platform/com/register_library.h"
 #include "platform/network/network.h"
 #include "platform/process/process.h"
-#include "settings/server_settings.h"
 #include "util/atomic_file.h"
 
 namespace kelvarion::host {
@@ -107,7 +107,7 @@ void Initialization::Warn(const std::string& text) {
 void Initialization::CheckOptions() const {
   CheckServablePath(home_);
   if (options_.repositories_root) CheckServablePath(*options_.repositories_root);
-  if (options_.server_name && !settings::IsValidServerName(ParseWord(*options_.server_name)))
+  if (options_.server_name && !apache::IsListenAddress(ParseWord(*options_.server_name)))
     throw UsageError("--server-name takes a host name, not '" + *options_.server_name + "'.");
   if (!options_.listen || *options_.listen == "all") return;
   for (const std::u16string& address : Split(*options_.listen))

@@ -45,7 +45,7 @@ TEST_F(SettingsTableTest, ValuesAreStoredAsTheirSettingSaysOrRefused) {
       {u"CertificateRequestSignatureAlgorithm", u"md5", nullptr},
       {u"ServerName", u"svn.example.org", "\"svn.example.org\""},
       {u"ServerName", u"a\nListen 80", nullptr},
-      {u"ServerName", u"a b", nullptr},
+      {u"ServerName", u"host/path", nullptr},
   };
   for (const auto& row : rows) {
     const std::string what = Utf8(row.name) + "=" + Utf8(row.text);
