@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -134,17 +135,27 @@ TEST_F(DaemonTest, AVanishedClientCancelsItsRequestAndItsActivity) {
   EXPECT_EQ(cancelled_.get(), u"mine");
 }
 
-TEST_F(DaemonTest, AClientThatStopsSendingWaitsForTheEndOfWhatItCancelled) {
+// As Ctrl-C in a client does it: it stops sending and goes on reading.
+TEST_F(DaemonTest, AnInterruptedClientWaitsForTheEndOfWhatItCancelled) {
+  struct Interrupting final : Observer {
+    void OnWarning(const std::u16string&) override {}
+    void OnProgress(const Progress&) override {
+      if (!std::exchange(done, true)) raise(SIGINT);
+    }
+    bool done = false;
+  };
   Start({});
   RunUntilCancelled();
-  const platform::Descriptor socket = Connect();
-  std::uint32_t status = 0;
-  Exchange(socket.get(), kCallTarget, kLongCall, [&](const Json& line) {
-    if (line.contains("progress")) platform::EndSending(socket.get());
-    status = line.value("status", 0u);
-  });
-  EXPECT_EQ(status, static_cast<std::uint32_t>(WBEM_E_FAILED));
+  const auto client = ConnectToDaemon(home_.folder(), schema_);
+  ASSERT_TRUE(client);
+  Interrupting observer;
+  const auto context = MakeContext();
+  context->SetValue(kActivityId, 0, Variant::FromString(u"mine"));
+  const Reply reply = client->Call(u"X", u"Long", context.Get(), nullptr, &observer);
+  EXPECT_EQ(reply.status, WBEM_E_FAILED);
+  EXPECT_FALSE(reply.progress.empty());
   EXPECT_EQ(progress_.get_future().get(), WBEM_E_CALL_CANCELLED);
+  EXPECT_EQ(cancelled_.get(), u"mine");
 }
 
 TEST_F(DaemonTest, OverloadIsRefusedAndTheConnectionGoesOn) {
