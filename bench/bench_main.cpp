@@ -13,6 +13,7 @@ int main() {
     MeasureEnumeration(rows);
     MeasureUserCreation(rows);
     MeasureRuleChange(rows);
+    MeasureDaemon(rows);
     Print(rows);
     return 0;
   } catch (const std::exception& error) {

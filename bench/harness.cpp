@@ -39,6 +39,10 @@ std::string Time(double seconds) {
   return {};
 }
 
+std::string Amount(const Row& row, double amount) {
+  return row.bytes ? std::to_string(static_cast<long>(amount)) + " B" : Time(amount);
+}
+
 const char* Verdict(const Row& row, double measured) {
   if (!row.judged) return "skipped";
   return measured <= row.aim ? "meets" : "MISSES";
@@ -75,9 +79,9 @@ void Print(const std::vector<Row>& rows) {
     char aim[16];
     if (row.theirs) std::snprintf(ratio, sizeof ratio, "%.3f", measured);
     std::snprintf(aim, sizeof aim, "%.3g", row.aim);
-    std::printf("%-58s %10s %10s %8s %8s  %s\n", row.name.c_str(), Time(row.ours).c_str(),
-                row.theirs ? Time(*row.theirs).c_str() : "-", ratio,
-                row.theirs ? aim : Time(row.aim).c_str(), Verdict(row, measured));
+    std::printf("%-58s %10s %10s %8s %8s  %s\n", row.name.c_str(), Amount(row, row.ours).c_str(),
+                row.theirs ? Amount(row, *row.theirs).c_str() : "-", ratio,
+                row.theirs ? aim : Amount(row, row.aim).c_str(), Verdict(row, measured));
   }
 }
 

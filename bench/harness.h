@@ -25,6 +25,7 @@ struct Row {
   std::optional<double> theirs;  // Seconds; nothing when the aim is a time of our own.
   double aim = 0;                // The greatest ratio, or the greatest number of seconds.
   bool judged = true;            // False when the data is too small to judge by.
+  bool bytes = false;            // Memory instead of time.
 };
 
 // One line a row: name, ours, theirs, ratio, aim, and meets, MISSES or skipped.

@@ -18,4 +18,8 @@ void MeasureUserCreation(std::vector<Row>& rows);
 // Changing one path's rules in a file of 5,000 sections against parsing that file alone.
 void MeasureRuleChange(std::vector<Row>& rows);
 
+// Getting Kelvarion_VersionInfo through the daemon with 1, 8 and 64 clients at the same time,
+// against the same in process; and what a client costs that asks nothing.
+void MeasureDaemon(std::vector<Row>& rows);
+
 }  // namespace kelvarion::bench

@@ -26,6 +26,8 @@ struct Parsed {
   std::vector<std::string> values;
   bool markdown = false;
   bool follow = false;
+  bool for_user = false;
+  EventOptions events;
   Command command;
 };
 
@@ -117,16 +119,41 @@ void AddCall(CLI::App& app, Parsed& parsed) {
       "Ctrl-C cancels a call that runs long and waits until it has cleaned up.");
 }
 
+// A value must not be able to disturb the terminal.
+std::string ForTerminal(std::string text) {
+  if (!platform::OutputIsTerminal()) return text;
+  for (char& c : text)
+    if ((static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t') || c == '\x7F') c = '?';
+  return text;
+}
+
 void AddEvents(CLI::App& app, Parsed& parsed) {
-  CLI::App* const events = AddCommand(
-      app, "events", "Show the event log: failed requests and changes of permissions", parsed,
-      [&parsed](Session& session) {
-        if (!parsed.follow) return Events(session);
-        if (parsed.global.json) throw UsageError("--follow has no end, so it cannot be --json.");
-        FollowEvents(session, [](const std::string& line) { std::cout << line << std::flush; });
-        return Outcome{};
-      });
-  events->add_flag("--follow", parsed.follow, "Go on showing new events until Ctrl-C");
+  CLI::App* const events =
+      AddCommand(app, "events", "Show the event log: failed requests and changes of permissions",
+                 parsed, [&parsed](Session& session) {
+                   if (!parsed.follow) return Events(session, parsed.events);
+                   const bool json = parsed.global.json;
+                   FollowEvents(session, parsed.events, json, [json](const std::string& line) {
+                     std::cout << (json ? line : ForTerminal(line)) << std::flush;
+                     if (!std::cout) throw SimpleException(u"The events cannot be printed.");
+                   });
+                   Outcome ended;
+                   ended.printed = true;
+                   return ended;
+                 });
+  EventOptions& options = parsed.events;
+  events->add_option("--source", options.sources, "Only of this source; a part of its name will do")
+      ->allow_extra_args(false);
+  events->add_option("--type", options.types, "Only of this type: error, warning or information")
+      ->allow_extra_args(false);
+  events->add_option("--since", options.since,
+                     "Only from then on: 10m, 2h, 3d, 2026-01-31 or 2026-01-31T12:00");
+  events->add_flag("--follow", parsed.follow,
+                   "Go on showing new events until Ctrl-C; with --json one object a line");
+  events->footer(
+      "Options can be given several times.\nExamples:\n"
+      "  kelvarionctl events --type error --since 2h\n"
+      "  kelvarionctl events --source management --follow");
 }
 
 void AddSettings(CLI::App& app, Parsed& parsed) {
@@ -157,6 +184,27 @@ void AddSettings(CLI::App& app, Parsed& parsed) {
   });
 }
 
+void AddRegistration(CLI::App& app, Parsed& parsed) {
+  CLI::App* const registration = app.add_subcommand(
+      "registration", "Show or change where the provider library's classes are found");
+  registration->require_subcommand(0, 1);
+  registration->final_callback([&parsed] {
+    if (!parsed.command) parsed.command = ShowRegistration;
+  });
+  registration->footer("Nothing is served while the classes are not registered.");
+  const auto add = [&](const char* name, const char* description, bool install) {
+    CLI::App* const sub = registration->add_subcommand(name, description);
+    sub->add_flag("--user", parsed.for_user, "For the user who runs this, not the machine");
+    sub->final_callback([&parsed, install] {
+      parsed.command = [&parsed, install](Session& session) {
+        return ChangeRegistration(session, install, parsed.for_user);
+      };
+    });
+  };
+  add("install", "Register the classes of this program's library", true);
+  add("remove", "Remove the classes from the registration", false);
+}
+
 void AddGlobal(CLI::App& app, Parsed& parsed) {
   app.require_subcommand(1);
   app.fallthrough();
@@ -164,6 +212,8 @@ void AddGlobal(CLI::App& app, Parsed& parsed) {
                  "The server's home (default: $KELVARION_HOME, else /var/lib/kelvarion for root "
                  "and ~/.local/state/kelvarion for others)");
   app.add_flag("--json", parsed.global.json, "Print one JSON document instead of text");
+  app.add_flag("--in-process", parsed.global.in_process,
+               "Work in this process, even if the home's daemon runs");
   app.add_option("--context", parsed.global.contexts,
                  "A value to send along with the request: NAME=TEXT or NAME:=JSON")
       ->allow_extra_args(false);
@@ -191,15 +241,8 @@ Outcome RunCommand(Session& session, const Command& command) {
   }
 }
 
-// A value must not be able to disturb the terminal.
-std::string ForTerminal(std::string text) {
-  if (!platform::OutputIsTerminal()) return text;
-  for (char& c : text)
-    if ((static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t') || c == '\x7F') c = '?';
-  return text;
-}
-
 int Print(const Outcome& outcome, bool json) {
+  if (outcome.printed) return std::cout ? kExitSuccess : kExitFailed;
   std::cout << (json ? ToDocument(outcome) : ForTerminal(outcome.text)) << std::flush;
   if (!json && Failed(outcome.status)) std::cerr << ErrorText(outcome);
   if (!json && Succeeded(outcome.status) && outcome.status != S_OK)
@@ -255,6 +298,7 @@ int RunKelvarionctl(int argc, char** argv) {
   AddCall(app, parsed);
   AddEvents(app, parsed);
   AddSettings(app, parsed);
+  AddRegistration(app, parsed);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

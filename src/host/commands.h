@@ -30,9 +30,19 @@ Outcome GetSetting(Session& session, const std::string& name);
 // Also generates the web server's configuration anew.
 Outcome SetSetting(Session& session, const std::string& name, const std::string& value);
 
+// registration_command.cpp: where hosts find the provider library's classes.
+Outcome ShowRegistration(Session& session);
+Outcome ChangeRegistration(Session& session, bool install, bool for_user);
+
 // events_command.cpp
-Outcome Events(Session& session);
-// Hands each new event's text to `print` until the user interrupts.
-void FollowEvents(Session& session, const std::function<void(const std::string&)>& print);
+struct EventOptions {
+  std::vector<std::string> sources;  // Parts of names.
+  std::vector<std::string> types;
+  std::string since;  // A span or a date; empty: all there are.
+};
+Outcome Events(Session& session, const EventOptions& options);
+// Hands each event's text to `print`, as a line for people or of JSON, until the user interrupts.
+void FollowEvents(Session& session, const EventOptions& options, bool json,
+                  const std::function<void(const std::string&)>& print);
 
 }  // namespace kelvarion::host

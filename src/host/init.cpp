@@ -14,6 +14,7 @@
 #include "host/home.h"
 #include "host/home_layout.h"
 #include "host/init_certificate.h"
+#include "host/registration.h"
 #include "host/settings_table.h"
 #include "host/text.h"
 #include "platform/com/register_library.h"
@@ -214,12 +215,14 @@ void Initialization::MakeCertificate() {
 }
 
 void Initialization::RegisterProvider() {
-  const platform::KeyPath key{platform::RootKey::kClassesRoot,
-                              u"CLSID\\" + ToText(kProviderClass) + u"\\InprocServer32"};
   const std::string& library = session_.paths().provider;
-  const std::u16string registered =
-      RegistryValues(*machine_->registry, key).ReadString(u"", std::u16string());
-  if (Utf8(registered) == library) return;
+  const auto is_registered = [&](const Guid& class_id) {
+    const platform::KeyPath key{platform::RootKey::kClassesRoot,
+                                u"CLSID\\" + ToText(class_id) + u"\\InprocServer32"};
+    const RegistryValues values(*machine_->registry, key);
+    return Utf8(values.ReadString(u"", std::u16string())) == library;
+  };
+  if (is_registered(kProviderClass) && is_registered(kRepositoryConfiguratorProxyClass)) return;
   std::string reason;
   const HRESULT hr = RegisterClassLibrary(library, reason);
   if (Failed(hr))

@@ -11,14 +11,6 @@ namespace {
 Json OrNull(const std::u16string& text) { return text.empty() ? Json(nullptr) : Json(Utf8(text)); }
 Json OrNull(int number) { return number < 0 ? Json(nullptr) : Json(number); }
 
-Json ToJson(const Progress& progress) {
-  return {{"activity", OrNull(progress.activity)},
-          {"currentOperation", OrNull(progress.current_operation)},
-          {"statusDescription", OrNull(progress.status_description)},
-          {"percentComplete", OrNull(progress.percent_complete)},
-          {"secondsRemaining", OrNull(progress.seconds_remaining)}};
-}
-
 std::string TextOf(const std::vector<ObjectPtr>& objects) {
   if (objects.empty()) return {};
   if (objects.size() == 1) return PropertyList(*objects.front());
@@ -37,6 +29,14 @@ std::string TextMember(const Json& object, const char* name) {
 }
 
 }  // namespace
+
+Json ToJson(const Progress& progress) {
+  return {{"activity", OrNull(progress.activity)},
+          {"currentOperation", OrNull(progress.current_operation)},
+          {"statusDescription", OrNull(progress.status_description)},
+          {"percentComplete", OrNull(progress.percent_complete)},
+          {"secondsRemaining", OrNull(progress.seconds_remaining)}};
+}
 
 Outcome Failure(HRESULT status, const std::u16string& message) {
   const std::string text = Utf8(message);

@@ -19,7 +19,8 @@ struct Outcome {
   std::vector<Progress> progress;
   Json error;  // The error object's properties, null when there is none.
 
-  std::string text;  // What people get to read instead of the objects.
+  bool printed = false;  // The command has had its say already.
+  std::string text;      // What people get to read instead of the objects.
 };
 
 // The outcome of a request that failed before it reached the provider, with an error object like
@@ -28,6 +29,9 @@ Outcome Failure(HRESULT status, const std::u16string& message);
 
 // The objects as JSON, the text as a table, or as a property list when there is one object.
 Outcome FromReply(Reply reply);
+
+// What is not known is null.
+Json ToJson(const Progress& progress);
 
 // The outcome as one JSON document, which ends with a line feed.
 std::string ToDocument(const Outcome& outcome);

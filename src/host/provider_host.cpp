@@ -123,7 +123,7 @@ Reply ProviderHost::Run(Observer* observer, const Request& request,
   return sink->Wait(returned);
 }
 
-void ProviderHost::CancelActivity(const std::u16string& id) {
+void ProviderHost::CancelActivity(const std::u16string& id) const {
   const ObjectPtr activities = schema_->Find(u"Kelvarion_Activity");
   ObjectPtr signature;
   ObjectPtr in;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/argument.h"
-#include "host/reply.h"
+#include "host/request_target.h"
 #include "host/schema.h"
 #include "platform/com/class_object.h"
 #include "platform/machine/machine.h"
@@ -21,27 +21,31 @@ inline constexpr Guid kProviderClass{
 // The account that this process runs as, able to act.
 ClientToken OwnToken();
 
-// Requests may be made from several threads; each runs on the thread that makes it. Once a request
-// has been made, an interrupt asks it to stop and waits for its clean-up. One host per process.
-class ProviderHost {
+// Requests may be made from several threads; each runs on the thread that makes it, as the account
+// of the process. One host per process.
+class ProviderHost final : public RequestTarget {
  public:
   // Makes `machine` the current one. Throws SimpleException when the provider is not registered,
   // does not load or cannot be initialised.
   ProviderHost(std::shared_ptr<platform::Machine> machine, std::shared_ptr<const Schema> schema);
 
-  // A request that was refused before it began is a reply like any other. The context may be null.
-  Reply Get(const std::u16string& path, IWbemContext* context, Observer* observer);
-  Reply Put(IWbemClassObject* instance, IWbemContext* context, Observer* observer);
-  Reply Delete(const std::u16string& path, IWbemContext* context, Observer* observer);
-  Reply Enumerate(const std::u16string& class_name, IWbemContext* context, Observer* observer);
-  // An interrupt also cancels the activity that the context names. `in` may be null.
+  Reply Get(const std::u16string& path, IWbemContext* context, Observer* observer) override;
+  Reply Put(IWbemClassObject* instance, IWbemContext* context, Observer* observer) override;
+  Reply Delete(const std::u16string& path, IWbemContext* context, Observer* observer) override;
+  Reply Enumerate(const std::u16string& class_name, IWbemContext* context,
+                  Observer* observer) override;
   Reply Call(const std::u16string& path, const std::u16string& method, IWbemContext* context,
-             IWbemClassObject* in, Observer* observer);
+             IWbemClassObject* in, Observer* observer) override;
+
+  // For hosts that make requests of their own, as they like, for clients of their own.
+  IWbemServices& services() const { return *provider_; }
+  const Schema& schema() const { return *schema_; }
+  // Success without effect when no activity has the id.
+  void CancelActivity(const std::u16string& id) const;
 
  private:
   using Request = std::function<HRESULT(IWbemObjectSink*)>;
   Reply Run(Observer* observer, const Request& request, const std::function<void()>& cancel);
-  void CancelActivity(const std::u16string& id);
 
   std::shared_ptr<const Schema> schema_;
   ComPtr<IWbemServices> provider_;

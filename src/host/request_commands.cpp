@@ -3,67 +3,11 @@
 
 #include "errors/exception.h"
 #include "host/commands.h"
-#include "host/text.h"
-#include "host/value_input.h"
-#include "platform/text/compare.h"
+#include "host/request_objects.h"
+#include "host/wire.h"
 
 namespace kelvarion::host {
 namespace {
-
-constexpr const char16_t* kActivityId = u"ActivityId";
-
-const Declaration* FindByName(const std::vector<Declaration>& list, const std::u16string& name) {
-  for (const Declaration& declaration : list)
-    if (platform::EqualIgnoreCase(declaration.name, name)) return &declaration;
-  return nullptr;
-}
-
-std::u16string NamesOf(const std::vector<Declaration>& list) {
-  std::vector<std::u16string> names;
-  for (const Declaration& declaration : list) names.push_back(declaration.name);
-  return names.empty() ? u"none" : Join(names);
-}
-
-// Sets the values on an object that has exactly the declared properties. `kind` and `owner` say in
-// messages what they are properties of.
-void Fill(IWbemClassObject& object, const std::vector<Declaration>& declared,
-          const std::vector<Argument>& values, const std::u16string& kind,
-          const std::u16string& owner, const Schema& schema) {
-  for (const Argument& value : values) {
-    const Declaration* const declaration = FindByName(declared, value.name);
-    if (!declaration) {
-      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"%s has no %s '%s'; it has: %s", owner,
-                         kind, value.name, NamesOf(declared));
-    }
-    const Target target{*declaration, Format(u"%s '%s' of %s", kind, declaration->name, owner)};
-    const HRESULT hr =
-        object.Put(declaration->name, 0, ValueOf(target, value, schema), declaration->type);
-    if (Failed(hr)) {
-      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"The value of the %s does not fit",
-                         target.what);
-    }
-  }
-}
-
-// The parameters object of a call; null when the schema knows no such method, which the provider
-// is left to refuse, or when the method takes none.
-ObjectPtr MakeParameters(const Schema& schema, const std::u16string& path,
-                         const std::u16string& method_name,
-                         const std::vector<Argument>& parameters) {
-  const ObjectPtr class_object = schema.Find(ClassOfPath(path));
-  if (!class_object) return nullptr;
-  const std::optional<Method> method = FindMethod(*class_object, method_name);
-  if (!method) return nullptr;
-  const std::u16string owner = Format(u"%s.%s", ClassNameOf(*class_object), method->name);
-  ObjectPtr in;
-  if (method->in_signature) ThrowIfFailed(method->in_signature->SpawnInstance(0, in.Put()));
-  if (!in && !parameters.empty()) {
-    throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"%s has no parameter '%s'; it has: none",
-                       owner, parameters.front().name);
-  }
-  if (in) Fill(*in, method->in, parameters, u"parameter", owner, schema);
-  return in;
-}
 
 // The parameters that the method cannot do without and that were not given. The provider says of
 // such a one only that it is null.
@@ -106,13 +50,13 @@ ComPtr<IWbemContext> WithActivity(ComPtr<IWbemContext> context) {
 Outcome Enumerate(Session& session, const std::string& class_name) {
   const std::u16string name = ParseWord(class_name);
   const auto context = session.context();
-  return FromReply(session.provider().Enumerate(name, context.Get(), session.observer));
+  return FromReply(session.target().Enumerate(name, context.Get(), session.observer));
 }
 
 Outcome Get(Session& session, const std::string& path) {
   const std::u16string text = ParseWord(path);
   const auto context = session.context();
-  return FromReply(session.provider().Get(text, context.Get(), session.observer));
+  return FromReply(session.target().Get(text, context.Get(), session.observer));
 }
 
 Outcome Put(Session& session, const std::string& class_name,
@@ -120,21 +64,15 @@ Outcome Put(Session& session, const std::string& class_name,
   const std::u16string name = ParseWord(class_name);
   const std::vector<Argument> properties = ParseArguments(values);
   const auto context = session.context();
-  ProviderHost& provider = session.provider();
-  const std::shared_ptr<const Schema> schema = session.schema();
-  const ObjectPtr class_object = schema->Find(name);
-  if (!class_object) throw ComException(WBEM_E_INVALID_CLASS, u"Unexpected class '%s'", name);
-  ObjectPtr instance;
-  ThrowIfFailed(class_object->SpawnInstance(0, instance.Put()));
-  Fill(*instance, PropertiesOf(*class_object), properties, u"property", ClassNameOf(*class_object),
-       *schema);
-  return FromReply(provider.Put(instance.Get(), context.Get(), session.observer));
+  RequestTarget& target = session.target();
+  const ObjectPtr instance = MakeInstance(*session.schema(), name, properties);
+  return FromReply(target.Put(instance.Get(), context.Get(), session.observer));
 }
 
 Outcome Delete(Session& session, const std::string& path) {
   const std::u16string text = ParseWord(path);
   const auto context = session.context();
-  return FromReply(session.provider().Delete(text, context.Get(), session.observer));
+  return FromReply(session.target().Delete(text, context.Get(), session.observer));
 }
 
 Outcome Call(Session& session, const std::string& path, const std::string& method,
@@ -143,10 +81,9 @@ Outcome Call(Session& session, const std::string& path, const std::string& metho
   const std::u16string name = ParseWord(method);
   const std::vector<Argument> values = ParseArguments(parameters);
   const auto context = WithActivity(session.context());
-  ProviderHost& provider = session.provider();
+  RequestTarget& target = session.target();
   const ObjectPtr in = MakeParameters(*session.schema(), where, name, values);
-  Outcome outcome =
-      FromReply(provider.Call(where, name, context.Get(), in.Get(), session.observer));
+  Outcome outcome = FromReply(target.Call(where, name, context.Get(), in.Get(), session.observer));
   if (Failed(outcome.status) && session.observer) {
     const auto names = LeftOut(*session.schema(), where, name, values);
     if (!names.empty()) session.observer->OnWarning(u"The call left out: " + Join(names));

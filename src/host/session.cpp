@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "host/client/daemon_client.h"
 #include "host/home.h"
 #include "host/text.h"
 #include "host/value_input.h"
@@ -27,6 +28,12 @@ std::shared_ptr<platform::Machine> Session::machine() {
 ProviderHost& Session::provider() {
   if (!provider_) provider_.emplace(machine(), schema());
   return *provider_;
+}
+
+RequestTarget& Session::target() {
+  if (!daemon_ && !options_.in_process) daemon_ = ConnectToDaemon(home_, schema());
+  if (daemon_) return *daemon_;
+  return provider();
 }
 
 ComPtr<IWbemContext> Session::context() {

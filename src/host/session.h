@@ -16,6 +16,7 @@ namespace kelvarion::host {
 struct GlobalOptions {
   std::string home;  // Empty: the default one.
   bool json = false;
+  bool in_process = false;
   std::vector<std::string> contexts;
 };
 
@@ -30,6 +31,8 @@ class Session {
   // Throws UsageError when there is no complete home.
   std::shared_ptr<platform::Machine> machine();
   ProviderHost& provider();
+  // The daemon of the home when it answers and nothing else was asked for, else the provider.
+  RequestTarget& target();
   // The values of the command line; null when there are none.
   ComPtr<IWbemContext> context();
   // Told about warnings and progress while a request runs; may be null.
@@ -42,6 +45,7 @@ class Session {
   std::shared_ptr<const Schema> schema_;
   std::shared_ptr<platform::Machine> machine_;
   std::optional<ProviderHost> provider_;
+  std::unique_ptr<RequestTarget> daemon_;
 };
 
 }  // namespace kelvarion::host

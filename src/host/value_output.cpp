@@ -9,35 +9,11 @@
 namespace kelvarion::host {
 namespace {
 
-Json ElementToJson(CIMTYPE type, const Variant& value) {
-  switch (value.type()) {
-    case VT_BOOL:
-      return value.AsBool();
-    case VT_I2:
-    case VT_I4:
-      // The variant form of an unsigned 32-bit number is a signed one.
-      if (type == CIM_UINT32) return static_cast<std::uint32_t>(value.AsI4());
-      return value.AsI4();
-    case VT_UINT:
-      return value.AsUint();
-    case VT_R8:
-      return value.AsR8();
-    case VT_BSTR:
-      return Utf8(value.AsString());
-    case VT_UNKNOWN: {
-      const auto object = value.AsObject().As<IWbemClassObject>();
-      return object ? ObjectToJson(*object) : Json(nullptr);
-    }
-    default:
-      return nullptr;
-  }
-}
-
 Json ValueToJson(CIMTYPE type, const Variant& value) {
-  if (!value.IsArray()) return ElementToJson(type, value);
+  if (!value.IsArray()) return ScalarToJson(type, value);
   Json list = Json::array();
   for (const Variant& item : value.AsArray().items)
-    list.push_back(ElementToJson(type & ~CIM_FLAG_ARRAY, item));
+    list.push_back(ScalarToJson(type & ~CIM_FLAG_ARRAY, item));
   return list;
 }
 
@@ -61,7 +37,7 @@ std::string ShownElement(const Declaration& declaration, const Variant& value) {
     const auto object = value.AsObject().As<IWbemClassObject>();
     return object ? Utf8(ClassNameOf(*object)) : std::string();
   }
-  const Json json = ElementToJson(declaration.ElementType(), value);
+  const Json json = ScalarToJson(declaration.ElementType(), value);
   if (json.is_null()) return {};
   if (!json.is_string()) {
     const std::u16string name = declaration.ValueName(Utf16(json.dump()));
@@ -102,6 +78,30 @@ std::string ListLine(const std::string& name, std::size_t name_width, const std:
 }
 
 }  // namespace
+
+Json ScalarToJson(CIMTYPE type, const Variant& value) {
+  switch (value.type()) {
+    case VT_BOOL:
+      return value.AsBool();
+    case VT_I2:
+    case VT_I4:
+      // The variant form of an unsigned 32-bit number is a signed one.
+      if (type == CIM_UINT32) return static_cast<std::uint32_t>(value.AsI4());
+      return value.AsI4();
+    case VT_UINT:
+      return value.AsUint();
+    case VT_R8:
+      return value.AsR8();
+    case VT_BSTR:
+      return Utf8(value.AsString());
+    case VT_UNKNOWN: {
+      const auto object = value.AsObject().As<IWbemClassObject>();
+      return object ? ObjectToJson(*object) : Json(nullptr);
+    }
+    default:
+      return nullptr;
+  }
+}
 
 Json ObjectToJson(IWbemClassObject& object) {
   Json json = Json::object();

@@ -13,6 +13,9 @@ namespace kelvarion::host {
 // objects are objects, what has no value is null.
 Json ObjectToJson(IWbemClassObject& object);
 
+// One value that is no list; the type matters only to numbers above the signed range.
+Json ScalarToJson(CIMTYPE type, const Variant& value);
+
 // One property as a line would show it: "4 (Running)", "alice, bob"; a date-time in the form
 // 2026-01-31 12:00:00. Empty for null.
 std::string ShownValue(const Declaration& declaration, const Variant& value);

@@ -7,6 +7,13 @@ using kelvarion::CWMIProviderModule;
 using kelvarion::HRESULT;
 using kelvarion::RegistrationScope;
 
+namespace {
+
+// Made when the library is loaded, not when the first class is asked for.
+[[maybe_unused]] const CWMIProviderModule& module = CWMIProviderModule::Instance();
+
+}  // namespace
+
 extern "C" {
 
 HRESULT DllGetClassObject(const kelvarion::Guid& class_id, const kelvarion::Guid& iid, void** out) {
@@ -25,7 +32,7 @@ HRESULT DllUnregisterServer() {
   return CWMIProviderModule::Instance().Unregister(RegistrationScope::kMachine);
 }
 
-HRESULT DllInstall(int install, const char16_t* command_line) {
+HRESULT DllInstall(std::int32_t install, const char16_t* command_line) {
   return CWMIProviderModule::Instance().Install(install != 0, command_line);
 }
 }

@@ -22,14 +22,15 @@ class CWMIProviderModule {
   void Unlock() { --lock_count_; }
 
   // Run the registration scripts of all classes against the current machine's registry; the first
-  // failure ends it.
+  // failure is the result.
   HRESULT Register(RegistrationScope scope);
   HRESULT Unregister(RegistrationScope scope);
-  // As installers ask for it: for the current user when the command line is "user" in any letter
-  // case, else for the machine. A registration that fails is undone; its failure is the result.
+  // The same as installers ask for it: the command line "user" stands for the current user's
+  // classes, any other or none (null) for the machine's. A registration that fails is undone.
   HRESULT Install(bool install, const char16_t* command_line);
 
  private:
+  CWMIProviderModule();
   HRESULT RunScripts(RegistrationScope scope,
                      HRESULT (Registrar::*run)(std::string_view script) const);
 

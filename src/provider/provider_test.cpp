@@ -23,7 +23,7 @@ constexpr const char16_t* kVersionPath = u"Kelvarion_VersionInfo=@";
 
 std::vector<platform::EventRecord> Events(const platform::Machine& machine) {
   std::vector<platform::EventRecord> events;
-  machine.event_log->Read(0, [&](const platform::EventRecord& e) { events.push_back(e); });
+  machine.event_log->Read({}, [&](const platform::EventRecord& e) { events.push_back(e); });
   return events;
 }
 

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <map>
+#include <sstream>
 
 #include "tests/support/real_server.h"
 #include "tests/support/test_home.h"
@@ -108,6 +109,9 @@ TEST_F(CliTest, WrongUsageExitsWithTwoAndAsksNobody) {
       {"init", "--port", "70000"},
       {"init", "--listen", "not an address"},
       {"settings", "set", "ServerPort"},
+      {"events", "--since", "yesterday"},
+      {"events", "--type", "info"},
+      {"events", "--follow", "--type", "info"},
   };
   for (const Words& words : rows) {
     const std::string what = ::testing::PrintToString(words);
@@ -119,7 +123,6 @@ TEST_F(CliTest, WrongUsageExitsWithTwoAndAsksNobody) {
     EXPECT_THAT(text.out, IsEmpty()) << what;
     EXPECT_THAT(text.err, Not(IsEmpty())) << what;
   }
-  EXPECT_EQ(server_->Ctl({"events", "--follow"}).process.exit_code, 2);
   EXPECT_EQ(server_->Events(), events);
 }
 
@@ -245,18 +248,55 @@ TEST_F(CliTest, EventsTellWhoFailedAndFollowingEndsWithAnInterrupt) {
   EXPECT_EQ(all.back()["Id"], "0xC00007D0");
   EXPECT_EQ(all.back()["Type"], "error");
   EXPECT_THAT(Text({"events"}).out, HasSubstr("0xC00007D0"));
+  server_->Ctl({"enumerate", "Kelvarion_Filtered"});
+  const struct {
+    Words filter;
+    bool shown;
+  } filters[] = {
+      {{"events", "--type", "error", "--source", "SERVER 3.5", "--since", "1h"}, true},
+      {{"events", "--type", "warning", "--type", "Error"}, true},
+      {{"events", "--type", "warning", "--type", "information"}, false},
+      {{"events", "--source", "management"}, false},
+      {{"events", "--since", "2999-01-01"}, false},
+  };
+  for (const auto& [filter, shown] : filters) {
+    const std::string found = server_->Ctl(filter).document["objects"].dump();
+    EXPECT_EQ(found.find("Kelvarion_Filtered") != std::string::npos, shown) << filter.back();
+  }
 
   const std::string out = server_->folder + "/followed";
   const ProcessResult followed =
       RunProcess({"sh", "-c",
-                  "\"$1\" --home \"$2\" events --follow >\"$3\" & pid=$!\n"
+                  "\"$1\" --home \"$2\" --json events --follow --type error >\"$3\" & pid=$!\n"
                   "\"$1\" --home \"$2\" enumerate Kelvarion_Followed 2>/dev/null\n"
                   "n=0; until grep -q Kelvarion_Followed \"$3\"; do\n"
                   "  n=$((n + 1)); [ $n -lt 300 ] || break; sleep 0.1; done\n"
                   "kill -INT $pid; wait $pid",
                   "sh", kProgram, server_->home, out});
   EXPECT_EQ(followed.exit_code, 0) << followed.err;
-  EXPECT_THAT(ReadText(out), HasSubstr("Unexpected class 'Kelvarion_Followed'"));
+  std::istringstream lines(ReadText(out));
+  Json last;
+  for (std::string line; std::getline(lines, line);) last = Json::parse(line);
+  EXPECT_THAT(last["Message"].get<std::string>(),
+              HasSubstr("Unexpected class 'Kelvarion_Followed'"));
+}
+
+TEST_F(CliTest, ClassesAreFoundWhereTheRegistrationSaysAlone) {
+  const auto scopes = [&](const Words& words) {
+    std::string found;
+    const Json objects = server_->Ctl(words).document["objects"];
+    for (const Json& object : objects) found += object["For"].get<std::string>() + " ";
+    return found;
+  };
+  const Words get = {"--in-process", "get", "Kelvarion_VersionInfo=@"};
+  EXPECT_EQ(scopes({"registration"}), "machine machine ");
+  EXPECT_EQ(scopes({"registration", "install", "--user"}), "user machine user machine ");
+  EXPECT_EQ(scopes({"registration", "remove"}), "user user ");
+  EXPECT_TRUE(server_->Ctl(get).ok());
+  EXPECT_EQ(scopes({"registration", "remove", "--user"}), "");
+  EXPECT_THAT(server_->Ctl(get).message(), HasSubstr("not registered"));
+  EXPECT_EQ(scopes({"registration", "install"}), "machine machine ");
+  EXPECT_TRUE(server_->Ctl(get).ok());
 }
 
 // The files of a home, their contents and modes. The registry's journal comes and goes.

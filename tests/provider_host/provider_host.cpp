@@ -21,6 +21,7 @@ class CollectingSink final : public ComObject<IWbemObjectSinkEx> {
     return ComObject::QueryInterface(iid == IWbemObjectSink::kIid ? IUnknown::kIid : iid, out);
   }
   HRESULT Indicate(std::int32_t count, IWbemClassObject** objects) override {
+    if (options_.on_indicate) options_.on_indicate();
     if (Failed(options_.indicate)) return options_.indicate;
     for (std::int32_t i = 0; i < count; ++i)
       answer.objects.emplace_back(ComPtr<IWbemClassObject>(objects[i]));

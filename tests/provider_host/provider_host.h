@@ -37,6 +37,8 @@ struct SinkOptions {
   HRESULT progress = S_OK;
   HRESULT message = S_OK;
   bool extended = true;  // Whether it offers IWbemObjectSinkEx.
+  // Runs whenever objects arrive, and so while the request runs.
+  std::function<void()> on_indicate = nullptr;
 };
 
 class ProviderHost {

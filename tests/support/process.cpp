@@ -67,6 +67,8 @@ ChildProcess::~ChildProcess() {
 
 void ChildProcess::Kill() const { kill(pid_, SIGKILL); }
 
+void ChildProcess::Terminate() const { kill(pid_, SIGTERM); }
+
 ProcessResult ChildProcess::Wait() {
   int status = 0;
   waitpid(std::exchange(pid_, 0), &status, 0);

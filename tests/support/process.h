@@ -23,6 +23,8 @@ class ChildProcess {
   ChildProcess& operator=(ChildProcess&&) = delete;
 
   void Kill() const;
+  void Terminate() const;
+  int pid() const { return pid_; }
   ProcessResult Wait();
 
  private:

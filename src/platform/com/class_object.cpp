@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 
+#include "platform/com/global_options.h"
 #include "platform/text/encoding.h"
 
 namespace kelvarion {
@@ -14,7 +15,8 @@ namespace {
 
 struct ClassObjects {
   std::mutex mutex;
-  std::map<Guid, ComPtr<IClassFactory>> in_process;
+  std::map<Guid, ComPtr<IClassFactory>> in_process{
+      {CLSID_GlobalOptions, MakeGlobalOptionsFactory()}};
   ClassLocator locator;
 };
 

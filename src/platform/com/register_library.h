@@ -13,4 +13,11 @@ namespace kelvarion {
 // loaded.
 HRESULT RegisterClassLibrary(const std::string& path, std::string& load_error);
 
+enum class InstallFor { kMachine, kUser };
+
+// Loads the library and calls its DllInstall, which writes its classes for the machine or the
+// current user, or removes them. Result and reason as above.
+HRESULT InstallClassLibrary(const std::string& path, bool install, InstallFor whom,
+                            std::string& load_error);
+
 }  // namespace kelvarion

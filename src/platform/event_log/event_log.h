@@ -1,7 +1,8 @@
 // The machine's event log: append-only records that administrators read.
 //
-// Safe from any thread and from several processes: a record is one append and never mixes with
-// another. Writing never throws; its result is a Win32 error code.
+// Safe from any thread and from several processes, any of which may be killed: a record is written
+// whole or not at all and never mixes with another. Writing never throws; its result is a Win32
+// error code.
 #pragma once
 
 #include <cstdint>
@@ -27,18 +28,34 @@ struct EventRecord {
   std::int64_t time_us = 0;  // Since 1970, universal time; filled when the record is written.
 };
 
+// Where a reader has come to. It stays valid while the log goes on in new files.
+struct EventPosition {
+  std::uint64_t file = 0;  // Which file; 0 before the first record.
+  std::uint64_t offset = 0;
+  std::uint64_t older = 0;  // The file before it, which has been read.
+
+  friend bool operator==(const EventPosition&, const EventPosition&) = default;
+};
+
 class EventLog {
  public:
   virtual ~EventLog() = default;
   virtual Win32Error Report(const EventRecord& record) = 0;
-  // Every whole record from `offset` (bytes, 0 at first) on, oldest first; returns the offset after
-  // the last one, for a reader that follows the log. A record that cannot be read is skipped.
-  virtual std::uint64_t Read(std::uint64_t offset,
+  // Every whole record after `from` ({} is the beginning), in the order in which they were written;
+  // returns the position after the last one, for a reader that follows the log. A record that
+  // cannot be read is skipped. Of a reader that is slower than half of the log's size being
+  // written, the oldest records are lost.
+  virtual EventPosition Read(const EventPosition& from,
                              const std::function<void(const EventRecord&)>& visit) const = 0;
 };
 
+inline constexpr std::uint64_t kEventLogSize = 16 * 1024 * 1024;
+
 // The log kept as JSON lines in `folder` (UTF-8 path, created when missing), also sent to syslog
-// where there is one.
-std::unique_ptr<EventLog> OpenEventLogFolder(const std::string& folder);
+// where there is one. The newest records are in events.jsonl; when it has grown to half of
+// `max_size` (bytes) it becomes events.1.jsonl, and what that held before is gone. A record that
+// would not fit has its strings cut.
+std::unique_ptr<EventLog> OpenEventLogFolder(const std::string& folder,
+                                             std::uint64_t max_size = kEventLogSize);
 
 }  // namespace kelvarion::platform

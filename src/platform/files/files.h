@@ -56,13 +56,16 @@ Win32Error MoveFileReplacing(const std::u16string& from, const std::u16string& t
 Win32Error DeleteFile(const std::u16string& path);
 Win32Error CreateDirectories(const std::u16string& path);
 
-// Holds an exclusive lock on a file, made when missing (0600), until destroyed; waits for it. The
-// lock stands between threads as well as processes, and once it is held the path names the locked
-// file, so the holder may rename or delete it as the last thing done under the lock. A symbolic
-// link is not followed. Error() is ERROR_SUCCESS when it is held.
+enum class IfLocked { kWait, kGiveUp };
+
+// Holds an exclusive lock on a file, made when missing (0600), until destroyed; waits for it, or
+// else Error() is ERROR_SHARING_VIOLATION while another one holds it. The lock stands between
+// threads as well as processes, and once it is held the path names the locked file, so the holder
+// may rename or delete it as the last thing done under the lock. A symbolic link is not followed.
+// Error() is ERROR_SUCCESS when it is held.
 class FileLock {
  public:
-  explicit FileLock(const std::u16string& path);
+  explicit FileLock(const std::u16string& path, IfLocked if_locked = IfLocked::kWait);
   ~FileLock();
   FileLock(const FileLock&) = delete;
   FileLock& operator=(const FileLock&) = delete;

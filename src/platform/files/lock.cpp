@@ -19,7 +19,8 @@ bool Names(const std::string& path, int descriptor) {
 
 }  // namespace
 
-FileLock::FileLock(const std::u16string& path) {
+FileLock::FileLock(const std::u16string& path, IfLocked if_locked) {
+  const int how = if_locked == IfLocked::kWait ? LOCK_EX : LOCK_EX | LOCK_NB;
   std::string native;
   error_ = ToNative(path, native);
   while (error_ == ERROR_SUCCESS && descriptor_ < 0) {
@@ -29,9 +30,9 @@ FileLock::FileLock(const std::u16string& path) {
       break;
     }
     int result = 0;
-    do result = flock(file.get(), LOCK_EX);
+    do result = flock(file.get(), how);
     while (result != 0 && errno == EINTR);
-    if (result != 0) error_ = FromErrno(errno);
+    if (result != 0) error_ = errno == EWOULDBLOCK ? ERROR_SHARING_VIOLATION : FromErrno(errno);
     // While this thread waited, the holder may have moved the file away: then the lock is
     // worthless.
     else if (Names(native, file.get()))

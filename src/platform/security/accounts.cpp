@@ -2,6 +2,7 @@
 
 #include <grp.h>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -128,5 +129,10 @@ std::optional<AccountName> UnixAccountName(const Sid& sid) {
 }
 
 std::u16string CurrentUserSid() { return ToText(UserSid(geteuid())); }
+
+std::u16string OwnerSid(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? ToText(UserSid(status.st_uid)) : std::u16string();
+}
 
 }  // namespace kelvarion::platform

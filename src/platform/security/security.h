@@ -69,5 +69,7 @@ Win32Error OpenSecurityAuthority(const std::string& home, std::unique_ptr<Securi
 
 // The SID of the account that this process runs as.
 std::u16string CurrentUserSid();
+// The SID of the file's or folder's owner; empty when it cannot be found out.
+std::u16string OwnerSid(const std::string& path);
 
 }  // namespace kelvarion::platform

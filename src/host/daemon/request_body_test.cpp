@@ -1,0 +1,86 @@
+#include "host/daemon/request_body.h"
+
+#include <gtest/gtest.h>
+
+#include "errors/exception.h"
+#include "host/collecting_sink.h"
+#include "host/fake_provider_for_test.h"
+#include "host/text.h"
+
+namespace kelvarion::host {
+namespace {
+
+class RequestBodyTest : public ::testing::Test {
+ protected:
+  // The status and message that the body is refused with; nothing when it is read.
+  std::string Refusal(const char* kind, const std::string& body) const {
+    try {
+      ReadRequest(kind, body, schema_);
+      return {};
+    } catch (const WMIException& refusal) {
+      return StatusText(refusal.status()) + " " + Utf8(refusal.Message());
+    }
+  }
+
+  const Schema schema_{KELVARION_SOURCE_DIR "/schema"};
+};
+
+TEST_F(RequestBodyTest, RefusalsSayWhatIsWrong) {
+  const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
+  const struct {
+    const char* kind;
+    std::string body;
+    const char* says;
+  } rows[] = {
+      {"get", "", "0x80041008"},
+      {"get", "[]", "it is no object"},
+      {"get", "{}", "it has no text 'path'"},
+      {"get", R"({"path":7})", "it has no text 'path'"},
+      {"get", R"({"path":"X=@","paht":1})", "it has an unknown 'paht'"},
+      {"get", R"({"path":"X=@","context":[]})", "it has no object 'context'"},
+      {"get", R"({"path":"X=@","context":{"A":{}}})", "0x8004102F"},
+      {"get", R"({"path":"X=@","context":{"A":1,"a":2}})", "'a' is given twice"},
+      {"get", "{\"path\":\"\xFF\"}", "0x80041008"},
+      {"enumerate", R"({"path":"X"})", "it has no text 'class'"},
+      {"put", R"({"object":{"Name":"x"}})", "it has no text '__CLASS'"},
+      {"put", R"({"object":{"__CLASS":"Kelvarion_User","Mail":"x"}})", "no property 'Mail'"},
+      {"call", R"({"path":"Kelvarion_User"})", "it has no text 'method'"},
+      {"call", R"({"path":"Kelvarion_User","method":"Create","parameters":{"User":"x"}})",
+       "no parameter 'User'"},
+      {"call", R"({"path":"Kelvarion_User","method":"Create","parameters":{"Name":)" + deep + "}}",
+       "nested too deeply"},
+      {"invent", "{}", "there is no such kind"},
+  };
+  for (const auto& row : rows) {
+    const std::string refusal = Refusal(row.kind, row.body);
+    EXPECT_NE(refusal.find(row.says), std::string::npos) << row.body.substr(0, 99) << refusal;
+  }
+}
+
+TEST_F(RequestBodyTest, ACallReachesTheProviderWithItsTypedParameters) {
+  const ClientRequest request = ReadRequest("call", R"({
+      "path":"Kelvarion_Service.Name=\"KelvarionServer\"","method":"setnetworkoptions",
+      "parameters":{"Port":4294967295,"ListenIPAddressesArray":["::1"]},
+      "context":{"ActivityId":"mine","Flag":true}})",
+                                            schema_);
+  EXPECT_EQ(request.activity, u"mine");
+  const auto provider = MakeCom<FakeProvider>();
+  provider->method = [](const std::u16string& name, IWbemContext* context, IWbemClassObject* in,
+                        IWbemObjectSink* sink) {
+    EXPECT_EQ(name, u"setnetworkoptions");
+    Variant value;
+    EXPECT_EQ(context->GetValue(u"flag", 0, &value), S_OK);
+    EXPECT_TRUE(value.AsBool());
+    EXPECT_EQ(in->Get(u"Port", 0, &value, nullptr), S_OK);
+    EXPECT_EQ(value.AsI4(), -1) << "the variant form of the greatest number";
+    EXPECT_EQ(in->Get(u"UseSecureConnection", 0, &value, nullptr), S_OK);
+    EXPECT_EQ(value.type(), VT_NULL);
+    return sink->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr);
+  };
+  const auto sink = MakeCom<CollectingSink>(nullptr);
+  EXPECT_EQ(request.make(*provider, sink.Get()), S_OK);
+  EXPECT_EQ(sink->Wait(S_OK).status, S_OK);
+}
+
+}  // namespace
+}  // namespace kelvarion::host

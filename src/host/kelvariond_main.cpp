@@ -1,0 +1,3 @@
+#include "host/daemon/daemon_program.h"
+
+int main(int argc, char** argv) { return kelvarion::host::RunKelvariond(argc, argv); }

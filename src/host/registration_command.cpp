@@ -1,0 +1,58 @@
+#include "config/registry_values.h"
+#include "errors/exception.h"
+#include "errors/hresult_text.h"
+#include "host/commands.h"
+#include "host/registration.h"
+#include "host/table.h"
+#include "host/text.h"
+#include "platform/com/register_library.h"
+
+namespace kelvarion::host {
+namespace {
+
+using platform::RootKey;
+
+// A user's classes hide the machine's.
+constexpr struct {
+  RootKey root;
+  const char* name;
+} kScopes[] = {{RootKey::kCurrentUser, "user"}, {RootKey::kLocalMachine, "machine"}};
+
+}  // namespace
+
+Outcome ShowRegistration(Session& session) {
+  platform::Registry& registry = *session.machine()->registry;
+  Outcome outcome;
+  Table table{{"CLASS", "FOR", "LIBRARY", "NAME"}, {}};
+  for (const Guid& class_id : {kProviderClass, kRepositoryConfiguratorProxyClass}) {
+    for (const auto& scope : kScopes) {
+      const platform::KeyPath key{scope.root, u"Software\\Classes\\CLSID\\" + ToText(class_id)};
+      if (registry.OpenKey(key) != ERROR_SUCCESS) continue;
+      const auto text = [&](const platform::KeyPath& at) {
+        return Utf8(RegistryValues(registry, at).ReadString(u"", std::u16string()));
+      };
+      const std::string id = Utf8(ToText(class_id));
+      const std::string name = text(key);
+      const std::string library = text({key.root, key.path + u"\\InprocServer32"});
+      table.rows.push_back({id, scope.name, library, name});
+      outcome.objects.push_back(
+          {{"ClassId", id}, {"For", scope.name}, {"Library", library}, {"Name", name}});
+    }
+  }
+  outcome.text = table.Render(table.headings.size());
+  return outcome;
+}
+
+Outcome ChangeRegistration(Session& session, bool install, bool for_user) {
+  platform::SetCurrentMachine(session.machine());
+  std::string reason;
+  const HRESULT hr =
+      InstallClassLibrary(session.paths().provider, install,
+                          for_user ? InstallFor::kUser : InstallFor::kMachine, reason);
+  if (Failed(hr))
+    throw SimpleException(u"The registration cannot be changed: %s",
+                          reason.empty() ? HresultText(hr) : Utf16(reason));
+  return ShowRegistration(session);
+}
+
+}  // namespace kelvarion::host

@@ -1,0 +1,146 @@
+#include "tests/configurator/configurator.h"
+
+#include "platform/com/class_object.h"
+#include "platform/text/encoding.h"
+#include "platform/wmi/services_base.h"
+
+namespace kelvarion::testing {
+namespace {
+
+constexpr Guid kClass{0xA2AC77FD, 0x36C6, 0x4C2A, {0xB2, 0x38, 0xF8, 0x9B, 0x35, 0xDA, 0xA5, 0x70}};
+
+std::string Caller() {
+  const ClientToken* token = nullptr;
+  if (OpenThreadToken(token) != ERROR_SUCCESS) return " as nobody";
+  return " as " + platform::Utf8ForDisplay(token->user_sid);
+}
+
+class Server final : public ComObject<platform::ServicesBase, IWbemProviderInit> {
+ public:
+  HRESULT Initialize(const std::u16string*, std::int32_t, const std::u16string& namespace_name,
+                     const std::u16string*, IWbemServices*, IWbemContext*,
+                     IWbemProviderInitSink* sink) override {
+    Configurator& configurator = TheConfigurator();
+    configurator.Note("initialize " + platform::Utf8ForDisplay(namespace_name) + Caller());
+    const ConfiguratorBehaviour behaviour = configurator.behaviour();
+    if (Failed(behaviour.initialize)) return behaviour.initialize;
+    if (behaviour.late_init) {
+      configurator.Keep(ComPtr<IWbemProviderInitSink>(sink));
+    } else {
+      sink->SetStatus(behaviour.init_status, 0);
+    }
+    return behaviour.initialize;
+  }
+
+  HRESULT GetObjectAsync(Text path, std::int32_t, IWbemContext*, IWbemObjectSink* sink) override {
+    return Answer("get " + platform::Utf8ForDisplay(path), sink);
+  }
+  HRESULT ExecMethodAsync(Text path, Text method, std::int32_t, IWbemContext*, IWbemClassObject*,
+                          IWbemObjectSink* sink) override {
+    return Answer(
+        "method " + platform::Utf8ForDisplay(path) + " " + platform::Utf8ForDisplay(method), sink);
+  }
+
+ private:
+  HRESULT Answer(const std::string& call, IWbemObjectSink* sink) const {
+    Configurator& configurator = TheConfigurator();
+    if (configurator.generation() != generation_) return HresultFromWin32(RPC_S_SERVER_UNAVAILABLE);
+    configurator.Note(call + Caller());
+    const ConfiguratorBehaviour behaviour = configurator.behaviour();
+    if (behaviour.late_answer) {
+      configurator.Keep(ComPtr<IWbemObjectSink>(sink));
+    } else if (Succeeded(behaviour.answer)) {
+      sink->Indicate(0, nullptr);
+      sink->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr);
+    }
+    return behaviour.answer;
+  }
+
+  const int generation_ = TheConfigurator().generation();
+};
+
+class Factory final : public ComObject<IClassFactory> {
+ public:
+  HRESULT CreateInstance(IUnknown*, const Guid& iid, void** out) override {
+    TheConfigurator().Note("start");
+    const HRESULT hr = TheConfigurator().behaviour().start;
+    return Failed(hr) ? hr : MakeCom<Server>()->QueryInterface(iid, out);
+  }
+  HRESULT LockServer(bool) override { return S_OK; }
+};
+
+}  // namespace
+
+void Configurator::Reset() {
+  const std::lock_guard lock(mutex_);
+  behaviour_ = {};
+  calls_.clear();
+  init_sink_ = nullptr;
+  sink_ = nullptr;
+}
+
+void Configurator::Behave(const ConfiguratorBehaviour& behaviour) {
+  const std::lock_guard lock(mutex_);
+  behaviour_ = behaviour;
+}
+
+ConfiguratorBehaviour Configurator::behaviour() {
+  const std::lock_guard lock(mutex_);
+  return behaviour_;
+}
+
+void Configurator::GoAway() {
+  const std::lock_guard lock(mutex_);
+  ++generation_;
+}
+
+int Configurator::generation() {
+  const std::lock_guard lock(mutex_);
+  return generation_;
+}
+
+void Configurator::Note(const std::string& call) {
+  const std::lock_guard lock(mutex_);
+  calls_.push_back(call);
+}
+
+std::vector<std::string> Configurator::calls() {
+  const std::lock_guard lock(mutex_);
+  return calls_;
+}
+
+void Configurator::Keep(ComPtr<IWbemProviderInitSink> sink) {
+  const std::lock_guard lock(mutex_);
+  init_sink_ = std::move(sink);
+  kept_.notify_all();
+}
+
+void Configurator::Keep(ComPtr<IWbemObjectSink> sink) {
+  const std::lock_guard lock(mutex_);
+  sink_ = std::move(sink);
+  kept_.notify_all();
+}
+
+ComPtr<IWbemProviderInitSink> Configurator::TakeInitSink() {
+  std::unique_lock lock(mutex_);
+  kept_.wait(lock, [this] { return static_cast<bool>(init_sink_); });
+  return std::move(init_sink_);
+}
+
+ComPtr<IWbemObjectSink> Configurator::TakeSink() {
+  std::unique_lock lock(mutex_);
+  kept_.wait(lock, [this] { return static_cast<bool>(sink_); });
+  return std::move(sink_);
+}
+
+Configurator& TheConfigurator() {
+  static Configurator configurator;
+  return configurator;
+}
+
+extern "C" HRESULT DllGetClassObject(const Guid& class_id, const Guid& iid, void** out) {
+  if (class_id != kClass) return CLASS_E_CLASSNOTAVAILABLE;
+  return MakeCom<Factory>()->QueryInterface(iid, out);
+}
+
+}  // namespace kelvarion::testing
