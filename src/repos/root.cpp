@@ -2,6 +2,8 @@
 
 #include <svn_io.h>
 
+#include <filesystem>
+
 #include "access/folder_acl.h"
 #include "access/windows_groups.h"
 #include "apache/configuration_generator.h"
@@ -26,6 +28,10 @@ void RefuseUnfitPath(const std::u16string& path) {
   // to run.
   if (!platform::NativePath(path).starts_with('/')) {
     throw SimpleException(u"Repositories path '%s' is not an absolute path.", path);
+  }
+  // Every folder directly below would count as a repository, to be renamed and deleted.
+  if (std::filesystem::path(platform::NativePath(path)).lexically_normal() == "/") {
+    throw SimpleException(u"Repositories path '%s' is the root of the file system.", path);
   }
 }
 

@@ -52,8 +52,9 @@ TEST_F(RepositoriesRootTest, UnfitPathsChangeNothing) {
   testing::WriteFile(home_.folder() + "/file", "");
   const std::u16string before = Stored();
   for (const std::string& path :
-       {std::string(), std::string("relative"), std::string("C:\\Repos"), home_.folder() + "/file",
-        home_.folder() + "/a\"b", home_.folder() + "/a\nb", home_.folder() + "/${TEMP}"}) {
+       {std::string(), std::string("/"), std::string("/tmp/./../"), std::string("relative"),
+        std::string("C:\\Repos"), home_.folder() + "/file", home_.folder() + "/a\"b",
+        home_.folder() + "/a\nb", home_.folder() + "/${TEMP}"}) {
     EXPECT_THROW(Set(path, CreateMissing::kYes), Exception) << path;
   }
   EXPECT_EQ(Stored(), before);
@@ -88,7 +89,7 @@ TEST_F(RepositoriesRootTest, WorkersCanCommitToNewRepositoriesUnderAnyUmask) {
   const auto commit = [&](const std::string& account, const std::string& folder) {
     return testing::RunProcess({"setpriv", "--reuid", account, "--regid", "nogroup",
                                 "--clear-groups", "svn", "mkdir", "-q", "-m", "", "--config-dir",
-                                "/nonexistent",
+                                home_.folder() + "/none",
                                 "file://" + home_.folder() + "/srv/demo/" + folder});
   };
   EXPECT_EQ(commit("www-data", "a").all(), "");
