@@ -4,7 +4,9 @@
 #include "errors/exception.h"
 #include "host/commands.h"
 #include "host/request_objects.h"
+#include "host/text.h"
 #include "host/wire.h"
+#include "platform/text/compare.h"
 
 namespace kelvarion::host {
 namespace {
