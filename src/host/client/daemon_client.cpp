@@ -4,7 +4,6 @@
 #include "host/client/http_exchange.h"
 #include "host/request_objects.h"
 #include "host/text.h"
-#include "host/value_input.h"
 #include "host/value_output.h"
 #include "host/wire.h"
 #include "platform/network/local_socket.h"
@@ -93,7 +92,7 @@ class DaemonClient final : public RequestTarget {
 
   const std::string home_;
   const std::shared_ptr<const Schema> schema_;
-  platform::Descriptor socket_;  // None when the last request broke off.
+  platform::Descriptor socket_;  // For the next request; none once it was made.
 };
 
 std::vector<Argument> Properties(Json object) {
@@ -157,7 +156,14 @@ Reply DaemonClient::Send(const char* kind, Json body, IWbemContext* context, Obs
   platform::Descriptor socket = std::move(socket_);
   try {
     // Sending nothing more is how a client says that it does not want to go on.
-    const platform::InterruptWatch watch([&] { platform::EndSending(socket.get()); });
+    // Whoever insists does not even wait for the clean-up, which then goes on without him.
+    bool interrupted = false;
+    const platform::InterruptWatch watch([&] {
+      if (std::exchange(interrupted, true))
+        platform::Disconnect(socket.get());
+      else
+        platform::EndSending(socket.get());
+    });
     Exchange(socket.get(), kTargetPrefix + std::string(kind),
              body.dump(-1, ' ', false, Json::error_handler_t::replace),
              [&](const Json& line) { reader.Take(line); });

@@ -1,12 +1,13 @@
 #include "host/daemon/daemon.h"
 
-#include <atomic>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/strand.hpp>
+#include <condition_variable>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include "errors/exception.h"
@@ -65,7 +66,9 @@ class Daemon::Listener {
   net::io_context io_;
   net::local::stream_protocol::acceptor acceptor_{net::make_strand(io_)};
   net::steady_timer again_{acceptor_.get_executor()};
-  std::atomic<bool> stop_ = false;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool stop_ = false;
 };
 
 void Daemon::Listener::AwaitClients() {
@@ -97,7 +100,10 @@ bool Daemon::Listener::Run() {
   std::vector<std::thread> threads;
   for (std::size_t i = 0; i < limits_.running + kSpareThreads; ++i)
     threads.emplace_back([this] { io_.run(); });
-  stop_.wait(false);
+  {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return stop_; });
+  }
   std::error_code ignored;
   std::filesystem::remove(SocketPath(home_), ignored);
   // Whoever is connected, or was about to be, is told until the end.
@@ -119,8 +125,9 @@ bool Daemon::Listener::Run() {
 }
 
 void Daemon::Listener::Stop() {
+  const std::lock_guard lock(mutex_);
   stop_ = true;
-  stop_.notify_all();
+  changed_.notify_all();
 }
 
 Daemon::Daemon(const std::string& home, const ProviderHost& host, const DaemonLimits& limits)

@@ -16,7 +16,7 @@ struct DaemonLimits {
   std::size_t running = 64;
   // Connections; more are closed at once. Those of clients that are not served have a number of
   // their own, so that they cannot keep the others out.
-  std::size_t connections = 768;
+  std::size_t connections = 512;
   std::size_t strangers = 32;
   // How long a connection may take to bring a request, or an answer to be taken.
   std::chrono::seconds idle{60};

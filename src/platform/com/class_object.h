@@ -48,7 +48,8 @@ struct ClientToken {
   ImpersonationLevel level = ImpersonationLevel::kImpersonation;
 };
 
-// Makes `token` the client of the calls that this thread makes while the object lives.
+// Makes `token` the client of the calls that this thread makes while the object lives. Then the
+// client before it is back, impersonated if it was.
 class ScopedClient {
  public:
   explicit ScopedClient(ClientToken token);
@@ -58,6 +59,7 @@ class ScopedClient {
 
  private:
   const ClientToken* previous_;
+  const ClientToken* previous_impersonated_;
   ClientToken token_;
 };
 

@@ -8,12 +8,14 @@ thread_local const ClientToken* impersonated = nullptr;
 
 }  // namespace
 
-ScopedClient::ScopedClient(ClientToken token) : previous_(client), token_(std::move(token)) {
+ScopedClient::ScopedClient(ClientToken token)
+    : previous_(client), previous_impersonated_(impersonated), token_(std::move(token)) {
   client = &token_;
+  impersonated = nullptr;
 }
 
 ScopedClient::~ScopedClient() {
-  if (impersonated == &token_) impersonated = nullptr;
+  impersonated = previous_impersonated_;
   client = previous_;
 }
 

@@ -130,6 +130,14 @@ TEST(ClientTest, IsTheThreadsOwnAndNests) {
     EXPECT_EQ(CoImpersonateClient(), S_OK);
     EXPECT_EQ(OpenThreadToken(token), ERROR_SUCCESS);
     EXPECT_EQ(token->user_sid, u"S-1-22-1-1");
+    {
+      const ScopedClient within({u"S-1-22-1-3", {}, ImpersonationLevel::kImpersonation});
+      EXPECT_EQ(OpenThreadToken(token), ERROR_NO_TOKEN) << "acts for the client around it";
+      EXPECT_EQ(CoImpersonateClient(), S_OK);
+      EXPECT_EQ(CoRevertToSelf(), S_OK);
+    }
+    ASSERT_EQ(OpenThreadToken(token), ERROR_SUCCESS) << "the call within ended the impersonation";
+    EXPECT_EQ(token->user_sid, u"S-1-22-1-1");
     EXPECT_EQ(CoRevertToSelf(), S_OK);
     EXPECT_EQ(OpenThreadToken(token), ERROR_NO_TOKEN);
   }

@@ -147,4 +147,6 @@ Win32Error Receive(int socket, void* buffer, std::size_t size, std::size_t& out)
 
 void EndSending(int socket) { shutdown(socket, SHUT_WR); }
 
+void Disconnect(int socket) { shutdown(socket, SHUT_RDWR); }
+
 }  // namespace kelvarion::platform

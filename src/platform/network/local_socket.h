@@ -35,5 +35,7 @@ Win32Error Receive(int socket, void* buffer, std::size_t size, std::size_t& out)
 
 // Tells the other end that nothing more will be sent; receiving goes on. Safe from any thread.
 void EndSending(int socket);
+// Ends both directions; whoever waits on the socket goes on. Safe from any thread.
+void Disconnect(int socket);
 
 }  // namespace kelvarion::platform
