@@ -12,19 +12,13 @@
 #include <map>
 
 #include "platform/text/encoding.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
-class EventLogTest : public testing::Test {
+class EventLogTest : public ::testing::Test {
  protected:
-  EventLogTest() {
-    char pattern[] = "/tmp/kv-events-XXXXXX";
-    folder_ = mkdtemp(pattern);
-    log_ = OpenEventLogFolder(folder_ + "/events");
-  }
-  ~EventLogTest() override { std::filesystem::remove_all(folder_); }
-
   std::string File() const { return folder_ + "/events/events.jsonl"; }
   std::vector<EventRecord> Read() const {
     std::vector<EventRecord> records;
@@ -39,8 +33,9 @@ class EventLogTest : public testing::Test {
     return size;
   }
 
-  std::string folder_;
-  std::unique_ptr<EventLog> log_;
+  testing::TemporaryFolder temporary_;
+  const std::string& folder_ = temporary_.native();
+  std::unique_ptr<EventLog> log_ = OpenEventLogFolder(folder_ + "/events");
 };
 
 std::u16string Utf16(const std::string& text) { return Utf16ForDisplay(text); }

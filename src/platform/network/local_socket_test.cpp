@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "platform/security/security.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
@@ -14,19 +15,12 @@ namespace fs = std::filesystem;
 
 class LocalSocketTest : public ::testing::Test {
  protected:
-  LocalSocketTest() {
-    char pattern[] = "/tmp/kelvarion-socket-XXXXXX";
-    top_ = mkdtemp(pattern);
-    // Longer than an address is.
-    folder_ = top_ / std::string(120, 'x');
-    fs::create_directory(folder_);
-    path_ = folder_ / "name";
-  }
-  ~LocalSocketTest() override { fs::remove_all(top_); }
+  LocalSocketTest() { fs::create_directory(folder_); }
 
-  fs::path top_;
-  fs::path folder_;
-  std::string path_;
+  testing::TemporaryFolder top_;
+  // Longer than an address is.
+  const fs::path folder_ = fs::path(top_.native()) / std::string(120, 'x');
+  const std::string path_ = folder_ / "name";
 };
 
 TEST_F(LocalSocketTest, AnybodyMayConnectAndIsKnown) {

@@ -12,6 +12,7 @@
 #include "platform/files/files.h"
 #include "platform/security/accounts.h"
 #include "platform/security/security.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
@@ -19,16 +20,13 @@ namespace {
 namespace fs = std::filesystem;
 using Grants = std::vector<AccessGrant>;
 
-class SecurityAuthorityTest : public testing::Test {
+class SecurityAuthorityTest : public ::testing::Test {
  protected:
   SecurityAuthorityTest() {
-    std::string pattern = (fs::temp_directory_path() / "kv-security-XXXXXX").string();
-    home_ = mkdtemp(pattern.data());
     fs::permissions(home_, fs::perms(0711));
     authority_ = Open();
     authority_->CreateGroup(kAdmins);
   }
-  ~SecurityAuthorityTest() override { fs::remove_all(home_); }
 
   std::unique_ptr<SecurityAuthority> Open() const {
     std::unique_ptr<SecurityAuthority> authority;
@@ -55,7 +53,8 @@ class SecurityAuthorityTest : public testing::Test {
   }
 
   static constexpr const char16_t* kAdmins = u"Kelvarion Server Admins";
-  fs::path home_;
+  testing::TemporaryFolder temporary_;
+  const fs::path home_ = temporary_.native();
   std::unique_ptr<SecurityAuthority> authority_;
 };
 
