@@ -5,9 +5,10 @@ JOBS ?= $(shell nproc)
 
 # Whoever only builds and runs is spared the packages of the tests.
 PURPOSE := run
-test bench check packages: PURPOSE := test
+test bench load check packages: PURPOSE := test
+fuzz: PURPOSE := fuzz
 
-.PHONY: help build run stop test bench check docs clean packages installed
+.PHONY: help build run stop test bench load fuzz check docs clean packages installed
 
 help: ## List the targets
 	@grep -hE '^[a-z]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 10
@@ -33,9 +34,18 @@ test: installed $(BUILD)/build.ninja ## Build and run every test
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	@ctest --test-dir $(BUILD) --output-on-failure -j2
 
-bench: installed $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data)
+bench: installed $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data; BENCH=rules: one group)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-bench
-	@$(BUILD)/bin/kelvarion-bench
+	@$(BUILD)/bin/kelvarion-bench $(BENCH)
+
+fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 for each)
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz --parallel $(JOBS)
+	@JOBS=$(JOBS) tools/fuzz $(BUILD)/fuzz
+
+load: installed $(BUILD)/build.ninja ## Serve 64 clients for a minute: answers, times, memory
+	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-load
+	@$(BUILD)/bin/kelvarion-load
 
 check: installed ## Check the rules of the source tree and its formatting
 	@tools/check

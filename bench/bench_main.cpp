@@ -1,19 +1,52 @@
-// Prints one row per measure; see harness.h for what a row says.
+// kelvarion-bench [GROUP]...: prints one row per measure of the groups, or of all; see harness.h
+// for what a row says.
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <string>
 
 #include "bench/measures.h"
 
-int main() {
-  using namespace kelvarion::bench;
+namespace {
+
+using namespace kelvarion::bench;
+
+struct Group {
+  const char* name;
+  void (*measure)(std::vector<Row>&);
+};
+
+constexpr Group kGroups[] = {
+    {"dispatch", MeasureDispatch},
+    {"enumeration", MeasureEnumeration},
+    {"users", MeasureUserCreation},
+    {"rule-change", MeasureRuleChange},
+    {"rules", MeasureRules},
+    {"daemon", MeasureDaemon},
+    {"maintenance", MeasureMaintenance},
+};
+
+int RefuseName(const char* name) {
+  std::fprintf(stderr, "bench: there is no group '%s', only:", name);
+  for (const Group& group : kGroups) std::fprintf(stderr, " %s", group.name);
+  std::fprintf(stderr, "\n");
+  return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto named = [&](const std::string& name) {
+    return argc == 1 || std::find(argv + 1, argv + argc, name) != argv + argc;
+  };
+  for (int i = 1; i < argc; ++i)
+    if (std::ranges::find(kGroups, std::string(argv[i]), &Group::name) == std::end(kGroups))
+      return RefuseName(argv[i]);
   try {
     std::vector<Row> rows;
-    MeasureDispatch(rows);
-    MeasureEnumeration(rows);
-    MeasureUserCreation(rows);
-    MeasureRuleChange(rows);
-    MeasureDaemon(rows);
+    for (const Group& group : kGroups)
+      if (named(group.name)) group.measure(rows);
     Print(rows);
     return 0;
   } catch (const std::exception& error) {

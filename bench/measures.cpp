@@ -12,6 +12,7 @@
 #include "platform/text/encoding.h"
 #include "repos/create.h"
 #include "repos/repository_store.h"
+#include "svn/config_file.h"
 #include "tests/provider_host/provider_host.h"
 #include "tests/support/test_home.h"
 
@@ -113,10 +114,7 @@ void MeasureRuleChange(std::vector<Row>& rows) {
               write ? access::AccessLevel::ReadWrite : access::AccessLevel::ReadOnly}},
             access::ResetChildren::kNo);
       },
-      [&] {
-        access::IniDocument parsed;
-        access::ReadIniFile(file, parsed, home.context().root_pool());
-      });
+      [&] { svn::ConfigFile(file, svn::MustExist::kYes, home.context().root_pool()); });
   rows.push_back({"changing a rule among " + std::to_string(sections) + " sections / parsing alone",
                   pair.ours, pair.theirs, 2, !Quick()});
 }

@@ -69,6 +69,7 @@ lay_out() {
       apache) ln -s "$apache_modules/$source" "$install/$target" ;;
       # Copied, since an ordinary user may not reach the folder of the build.
       module) cp "$our_modules/$source" "$install/$target" ;;
+      program) ln -s "$(cd "$our_modules/../../bin" && pwd)/$source" "$install/$target" ;;
       copy | keep) cp "$server/$source" "$install/$target" ;;
       fill) sed "s|@INSTALL_DIR@|$install|; s|^@USER_GROUP@|$user_group|" "$server/$source" \
         >"$install/$target" ;;
@@ -260,8 +261,7 @@ check_accounts_refused() {
   is "account" 401 "$(status -u alice:secret "$base$prefix/demo/")"
   is "page" 401 "$(status -u alice:secret "$base/!/")"
   has "challenge" 'WWW-Authenticate: Basic realm="Kelvarion Server"' "$(tool -I "$base/")"
-  has "reason" "'alice' refused: authentication against the accounts" \
-    "$(cat "$install/logs/error.log")"
+  has "reason" "'alice' refused: " "$(cat "$install/logs/error.log")"
 }
 
 check_rules_refused() {
@@ -269,7 +269,10 @@ check_rules_refused() {
   is "rules of Subversion" 403 "$(status -u alice:secret -X PROPFIND "$base$prefix/demo/")"
   is "rules where no user is required" 401 "$(status "$base$prefix/demo/")"
   is "pages" 200 "$(status -u alice:secret "$base/!/")"
-  has "reason" "access of 'alice' to $prefix/demo/ denied" "$(cat "$install/logs/error.log")"
+  is "list" 200 "$(status -u alice:secret "$base$prefix/")"
+  lacks "list" "demo" "$(browser "$base$prefix/")"
+  has "reason" "access denied: 'alice' GET demo:/, no account of this machine" \
+    "$(cat "$install/logs/error.log")"
 }
 
 openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=localhost -days 1 -keyout "$home/key.pem" \

@@ -7,19 +7,6 @@ namespace {
 
 bool IsPath(const std::u16string& section) { return section.starts_with(u'/'); }
 
-std::u16string KeyOf(const Account& account) {
-  switch (account.kind) {
-    case AccountKind::Everyone:
-      return u"*";
-    case AccountKind::SubversionGroup:
-      return u"@" + account.name;
-    case AccountKind::SubversionUser:
-    case AccountKind::WindowsAccount:
-      break;
-  }
-  return account.name;
-}
-
 std::optional<std::u16string> ValueOf(AccessLevel access) {
   switch (access) {
     case AccessLevel::NoAccess:
@@ -33,6 +20,19 @@ std::optional<std::u16string> ValueOf(AccessLevel access) {
 }
 
 }  // namespace
+
+std::u16string KeyOf(const Account& account) {
+  switch (account.kind) {
+    case AccountKind::Everyone:
+      return u"*";
+    case AccountKind::SubversionGroup:
+      return u"@" + account.name;
+    case AccountKind::SubversionUser:
+    case AccountKind::WindowsAccount:
+      break;
+  }
+  return account.name;
+}
 
 AccessLevel AccessFromValue(std::u16string_view value) {
   if (value.find(u'w') != value.npos) return AccessLevel::ReadWrite;
@@ -75,10 +75,14 @@ void AuthzFileParser::RemoveChildren(const std::u16string& path) {
   }
 }
 
-Account AuthzSubversionFileParser::GetObject(const std::u16string& key) const {
+Account SubversionAccountFromKey(const std::u16string& key) {
   if (key == u"*") return Account::Everyone();
   if (key.starts_with(u'@')) return Account::Group(key.substr(1));
   return Account::User(key);
+}
+
+Account AuthzSubversionFileParser::GetObject(const std::u16string& key) const {
+  return SubversionAccountFromKey(key);
 }
 
 Account AuthzWindowsFileParser::GetObject(const std::u16string& key) const {

@@ -42,6 +42,11 @@ class AuthzFileParser {
 // Reads an access level as files have it: what contains "w" may write, what contains "r" may read.
 AccessLevel AccessFromValue(std::u16string_view value);
 
+// Accounts as rules files have them: "*" for everyone, "@" in front of groups, users and SIDs as
+// they are. The second is for Subversion's own accounts.
+std::u16string KeyOf(const Account& account);
+Account SubversionAccountFromKey(const std::u16string& key);
+
 class AuthzSubversionFileParser final : public AuthzFileParser {
  public:
   Account GetObject(const std::u16string& key) const override;

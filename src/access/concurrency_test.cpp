@@ -4,7 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -86,6 +88,86 @@ TEST_F(ConcurrencyTest, EightProcessesLoseNothing) {
   EXPECT_EQ(GetPathPermissions(context, {u"r", u"/"}).size(), kProcesses * kRounds + 0u);
   EXPECT_EQ(GetAllPathPermissions(context, u"r").size(), kProcesses * kRounds + 1u);
   EXPECT_EQ(ListUsers(context).size(), kProcesses * kRounds + 0u);
+}
+
+constexpr int kWriterProcesses = 4;
+constexpr int kWriters = 16;  // Threads in those processes, half of them on the server's rules.
+constexpr int kAdds = 130;
+constexpr int kKept = 10;  // What a writer added last and does not remove again.
+
+Account OfWriter(int writer, int i) {
+  return Account::Windows(Format(u"S-1-5-21-7-7-%d-%d", writer, i));
+}
+
+RuleScope ScopeOf(int writer) {
+  if (writer % 2 == 1) return std::nullopt;
+  return RepositoryPath{u"r", u"/"};
+}
+
+// Makes 250 changes, none of which may be undone by somebody else's; says how many were not there
+// any more.
+int AddAndRemove(const ServerContext& context, int writer) {
+  const RuleScope scope = ScopeOf(writer);
+  int lost = 0;
+  for (int i = 0; i < kAdds; ++i) {
+    lost +=
+        !AddPermission(context, scope, OfWriter(writer, i), AccessLevel::ReadOnly, Overwrite::kNo);
+    if (i >= kKept) lost += !RemovePermission(context, scope, OfWriter(writer, i - kKept));
+  }
+  return lost;
+}
+
+void RunWriters(const ServerContext& context, int process) {
+  std::atomic<int> lost{0};
+  std::vector<std::thread> threads;
+  for (int writer = process; writer < kWriters; writer += kWriterProcesses)
+    threads.emplace_back([&, writer] { lost += AddAndRemove(context, writer); });
+  for (std::thread& thread : threads) thread.join();
+  if (lost != 0) throw std::runtime_error("changes were lost");
+}
+
+bool HasEnded(pid_t child) {
+  siginfo_t state{};
+  return waitid(P_PID, static_cast<id_t>(child), &state, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         state.si_pid == child;
+}
+
+// Another writer is killed again and again meanwhile; it takes nobody's change with it.
+TEST_F(ConcurrencyTest, SixteenWritersKeepAllOfTheirFourThousandChanges) {
+  home_->configuration().SetUseWindowsAuth(true);
+  std::vector<pid_t> children;
+  for (int process = 0; process < kWriterProcesses; ++process)
+    children.push_back(Fork([=](const ServerContext& context) { RunWriters(context, process); }));
+  const Account victim = Account::Windows(u"S-1-5-18");
+  int deaths = 0;
+  for (; !HasEnded(children.front()); ++deaths) {
+    const pid_t child = Fork([&](const ServerContext& context) {
+      for (int i = 0;; ++i)
+        AddPermission(context, ScopeOf(i), victim, AccessLevel::ReadWrite, Overwrite::kYes);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50 + deaths * 7 % 40));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  const ServerContext& context = Reopen();
+  for (const int scope : {0, 1}) {
+    PermissionList rules =
+        scope == 0 ? GetPathPermissions(context, *ScopeOf(0)) : GetGlobalPermissions(context);
+    std::erase_if(rules, [&](const PermissionEntry& entry) { return entry.account == victim; });
+    EXPECT_EQ(rules.size(), kWriters / 2 * kKept + 0u);
+    for (int writer = scope; writer < kWriters; writer += 2) {
+      for (int i = kAdds - kKept; i < kAdds; ++i) {
+        const PermissionEntry kept{OfWriter(writer, i), AccessLevel::ReadOnly};
+        EXPECT_EQ(std::count(rules.begin(), rules.end(), kept), 1);
+      }
+    }
+  }
+  EXPECT_GT(deaths, 3);
 }
 
 // Neither half a file nor a lock that nobody holds may be left, whenever the writer dies.

@@ -1,6 +1,7 @@
 #include "access/groups.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "access/groups_file.h"
 #include "access/names.h"
@@ -27,6 +28,22 @@ bool WriteMembers(const ServerContext& context, IniDocument& groups, const std::
   if (IsInCycle(groups, name)) return false;
   WriteGroupsFile(context, groups, pool);
   return true;
+}
+
+SetMembersResult ChangeMembers(const ServerContext& context, const std::u16string& name,
+                               const std::function<void(std::vector<Account>&)>& edit) {
+  const svn::Pool pool(context.root_pool());
+  const PermissionsLock lock(context);
+  IniDocument groups = ReadGroupsFile(context, pool);
+  const std::u16string* const text = FindGroup(groups, name);
+  if (!text) return SetMembersResult::kNoSuchGroup;
+  const std::vector<Account> old = ParseMembers(*text);
+  std::vector<Account> members = old;
+  edit(members);
+  RefuseNewOddMembers(members, old);
+  return WriteMembers(context, groups, name, FormatMembers(members), pool)
+             ? SetMembersResult::kDone
+             : SetMembersResult::kCycle;
 }
 
 }  // namespace
@@ -66,15 +83,23 @@ CreateGroupResult CreateGroup(const ServerContext& context, const std::u16string
 
 SetMembersResult SetMembers(const ServerContext& context, const std::u16string& name,
                             const std::vector<Account>& members) {
-  const std::u16string text = FormatMembers(members);
-  const svn::Pool pool(context.root_pool());
-  const PermissionsLock lock(context);
-  IniDocument groups = ReadGroupsFile(context, pool);
-  const std::u16string* old = FindGroup(groups, name);
-  if (!old) return SetMembersResult::kNoSuchGroup;
-  RefuseNewOddMembers(members, ParseMembers(*old));
-  return WriteMembers(context, groups, name, text, pool) ? SetMembersResult::kDone
-                                                         : SetMembersResult::kCycle;
+  FormatMembers(members);  // Refuses what no group can have, even where there is no such group.
+  return ChangeMembers(context, name, [&](std::vector<Account>& list) { list = members; });
+}
+
+SetMembersResult AddMembers(const ServerContext& context, const std::u16string& name,
+                            const std::vector<Account>& members) {
+  return ChangeMembers(context, name, [&](std::vector<Account>& list) {
+    for (const Account& member : members)
+      if (!std::ranges::count(list, member)) list.push_back(member);
+  });
+}
+
+SetMembersResult RemoveMembers(const ServerContext& context, const std::u16string& name,
+                               const std::vector<Account>& members) {
+  return ChangeMembers(context, name, [&](std::vector<Account>& list) {
+    std::erase_if(list, [&](const Account& member) { return std::ranges::count(members, member); });
+  });
 }
 
 bool DeleteGroup(const ServerContext& context, const std::u16string& name) {

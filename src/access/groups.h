@@ -31,6 +31,14 @@ CreateGroupResult CreateGroup(const ServerContext& context, const std::u16string
 SetMembersResult SetMembers(const ServerContext& context, const std::u16string& name,
                             const std::vector<Account>& members);
 
+// Change the members by one step, so that what others add or remove at the same time stays. Members
+// that are there already keep their place; one that is not there cannot be removed and is passed
+// over.
+SetMembersResult AddMembers(const ServerContext& context, const std::u16string& name,
+                            const std::vector<Account>& members);
+SetMembersResult RemoveMembers(const ServerContext& context, const std::u16string& name,
+                               const std::vector<Account>& members);
+
 // Also takes the group out of all others and out of the rules of every repository. False when there
 // is no such group. Repositories whose rules could not be changed are reported as by DeleteUser.
 bool DeleteGroup(const ServerContext& context, const std::u16string& name);

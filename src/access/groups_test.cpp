@@ -51,6 +51,21 @@ TEST_F(GroupsTest, MembersAreReadHoweverTheyAreSeparated) {
   EXPECT_THROW(SetMembers(context_, u"half", members), WMIException);
 }
 
+TEST_F(GroupsTest, SingleMembersComeAndGoAndTheOthersStay) {
+  const Account alice = Account::User(u"alice");
+  const Account bob = Account::User(u"bob");
+  const Account self = Account::Group(u"devs");
+  CreateGroup(context_, u"devs", {bob});
+  EXPECT_EQ(AddMembers(context_, u"devs", {alice, bob, alice}), SetMembersResult::kDone);
+  EXPECT_EQ(GetMembers(context_, u"devs"), (Members{bob, alice}));
+  EXPECT_EQ(AddMembers(context_, u"devs", {self}), SetMembersResult::kCycle);
+  EXPECT_EQ(RemoveMembers(context_, u"devs", {bob, self}), SetMembersResult::kDone);
+  EXPECT_EQ(GetMembers(context_, u"devs"), Members{alice});
+  EXPECT_EQ(AddMembers(context_, u"none", {bob}), SetMembersResult::kNoSuchGroup);
+  EXPECT_EQ(RemoveMembers(context_, u"none", {bob}), SetMembersResult::kNoSuchGroup);
+  EXPECT_THROW(AddMembers(context_, u"devs", {Account::User(u"~bob")}), WMIException);
+}
+
 TEST_F(GroupsTest, NoGroupContainsItself) {
   CreateGroup(context_, u"a", {});
   CreateGroup(context_, u"b", {Account::Group(u"a"), Account::Group(u"a")});

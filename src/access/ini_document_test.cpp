@@ -63,12 +63,16 @@ TEST_F(IniDocumentTest, AMissingFileIsEmptyAndABrokenOneAnError) {
   IniDocument document;
   ReadIniFile(folder_.path() + u"/none", document, pool_);
   EXPECT_TRUE(document.empty());
-  try {
-    Read("[s]\nno separator\n");
-    ADD_FAILURE() << "read";
-  } catch (const SvnException& exception) {
-    EXPECT_TRUE(exception.Has(SVN_ERR_MALFORMED_FILE));
-    EXPECT_NE(exception.FullText().find(u"\nline "), std::u16string::npos);
+  const std::string broken[] = {
+      "[s]\nno separator\n", "[s]\n=x\n", "[s]\r\n: x\r\n", {"[s]\nk = r\0w\n", 12}};
+  for (const std::string& text : broken) {
+    try {
+      Read(text);
+      ADD_FAILURE() << text;
+    } catch (const SvnException& exception) {
+      EXPECT_TRUE(exception.Has(SVN_ERR_MALFORMED_FILE));
+      EXPECT_NE(exception.FullText().find(u"line "), std::u16string::npos) << text;
+    }
   }
   EXPECT_THROW(Read("[s]\nk = \xFF\n"), Win32Exception);
 }

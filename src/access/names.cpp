@@ -5,6 +5,7 @@
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
 #include "svn/text.h"
+#include "util/repository_path.h"
 
 namespace kelvarion::access {
 namespace {
@@ -108,15 +109,9 @@ std::u16string RulePathProblem(const std::u16string& path) {
     return Format(u"The path '%s' contains ']', which the name of a section cannot", shown);
   }
   if (!path.starts_with(u'/')) return Format(u"The path '%s' does not begin with '/'", shown);
-  if (path == u"/") return {};
-  for (std::size_t start = 1; start <= path.size();) {
-    const std::size_t end = std::min(path.find(u'/', start), path.size());
-    const std::u16string_view part = std::u16string_view(path).substr(start, end - start);
-    // Subversion refuses every rule of a file with such a section.
-    if (part.empty() || part == u"." || part == u"..") {
-      return Format(u"The path '%s' is not canonical", shown);
-    }
-    start = end + 1;
+  // Subversion refuses every rule of a file with such a section.
+  if (!util::IsCanonicalRepositoryPath(path) || util::HasPart(path, u"..")) {
+    return Format(u"The path '%s' is not canonical", shown);
   }
   return {};
 }

@@ -26,24 +26,26 @@ struct RulesFile {
   std::unique_ptr<AuthzFileParser> parser;
 };
 
-RulesFile ReadRules(std::u16string path, std::unique_ptr<AuthzFileParser> parser,
-                    const svn::Pool& pool) {
-  ReadIniFile(path, parser->document(), pool);
-  return {std::move(path), std::move(parser)};
+// The one in force, not read yet.
+RulesFile RepositoryRules(const ServerContext& context, const std::u16string& repository,
+                          bool windows) {
+  if (windows)
+    return {WindowsRulesFile(context, repository), std::make_unique<AuthzWindowsFileParser>()};
+  return {SubversionRulesFile(context, repository), std::make_unique<AuthzSubversionFileParser>()};
+}
+
+RulesFile Read(RulesFile file, const svn::Pool& pool) {
+  ReadIniFile(file.path, file.parser->document(), pool);
+  return file;
 }
 
 RulesFile ReadRepositoryRules(const ServerContext& context, const std::u16string& repository,
                               bool windows, const svn::Pool& pool) {
-  if (windows) {
-    return ReadRules(WindowsRulesFile(context, repository),
-                     std::make_unique<AuthzWindowsFileParser>(), pool);
-  }
-  return ReadRules(SubversionRulesFile(context, repository),
-                   std::make_unique<AuthzSubversionFileParser>(), pool);
+  return Read(RepositoryRules(context, repository, windows), pool);
 }
 
 RulesFile ReadGlobalRules(const ServerContext& context, const svn::Pool& pool) {
-  return ReadRules(GlobalRulesFile(context), std::make_unique<AuthzGlobalFileParser>(), pool);
+  return Read({GlobalRulesFile(context), std::make_unique<AuthzGlobalFileParser>()}, pool);
 }
 
 void Write(const RulesFile& file, const svn::Pool& pool) {
@@ -155,7 +157,9 @@ Edit ReplaceBy(const PermissionList& rules) {
 PermissionList GetPathPermissions(const ServerContext& context, const RepositoryPath& where) {
   const svn::Pool pool(context.root_pool());
   const bool windows = context.configuration().GetUseWindowsAuth();
-  return ReadRepositoryRules(context, where.repository, windows, pool).parser->Entries(where.path);
+  const RulesFile file = RepositoryRules(context, where.repository, windows);
+  file.parser->document()[where.path] = ReadIniSection(file.path, where.path, pool);
+  return file.parser->Entries(where.path);
 }
 
 std::map<std::u16string, PermissionList> GetAllPathPermissions(const ServerContext& context,

@@ -1,5 +1,7 @@
 #include "access/purge.h"
 
+#include <set>
+
 #include "access/authz_files.h"
 #include "access/authz_parser.h"
 #include "access/permissions_lock.h"
@@ -58,13 +60,22 @@ void LogFailure(const ServerContext& context, bool group, const std::u16string& 
 void PurgeAccount(const ServerContext& context, const Account& account) {
   const bool group = account.kind == AccountKind::SubversionGroup;
   const svn::Pool pool(context.root_pool());
+  std::set<std::u16string> seen;
   int failures = 0;
-  for (const std::u16string& repository : svn::ListFolders(RepositoriesRoot(context), pool)) {
-    try {
-      PurgeRepository(context, repository, account);
-    } catch (const Exception& exception) {
-      LogFailure(context, group, repository, exception.Message());
-      ++failures;
+  // Again until nothing is new: what is renamed meanwhile may be missing from one listing.
+  for (bool found = true; found;) {
+    found = false;
+    for (const std::u16string& repository : svn::ListFolders(RepositoriesRoot(context), pool)) {
+      if (!seen.insert(repository).second) continue;
+      found = true;
+      try {
+        PurgeRepository(context, repository, account);
+      } catch (const Exception& exception) {
+        // One that is deleted meanwhile has no rules any more.
+        if (!svn::IsFolder(ConfigurationFolder(context, repository), pool)) continue;
+        LogFailure(context, group, repository, exception.Message());
+        ++failures;
+      }
     }
   }
   if (failures > 0) ThrowSummary(group, failures);

@@ -12,6 +12,12 @@ std::u16string ParseSidString(const platform::SecurityAuthority& authority,
   return sid;
 }
 
+std::u16string CanonicalSid(const platform::SecurityAuthority& authority,
+                            const std::u16string& text) {
+  std::u16string sid;
+  return authority.NormalizeSid(text, sid) == ERROR_SUCCESS ? sid : text;
+}
+
 std::u16string LookupAccountName(const platform::SecurityAuthority& authority,
                                  const std::u16string& name) {
   std::u16string sid;

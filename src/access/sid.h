@@ -12,6 +12,10 @@ namespace kelvarion::access {
 std::u16string ParseSidString(const platform::SecurityAuthority& authority,
                               const std::u16string& text);
 
+// The same for finding rules, which may be for "*": what is no SID is returned as it is.
+std::u16string CanonicalSid(const platform::SecurityAuthority& authority,
+                            const std::u16string& text);
+
 // Throws Win32Exception when there is no such account.
 std::u16string LookupAccountName(const platform::SecurityAuthority& authority,
                                  const std::u16string& name);

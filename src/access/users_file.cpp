@@ -22,16 +22,17 @@ constexpr std::size_t kLongestLine = 255;
 constexpr apr_size_t kHashBytes = 128;
 
 std::string_view NextField(std::string_view& line) {
-  constexpr std::string_view kSeparators = ":\r\n";
-  line.remove_prefix(std::min(line.find_first_not_of(kSeparators), line.size()));
-  const std::string_view field = line.substr(0, line.find_first_of(kSeparators));
-  line.remove_prefix(field.size());
+  const auto separates = [](char c) { return c == ':' || c == '\r' || c == '\n'; };
+  const auto start = std::ranges::find_if_not(line, separates);
+  const auto end = std::find_if(start, line.end(), separates);
+  const std::string_view field(start, end);
+  line = {end, line.end()};
   return field;
 }
 
-UserRecord ParseLine(std::string_view line) {
+UserLine ParseLine(std::string_view line) {
   line = line.substr(0, line.find('\0'));
-  UserRecord user;
+  UserLine user;
   user.name = NextField(line);
   user.hash = NextField(line);
   if (user.hash.empty()) svn::ThrowError(APR_EGENERAL, u"Syntax error in users file.");
@@ -56,15 +57,22 @@ std::string NewSalt() {
 
 }  // namespace
 
+std::vector<UserLine> ParseUsersFile(std::string_view text) {
+  std::vector<UserLine> users;
+  while (!text.empty()) {
+    std::string_view line = text.substr(0, kLongestLine);
+    line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
+    text.remove_prefix(line.size());
+    users.push_back(ParseLine(line));
+  }
+  return users;
+}
+
 UserRecords ReadUsersFile(const std::u16string& path, const svn::Pool& parent) {
   const std::string text = svn::ReadFileIfPresent(path, parent).value_or("");
   UserRecords users;
-  for (std::string_view rest = text; !rest.empty();) {
-    std::string_view line = rest.substr(0, kLongestLine);
-    line = line.substr(0, std::min(line.find('\n'), line.size() - 1) + 1);
-    rest.remove_prefix(line.size());
-    users.push_back(ParseLine(line));
-  }
+  for (const UserLine& user : ParseUsersFile(text))
+    users.push_back({std::string(user.name), std::string(user.hash)});
   return users;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "svn/pool.h"
@@ -16,8 +17,17 @@ struct UserRecord {
 };
 using UserRecords = std::vector<UserRecord>;
 
-// In the order of the file; empty when there is none. A line without name or hash throws
-// SvnException "Syntax error in users file.".
+// The same as parts of the file's text.
+struct UserLine {
+  std::string_view name;
+  std::string_view hash;
+};
+
+// In the order of the file. A line without name or hash throws SvnException "Syntax error in users
+// file.".
+std::vector<UserLine> ParseUsersFile(std::string_view text);
+
+// The same; empty when there is no file.
 UserRecords ReadUsersFile(const std::u16string& path, const svn::Pool& parent);
 
 // Replaces the file as a whole. A record whose line could not be read again throws SimpleException.

@@ -36,6 +36,9 @@ class FakeAuthority : public platform::SecurityAuthority {
     out = found->second;
     return ERROR_SUCCESS;
   }
+  Win32Error GetAccountSids(const std::u16string&, std::vector<std::u16string>&) const override {
+    return ERROR_NOT_SUPPORTED;
+  }
   Win32Error GetGroupMembers(const std::u16string& group,
                              std::vector<std::u16string>& sids) const override {
     if (group != kServerAdminsGroup) return NERR_GroupNotFound;

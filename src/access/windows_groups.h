@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/com/class_object.h"
 #include "platform/security/security.h"
 
 namespace kelvarion::access {
@@ -20,6 +21,11 @@ std::vector<std::u16string> GetGroupMembers(const platform::SecurityAuthority& a
 // touched.
 void SetGroupMembers(platform::SecurityAuthority& authority, const std::u16string& group,
                      const std::vector<std::u16string>& sids);
+
+// Whether the client belongs to the group: as a member, through a Unix group or through another
+// local group. False as well when that cannot be found out.
+bool IsGroupMember(const platform::SecurityAuthority& authority, const std::u16string& group,
+                   const ClientToken& client);
 
 std::u16string GetServerAdminsSid(const platform::SecurityAuthority& authority);
 

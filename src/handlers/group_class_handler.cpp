@@ -3,6 +3,7 @@
 #include "handlers/group_class_handler.h"
 
 #include "access/groups.h"
+#include "handlers/convert/members_result.h"
 #include "handlers/convert/undefined_groups.h"
 
 namespace kelvarion {
@@ -13,8 +14,6 @@ using access::Account;
 constexpr Property<std::u16string> kName{u"Name"};
 constexpr Property<std::vector<std::u16string>> kMembersIn{u"Members"};
 constexpr Property<std::vector<WMIObject>> kMembersOut{u"Members"};
-
-constexpr char16_t kCircle[] = u"The members of the group '%s' would lead in a circle";
 
 }  // namespace
 
@@ -57,7 +56,8 @@ HRESULT GroupClassHandler::GetObject(ParsedObjectPath& path, CallContext*, WMIOb
 }
 
 HRESULT GroupClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  for (const std::u16string& name : access::ListGroups(context())) sink.Indicate(Describe(name));
+  for (const std::u16string& name : access::ListGroups(context()))
+    sink.IndicateNext(Describe(name));
   return S_OK;
 }
 
@@ -81,15 +81,8 @@ void GroupClassHandler::Delete(MethodCall& call) { access::DeleteGroup(context()
 void GroupClassHandler::SetMembers(MethodCall& call) {
   const std::u16string name = call.key(kName);
   const std::vector<Account> members = MembersIn(call);
-  switch (access::SetMembers(context(), name, members)) {
-    case access::SetMembersResult::kDone:
-      return WarnOfUndefinedGroups(context(), NamedIn::kMembers, members, call.sink());
-    case access::SetMembersResult::kNoSuchGroup:
-      throw WMIException(WBEM_E_NOT_FOUND, u"There is no group '%s'", name);
-    case access::SetMembersResult::kCycle:
-      throw WMIException(WBEM_E_CIRCULAR_REFERENCE, kCircle, name);
-  }
-  throw WMIException(WBEM_E_FAILED);
+  RequireMembersSet(access::SetMembers(context(), name, members), name);
+  WarnOfUndefinedGroups(context(), NamedIn::kMembers, members, call.sink());
 }
 
 void GroupClassHandler::GetMembers(MethodCall& call) {

@@ -6,7 +6,14 @@
 #include <filesystem>
 #include <set>
 
+#include "handlers/ext/access_rule_class_handler.h"
+#include "handlers/ext/effective_access_class_handler.h"
+#include "handlers/ext/group_member_class_handler.h"
 #include "handlers/group_class_handler.h"
+#include "handlers/ps/access_rule_class_handler.h"
+#include "handlers/ps/repository_class_handler.h"
+#include "handlers/ps/repository_hook_class_handler.h"
+#include "handlers/ps/repository_item_class_handler.h"
 #include "handlers/repository_class_handler.h"
 #include "handlers/service_class_handler.h"
 #include "platform/text/compare.h"
@@ -64,8 +71,15 @@ TEST_F(HandlersTest, EveryBoundMethodIsDeclaredAndEveryDeclaredMethodOfAFinished
   } rows[] = {
       {u"Kelvarion_User", UserClassHandler::Methods().Names(), true},
       {u"Kelvarion_Group", GroupClassHandler::Methods().Names(), true},
-      {u"Kelvarion_Repository", RepositoryClassHandler::Methods().Names(), false},
+      {u"Kelvarion_Repository", RepositoryClassHandler::Methods().Names(), true},
       {u"Kelvarion_Service", ServiceClassHandler::Methods().Names(), false},
+      {u"Kelvarion_AccessRule", AccessRuleClassHandler::Methods().Names(), true},
+      {u"PS_SvnRepository", PS_RepositoryClassHandler::Methods().Names(), true},
+      {u"PS_SvnRepositoryHook", PS_RepositoryHookClassHandler::Methods().Names(), true},
+      {u"PS_SvnRepositoryItem", PS_RepositoryItemClassHandler::Methods().Names(), true},
+      {u"Kelvarion_GroupMember", GroupMemberClassHandler::Methods().Names(), true},
+      {u"Kelvarion_EffectiveAccess", EffectiveAccessClassHandler::Methods().Names(), true},
+      {u"PS_SvnAccessRule", PS_AccessRuleClassHandler::Methods().Names(), true},
   };
   for (const auto& row : rows) {
     Strings names;

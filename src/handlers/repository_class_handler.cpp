@@ -3,11 +3,6 @@
 
 #include "handlers/repository_class_handler.h"
 
-#include <algorithm>
-
-#include "access/permission_model.h"
-#include "handlers/convert/undefined_groups.h"
-#include "platform/text/compare.h"
 #include "repos/create.h"
 #include "repos/delete.h"
 #include "repos/rename.h"
@@ -36,24 +31,6 @@ constexpr Number kSuspended{u"Suspended"};
 
 constexpr Text kOldName{u"OldName"};
 constexpr Text kNewName{u"NewName"};
-constexpr Property<std::vector<WMIObject>> kPermissions{u"Permissions"};
-constexpr Property<bool> kResetChildren{u"ResetChildren"};
-
-// Clients of the methods that concern access and replication may pad names and paths.
-std::u16string Trimmed(const std::u16string& text) {
-  const auto first = std::ranges::find_if_not(text, platform::IsWhiteSpace);
-  const auto last = std::find_if_not(text.rbegin(), text.rend(), platform::IsWhiteSpace).base();
-  if (first >= last) throw WMIException(WBEM_E_INVALID_OBJECT_PATH);
-  return {first, last};
-}
-
-// The place in a repository that a call about access names by its key and its path.
-access::RepositoryPath Where(MethodCall& call, const ServerContext& context) {
-  const std::u16string name = Trimmed(call.key(kName));
-  const std::u16string path = Trimmed(call.in(kPath));
-  return {repos::RequireRepository(context, name), path};
-}
-
 }  // namespace
 
 WMIObject RepositoryClassHandler::Describe(const repos::RepositoryRecord& record) const {
@@ -84,8 +61,9 @@ HRESULT RepositoryClassHandler::GetObject(ParsedObjectPath& path, CallContext*, 
 }
 
 HRESULT RepositoryClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  for (const repos::RepositoryRecord& record : repos::ListRepositories(context()))
-    sink.Indicate(Describe(record));
+  repos::VisitRepositories(context(), [&](const repos::RepositoryRecord& record) {
+    sink.IndicateNext(Describe(record));
+  });
   return S_OK;
 }
 
@@ -101,30 +79,41 @@ void RepositoryClassHandler::Delete(MethodCall& call) {
   repos::DeleteRepository(context(), call.in(kName));
 }
 
-void RepositoryClassHandler::GetSecurity(MethodCall& call) {
-  const access::PermissionList rules =
-      access::GetPathPermissions(context(), Where(call, context()));
-  call.out().Set(kPermissions, accounts_.ToObjects(rules));
-}
-
-void RepositoryClassHandler::SetSecurity(MethodCall& call) {
-  const access::RepositoryPath where = Where(call, context());
-  const access::PermissionList rules = accounts_.ToEntries(call.in(kPermissions));
-  const bool reset = call.in(kResetChildren);
-  access::SetPathPermissions(context(), where, rules,
-                             reset ? access::ResetChildren::kYes : access::ResetChildren::kNo);
-  std::vector<access::Account> accounts;
-  for (const access::PermissionEntry& rule : rules) accounts.push_back(rule.account);
-  WarnOfUndefinedGroups(context(), NamedIn::kRules, accounts, call.sink());
-}
-
 const MethodTable<RepositoryClassHandler>& RepositoryClassHandler::Methods() {
-  static const MethodTable<RepositoryClassHandler> table{
-      {u"Create", &RepositoryClassHandler::Create},
-      {u"Rename", &RepositoryClassHandler::Rename},
-      {u"Delete", &RepositoryClassHandler::Delete},
-      {u"GetSecurity", &RepositoryClassHandler::GetSecurity},
-      {u"SetSecurity", &RepositoryClassHandler::SetSecurity},
+  using Self = RepositoryClassHandler;
+  static const MethodTable<Self> table{
+      {u"Create", &Self::Create},
+      {u"CreateOrmuMaster", &Self::CreateOrmuMaster},
+      {u"ImportOrmuMaster", &Self::ImportOrmuMaster},
+      {u"ImportRepository", &Self::ImportRepository},
+      {u"GetImportSourceType", &Self::GetImportSourceType},
+      {u"CreateOrmuSlave", &Self::CreateOrmuSlave},
+      {u"TestOrmuConnection", &Self::TestOrmuConnection},
+      {u"Rename", &Self::Rename},
+      {u"Delete", &Self::Delete},
+      {u"GetChildren", &Self::GetChildren},
+      {u"CreateFolders", &Self::CreateFolders},
+      {u"DeleteFolders", &Self::DeleteFolders},
+      {u"Upgrade", &Self::Upgrade},
+      {u"HasCapability", &Self::HasCapability},
+      {u"GetHook", &Self::GetHook},
+      {u"SetHook", &Self::SetHook},
+      {u"DeleteHook", &Self::DeleteHook},
+      {u"GetSecurity", &Self::GetSecurity},
+      {u"SetSecurity", &Self::SetSecurity},
+      {u"GetGlobalSecurity", &Self::GetGlobalSecurity},
+      {u"SetGlobalSecurity", &Self::SetGlobalSecurity},
+      {u"GetDelegationSettings", &Self::GetDelegationSettings},
+      {u"SetDelegationSettings", &Self::SetDelegationSettings},
+      {u"GetReplicationSettings", &Self::GetReplicationSettings},
+      {u"SetReplicationSettings", &Self::SetReplicationSettings},
+      {u"ConvertToOrmu", &Self::ConvertToOrmu},
+      {u"ConvertToFsfs", &Self::ConvertToFsfs},
+      {u"PromoteToOrmuMaster", &Self::PromoteToOrmuMaster},
+      {u"CheckReplicationConsistency", &Self::CheckReplicationConsistency},
+      {u"GetSize", &Self::GetSize},
+      {u"ExportReplicationSeed", &Self::ExportReplicationSeed},
+      {u"ChangeMasterTo", &Self::ChangeMasterTo},
   };
   return table;
 }

@@ -193,6 +193,10 @@ const MethodTable<ServiceClassHandler>& ServiceClassHandler::Methods() {
       {u"StartService", &ServiceClassHandler::StartService},
       {u"StopService", &ServiceClassHandler::StopService},
       {u"RestartService", &ServiceClassHandler::RestartService},
+      {u"GetRepositorySupervisors", &ServiceClassHandler::GetRepositorySupervisors},
+      {u"SetRepositorySupervisors", &ServiceClassHandler::SetRepositorySupervisors},
+      {u"GetServerAdmins", &ServiceClassHandler::GetServerAdmins},
+      {u"SetServerAdmins", &ServiceClassHandler::SetServerAdmins},
       {u"SetRepositoriesURLPrefix", &ServiceClassHandler::SetRepositoriesURLPrefix},
       {u"SetWebInterfaceOptions", &ServiceClassHandler::SetWebInterfaceOptions},
   };

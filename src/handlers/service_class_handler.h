@@ -1,6 +1,7 @@
 // Kelvarion_Service: the web server with all its settings.
 #pragma once
 
+#include "handlers/convert/accounts.h"
 #include "provider/method_table.h"
 
 namespace kelvarion {
@@ -8,8 +9,9 @@ namespace kelvarion {
 class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler> {
  public:
   ServiceClassHandler(const WMINamespace& name_space, CallContext* context,
-                      const ServerContext& server_context)
-      : MethodsClassHandler(u"Kelvarion_Service", name_space, context, server_context) {}
+                      const ServerContext& server_context, const AccountClassSet& accounts)
+      : MethodsClassHandler(u"Kelvarion_Service", name_space, context, server_context),
+        accounts_(accounts) {}
 
   HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
@@ -29,6 +31,10 @@ class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler
   void StartService(MethodCall& call);
   void StopService(MethodCall& call);
   void RestartService(MethodCall& call);
+  void GetRepositorySupervisors(MethodCall& call);
+  void SetRepositorySupervisors(MethodCall& call);
+  void GetServerAdmins(MethodCall& call);
+  void SetServerAdmins(MethodCall& call);
   void SetRepositoriesURLPrefix(MethodCall& call);
   void SetWebInterfaceOptions(MethodCall& call);
 
@@ -36,6 +42,8 @@ class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler
   // as a warning and the event log gets them, too.
   void Control(MethodCall& call, void (*request)(platform::ServiceManager& manager)) const;
   void ReportReason(MethodCall& call) const;
+
+  const AccountClassSet& accounts_;
 };
 
 }  // namespace kelvarion

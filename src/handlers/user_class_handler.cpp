@@ -28,7 +28,7 @@ HRESULT UserClassHandler::GetObject(ParsedObjectPath& path, CallContext*, WMIObj
 }
 
 HRESULT UserClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  for (const std::u16string& name : access::ListUsers(context())) sink.Indicate(Describe(name));
+  for (const std::u16string& name : access::ListUsers(context())) sink.IndicateNext(Describe(name));
   return S_OK;
 }
 

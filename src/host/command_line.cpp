@@ -6,16 +6,19 @@
 #include <iostream>
 
 #include "errors/exception.h"
+#include "host/command_group.h"
 #include "host/commands.h"
 #include "host/console.h"
+#include "host/everyday/access_commands.h"
+#include "host/everyday/account_commands.h"
+#include "host/everyday/repository_commands.h"
 #include "host/init.h"
+#include "host/manual.h"
 #include "host/text.h"
 #include "platform/process/process.h"
 
 namespace kelvarion::host {
 namespace {
-
-using Command = std::function<Outcome(Session&)>;
 
 // What the parsed words of a command line come to.
 struct Parsed {
@@ -34,17 +37,10 @@ struct Parsed {
 constexpr const char* kPathHelp = "An object path: Class.Key=\"value\", or Class=@ for a singleton";
 constexpr const char* kValueHelp = "NAME=TEXT, or NAME:=JSON for lists, null and embedded objects";
 
-CLI::App* AddCommand(CLI::App& app, const char* name, const char* description, Parsed& parsed,
-                     Command command) {
-  CLI::App* const sub = app.add_subcommand(name, description);
-  sub->final_callback([&parsed, command = std::move(command)] { parsed.command = command; });
-  return sub;
-}
-
 void AddInit(CLI::App& app, Parsed& parsed) {
-  CLI::App* const init =
-      AddCommand(app, "init", "Make a complete, secure home; what exists is left alone", parsed,
-                 [&parsed](Session& session) { return Init(session, parsed.init); });
+  CLI::App* const init = AddCommand(
+      app, "init", "Make a complete, secure home; what exists is left alone", parsed.command,
+      [&parsed](Session& session) { return Init(session, parsed.init); });
   InitOptions& options = parsed.init;
   init->add_option("--repositories-root", options.repositories_root,
                    "Folder for the repositories (default: repositories/ in the home)");
@@ -63,9 +59,9 @@ void AddInit(CLI::App& app, Parsed& parsed) {
 }
 
 void AddSchema(CLI::App& app, Parsed& parsed) {
-  AddCommand(app, "classes", "List the management classes", parsed, Classes);
+  AddCommand(app, "classes", "List the management classes", parsed.command, Classes);
   CLI::App* const describe = AddCommand(
-      app, "describe", "Show a class: its properties, methods and parameters", parsed,
+      app, "describe", "Show a class: its properties, methods and parameters", parsed.command,
       [&parsed](Session& session) { return Describe(session, parsed.subject, parsed.markdown); });
   describe->add_option("CLASS", parsed.subject, "Name of the class")->required();
   describe->add_flag("--markdown", parsed.markdown, "As a page of the documentation");
@@ -74,13 +70,13 @@ void AddSchema(CLI::App& app, Parsed& parsed) {
 
 void AddRequests(CLI::App& app, Parsed& parsed) {
   CLI::App* const enumerate =
-      AddCommand(app, "enumerate", "List all instances of a class", parsed,
+      AddCommand(app, "enumerate", "List all instances of a class", parsed.command,
                  [&parsed](Session& session) { return Enumerate(session, parsed.subject); });
   enumerate->add_option("CLASS", parsed.subject, "Name of the class")->required();
   enumerate->footer("Example:\n  kelvarionctl enumerate Kelvarion_Repository");
 
   CLI::App* const get =
-      AddCommand(app, "get", "Show one instance", parsed,
+      AddCommand(app, "get", "Show one instance", parsed.command,
                  [&parsed](Session& session) { return Get(session, parsed.subject); });
   get->add_option("PATH", parsed.subject, kPathHelp)->required();
   get->footer(
@@ -88,20 +84,20 @@ void AddRequests(CLI::App& app, Parsed& parsed) {
       "  kelvarionctl get Kelvarion_VersionInfo=@");
 
   CLI::App* const put = AddCommand(
-      app, "put", "Store an instance", parsed,
+      app, "put", "Store an instance", parsed.command,
       [&parsed](Session& session) { return Put(session, parsed.subject, parsed.values); });
   put->add_option("CLASS", parsed.subject, "Name of the class")->required();
   put->add_option("PROPERTY", parsed.values, kValueHelp);
 
   CLI::App* const remove =
-      AddCommand(app, "delete", "Delete one instance", parsed,
+      AddCommand(app, "delete", "Delete one instance", parsed.command,
                  [&parsed](Session& session) { return Delete(session, parsed.subject); });
   remove->add_option("PATH", parsed.subject, kPathHelp)->required();
 }
 
 void AddCall(CLI::App& app, Parsed& parsed) {
   CLI::App* const call =
-      AddCommand(app, "call", "Call a method of a class or of an instance", parsed,
+      AddCommand(app, "call", "Call a method of a class or of an instance", parsed.command,
                  [&parsed](Session& session) {
                    return Call(session, parsed.subject, parsed.verb, parsed.values);
                  });
@@ -112,7 +108,6 @@ void AddCall(CLI::App& app, Parsed& parsed) {
   call->footer(
       "Examples:\n"
       "  kelvarionctl call Kelvarion_Repository Create Name=demo\n"
-      "  kelvarionctl call Kelvarion_User Create Name=alice Password=secret\n"
       "  kelvarionctl call 'Kelvarion_Repository.Name=\"demo\"' SetSecurity Path=/ \\\n"
       "    ResetChildren=false 'Permissions:=[{\"__CLASS\":\"Kelvarion_PermissionEntry\",\n"
       "    \"Account\":{\"__CLASS\":\"Kelvarion_User\",\"Name\":\"alice\"},\"AccessLevel\":2}]'\n"
@@ -130,7 +125,7 @@ std::string ForTerminal(std::string text) {
 void AddEvents(CLI::App& app, Parsed& parsed) {
   CLI::App* const events =
       AddCommand(app, "events", "Show the event log: failed requests and changes of permissions",
-                 parsed, [&parsed](Session& session) {
+                 parsed.command, [&parsed](Session& session) {
                    if (!parsed.follow) return Events(session, parsed.events);
                    const bool json = parsed.global.json;
                    FollowEvents(session, parsed.events, json, [json](const std::string& line) {
@@ -223,6 +218,8 @@ void AddGlobal(CLI::App& app, Parsed& parsed) {
       "  kelvarionctl init\n"
       "  kelvarionctl call 'Kelvarion_Service.Name=\"KelvarionServer\"' StartService\n"
       "  kelvarionctl call Kelvarion_Repository Create Name=demo\n"
+      "  kelvarionctl user create alice\n"
+      "  kelvarionctl access add demo / alice write\n"
       "  kelvarionctl classes");
 }
 
@@ -251,7 +248,7 @@ int Print(const Outcome& outcome, bool json) {
     std::cerr << "kelvarionctl: cannot write the output\n";
     return kExitFailed;
   }
-  return Failed(outcome.status) ? kExitFailed : kExitSuccess;
+  return Failed(outcome.status) ? kExitFailed : outcome.exit_code;
 }
 
 int RefuseUsage(const std::string& message, bool json) {
@@ -296,9 +293,16 @@ int RunKelvarionctl(int argc, char** argv) {
   AddSchema(app, parsed);
   AddRequests(app, parsed);
   AddCall(app, parsed);
+  AddUserCommands(app, parsed.command);
+  AddGroupCommands(app, parsed.command);
+  AddRepositoryCommands(app, parsed.command);
+  AddHookCommands(app, parsed.command);
+  AddItemCommands(app, parsed.command);
+  AddAccessCommands(app, parsed.command);
   AddEvents(app, parsed);
   AddSettings(app, parsed);
   AddRegistration(app, parsed);
+  AddManualCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {

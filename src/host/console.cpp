@@ -42,6 +42,19 @@ std::string ProgressLine(const Progress& progress, int width) {
   return Utf8(head.substr(0, room)) + tail;
 }
 
+int RemainingTime::Seconds(int percent, Clock::time_point now) {
+  constexpr auto kEnough = std::chrono::seconds(2);
+  if (percent < 0 || percent < last_percent_ || first_percent_ < 0) {
+    first_percent_ = percent;
+    begin_ = now;
+  }
+  last_percent_ = percent;
+  const int done = percent - first_percent_;
+  if (percent < 0 || done <= 0 || now - begin_ < kEnough) return -1;
+  const std::chrono::duration<double> taken = now - begin_;
+  return static_cast<int>(taken.count() * (100 - std::min(percent, 100)) / done + 0.5);
+}
+
 Console::Console() : terminal_(platform::ErrorOutputIsTerminal()) {}
 
 Console::~Console() { ClearBar(); }
@@ -58,7 +71,10 @@ void Console::OnWarning(const std::u16string& text) {
 
 void Console::OnProgress(const Progress& progress) {
   if (!terminal_) return;
-  std::cerr << "\r" << ProgressLine(progress, platform::TerminalWidth()) << "\x1B[K" << std::flush;
+  Progress shown = progress;
+  const int guess = remaining_.Seconds(shown.percent_complete, RemainingTime::Clock::now());
+  if (shown.seconds_remaining < 0) shown.seconds_remaining = guess;
+  std::cerr << "\r" << ProgressLine(shown, platform::TerminalWidth()) << "\x1B[K" << std::flush;
   bar_shown_ = true;
 }
 

@@ -15,7 +15,8 @@ struct EventText {
 constexpr EventText kEventTexts[] = {
     {0xC00007D0, "A request failed: %1"},
     {0xC00007D1, "A request failed for an unknown reason."},
-    {0xC00007D2, "A client was refused because it does not let the server act on its behalf."},
+    {0xC00007D2,
+     "A client was refused: it is not served, or does not let the server act on its behalf."},
     {0xC00007D3, "A client was refused because it could not be identified: %1"},
     {0x800007D4, "%1"},
     {0xC00007D5, "A change of permissions could not be recorded: error %1"},

@@ -47,6 +47,23 @@ TEST(EventTextTest, ARecordIsOneLineWhateverItsTextHolds) {
   EXPECT_EQ(json["Strings"], Json({"first\r\nsecond\x1B[2J"}));
 }
 
+TEST(RemainingTimeTest, IsGuessedFromWhatHasBeenDone) {
+  RemainingTime remaining;
+  const struct {
+    int percent;
+    int at;  // Seconds.
+    int left;
+  } rows[] = {
+      {10, 0, -1},  {11, 1, -1},  {20, 10, 80}, {60, 20, 16},
+      {60, 30, 24}, {100, 50, 0}, {-1, 51, -1},                // Another phase, which knows no end.
+      {5, 52, -1},  {55, 57, 5},  {0, 60, -1},  {50, 61, -1},  // Too early to tell.
+  };
+  for (const auto& row : rows) {
+    const RemainingTime::Clock::time_point now{std::chrono::seconds(row.at)};
+    EXPECT_EQ(remaining.Seconds(row.percent, now), row.left) << row.at;
+  }
+}
+
 TEST(ProgressLineTest, FitsTheTerminalAndShowsWhatIsKnown) {
   EXPECT_EQ(ProgressLine({u"Importing", u"", u"", 50, 75}, 80),
             "Importing  [############            ]  50 %  1:15 left");

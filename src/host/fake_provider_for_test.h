@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "platform/com/class_object.h"
+#include "platform/wmi/cancellable_sink.h"
 #include "platform/wmi/services_base.h"
 
 namespace kelvarion::host {

@@ -64,7 +64,7 @@ bool MakeFolder(const std::string& path, fs::perms mode) {
 bool MakeLink(const std::string& path, const std::string& target) {
   std::error_code error;
   if (!fs::exists(target, error))
-    throw SimpleException(u"The module '%s' of the web server is missing.", Utf16(target));
+    throw SimpleException(u"'%s', which the web server needs, is missing.", Utf16(target));
   if (fs::read_symlink(path, error) == target) return false;
   const std::string temporary = path + ".tmp";
   fs::remove(temporary, error);
@@ -105,6 +105,7 @@ bool Make(const Entry& entry, const ProgramPaths& paths, const std::string& fold
   if (entry.action == "dir") return MakeFolder(target, entry.mode);
   if (entry.action == "apache") return MakeLink(target, kDebianModules + entry.source);
   if (entry.action == "module") return MakeLink(target, paths.httpd_modules + "/" + entry.source);
+  if (entry.action == "program") return MakeLink(target, paths.programs + "/" + entry.source);
   if (entry.action == "keep" && fs::exists(target, ignored)) return false;
   std::string content = util::ReadWholeFile(Utf16(paths.server + "/" + entry.source));
   if (entry.action == "fill") content = FilledIn(content, folder);

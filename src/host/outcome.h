@@ -19,8 +19,9 @@ struct Outcome {
   std::vector<Progress> progress;
   Json error;  // The error object's properties, null when there is none.
 
-  bool printed = false;  // The command has had its say already.
-  std::string text;      // What people get to read instead of the objects.
+  ExitCode exit_code = kExitSuccess;  // Of a request that succeeded.
+  bool printed = false;               // The command has had its say already.
+  std::string text;                   // What people get to read instead of the objects.
 };
 
 // The outcome of a request that failed before it reached the provider, with an error object like

@@ -11,7 +11,8 @@ ProgramPaths FindProgramPaths() {
       std::filesystem::path(platform::ProgramPath()).parent_path().parent_path();
   return {(prefix / "share/kelvarion/schema").string(),
           (prefix / "share/kelvarion/server").string(),
-          (prefix / "lib/libkelvarion_provider.so").string(), (prefix / "lib/httpd").string()};
+          (prefix / "lib/libkelvarion_provider.so").string(), (prefix / "lib/httpd").string(),
+          (prefix / "bin").string()};
 }
 
 }  // namespace kelvarion::host

@@ -12,6 +12,7 @@ struct ProgramPaths {
   std::string server;         // share/kelvarion/server
   std::string provider;       // lib/libkelvarion_provider.so
   std::string httpd_modules;  // lib/httpd: the modules of our own for Apache.
+  std::string programs;       // bin
 };
 
 ProgramPaths FindProgramPaths();

@@ -65,76 +65,43 @@ ProviderHost::ProviderHost(std::shared_ptr<platform::Machine> machine,
 }
 
 Reply ProviderHost::Get(const std::u16string& path, IWbemContext* context, Observer* observer) {
-  return Run(
-      observer,
-      [&](IWbemObjectSink* sink) { return provider_->GetObjectAsync(path, 0, context, sink); },
-      nullptr);
+  return Run(observer, [&](IWbemObjectSink* sink) {
+    return provider_->GetObjectAsync(path, 0, context, sink);
+  });
 }
 
 Reply ProviderHost::Put(IWbemClassObject* instance, IWbemContext* context, Observer* observer) {
-  return Run(
-      observer,
-      [&](IWbemObjectSink* sink) {
-        return provider_->PutInstanceAsync(instance, 0, context, sink);
-      },
-      nullptr);
+  return Run(observer, [&](IWbemObjectSink* sink) {
+    return provider_->PutInstanceAsync(instance, 0, context, sink);
+  });
 }
 
 Reply ProviderHost::Delete(const std::u16string& path, IWbemContext* context, Observer* observer) {
-  return Run(
-      observer,
-      [&](IWbemObjectSink* sink) { return provider_->DeleteInstanceAsync(path, 0, context, sink); },
-      nullptr);
+  return Run(observer, [&](IWbemObjectSink* sink) {
+    return provider_->DeleteInstanceAsync(path, 0, context, sink);
+  });
 }
 
 Reply ProviderHost::Enumerate(const std::u16string& class_name, IWbemContext* context,
                               Observer* observer) {
-  return Run(
-      observer,
-      [&](IWbemObjectSink* sink) {
-        return provider_->CreateInstanceEnumAsync(class_name, 0, context, sink);
-      },
-      nullptr);
+  return Run(observer, [&](IWbemObjectSink* sink) {
+    return provider_->CreateInstanceEnumAsync(class_name, 0, context, sink);
+  });
 }
 
 Reply ProviderHost::Call(const std::u16string& path, const std::u16string& method,
                          IWbemContext* context, IWbemClassObject* in, Observer* observer) {
-  Variant activity;
-  if (context) context->GetValue(u"ActivityId", 0, &activity);
-  return Run(
-      observer,
-      [&](IWbemObjectSink* sink) {
-        return provider_->ExecMethodAsync(path, method, 0, context, in, sink);
-      },
-      [&] {
-        if (activity.type() == VT_BSTR) CancelActivity(activity.AsString());
-      });
+  return Run(observer, [&](IWbemObjectSink* sink) {
+    return provider_->ExecMethodAsync(path, method, 0, context, in, sink);
+  });
 }
 
-Reply ProviderHost::Run(Observer* observer, const Request& request,
-                        const std::function<void()>& cancel) {
+Reply ProviderHost::Run(Observer* observer, const Request& request) {
   const auto sink = MakeCom<CollectingSink>(observer);
-  const platform::InterruptWatch watch([&] {
-    sink->Cancel();
-    if (cancel) cancel();
-  });
+  const platform::InterruptWatch watch([&] { sink->Cancel(); });
   const ScopedClient client(OwnToken());
   const HRESULT returned = request(sink.Get());
   return sink->Wait(returned);
-}
-
-void ProviderHost::CancelActivity(const std::u16string& id) const {
-  const ObjectPtr activities = schema_->Find(u"Kelvarion_Activity");
-  ObjectPtr signature;
-  ObjectPtr in;
-  if (!activities || Failed(activities->GetMethod(u"Cancel", 0, signature.Put(), nullptr)) ||
-      !signature || Failed(signature->SpawnInstance(0, in.Put())) ||
-      Failed(in->Put(u"Id", 0, Variant::FromString(id), CIM_STRING)))
-    return;
-  const auto sink = MakeCom<CollectingSink>(nullptr);
-  const ScopedClient client(OwnToken());
-  sink->Wait(provider_->ExecMethodAsync(u"Kelvarion_Activity", u"Cancel", 0, nullptr, in.Get(),
-                                        sink.Get()));
 }
 
 }  // namespace kelvarion::host

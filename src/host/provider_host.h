@@ -40,12 +40,10 @@ class ProviderHost final : public RequestTarget {
   // For hosts that make requests of their own, as they like, for clients of their own.
   IWbemServices& services() const { return *provider_; }
   const Schema& schema() const { return *schema_; }
-  // Success without effect when no activity has the id.
-  void CancelActivity(const std::u16string& id) const;
 
  private:
   using Request = std::function<HRESULT(IWbemObjectSink*)>;
-  Reply Run(Observer* observer, const Request& request, const std::function<void()>& cancel);
+  static Reply Run(Observer* observer, const Request& request);
 
   std::shared_ptr<const Schema> schema_;
   ComPtr<IWbemServices> provider_;

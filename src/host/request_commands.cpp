@@ -1,11 +1,9 @@
 #include <algorithm>
-#include <random>
 
 #include "errors/exception.h"
 #include "host/commands.h"
 #include "host/request_objects.h"
 #include "host/text.h"
-#include "host/wire.h"
 #include "platform/text/compare.h"
 
 namespace kelvarion::host {
@@ -28,23 +26,6 @@ std::vector<std::u16string> LeftOut(const Schema& schema, const std::u16string& 
     if (!given && !declared.optional) names.push_back(declared.name);
   }
   return names;
-}
-
-// Any name will do that nobody else has at the same time.
-std::u16string FreshActivityId() {
-  std::random_device random;
-  std::u16string id = u"kelvarionctl";
-  for (int i = 0; i < 4; ++i) id += Format(u"-%8.8X", random());
-  return id;
-}
-
-// So that an interrupt can cancel the call.
-ComPtr<IWbemContext> WithActivity(ComPtr<IWbemContext> context) {
-  if (!context) context = MakeContext();
-  Variant given;
-  if (Failed(context->GetValue(kActivityId, 0, &given)))
-    context->SetValue(kActivityId, 0, Variant::FromString(FreshActivityId()));
-  return context;
 }
 
 }  // namespace
@@ -82,7 +63,7 @@ Outcome Call(Session& session, const std::string& path, const std::string& metho
   const std::u16string where = ParseWord(path);
   const std::u16string name = ParseWord(method);
   const std::vector<Argument> values = ParseArguments(parameters);
-  const auto context = WithActivity(session.context());
+  const auto context = session.context();
   RequestTarget& target = session.target();
   const ObjectPtr in = MakeParameters(*session.schema(), where, name, values);
   Outcome outcome = FromReply(target.Call(where, name, context.Get(), in.Get(), session.observer));

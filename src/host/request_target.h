@@ -18,7 +18,7 @@ class RequestTarget {
   virtual Reply Delete(const std::u16string& path, IWbemContext* context, Observer* observer) = 0;
   virtual Reply Enumerate(const std::u16string& class_name, IWbemContext* context,
                           Observer* observer) = 0;
-  // An interrupt also cancels the activity that the context names. `in` may be null.
+  // `in` may be null.
   virtual Reply Call(const std::u16string& path, const std::u16string& method,
                      IWbemContext* context, IWbemClassObject* in, Observer* observer) = 0;
 };

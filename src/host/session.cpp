@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "host/client/daemon_client.h"
+#include "host/client/fallback_target.h"
 #include "host/home.h"
 #include "host/text.h"
 #include "host/value_input.h"
@@ -31,7 +32,11 @@ ProviderHost& Session::provider() {
 }
 
 RequestTarget& Session::target() {
-  if (!daemon_ && !options_.in_process) daemon_ = ConnectToDaemon(home_, schema());
+  if (!daemon_ && !options_.in_process) {
+    if (auto daemon = ConnectToDaemon(home_, schema()))
+      daemon_ = std::make_unique<FallbackTarget>(std::move(daemon),
+                                                 [this]() -> RequestTarget& { return provider(); });
+  }
   if (daemon_) return *daemon_;
   return provider();
 }

@@ -31,7 +31,8 @@ class Session {
   // Throws UsageError when there is no complete home.
   std::shared_ptr<platform::Machine> machine();
   ProviderHost& provider();
-  // The daemon of the home when it answers and nothing else was asked for, else the provider.
+  // The daemon of the home when it answers and nothing else was asked for, else the provider; also
+  // once the daemon has ended.
   RequestTarget& target();
   // The values of the command line; null when there are none.
   ComPtr<IWbemContext> context();

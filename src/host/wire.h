@@ -20,9 +20,6 @@ inline constexpr const char* kDelete = "delete";
 inline constexpr const char* kEnumerate = "enumerate";
 inline constexpr const char* kCall = "call";
 
-// The value of a context that names the activity of a call.
-inline constexpr const char16_t* kActivityId = u"ActivityId";
-
 // The daemon's socket in a home; paths are UTF-8.
 std::string SocketPath(const std::string& home);
 

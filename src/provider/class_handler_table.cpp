@@ -2,8 +2,19 @@
 
 #include "errors/exception.h"
 #include "handlers/convert/accounts.h"
+#include "handlers/ext/access_finding_class_handler.h"
+#include "handlers/ext/access_rule_class_handler.h"
+#include "handlers/ext/effective_access_class_handler.h"
+#include "handlers/ext/group_member_class_handler.h"
+#include "handlers/ext/repository_backup_class_handler.h"
 #include "handlers/group_class_handler.h"
+#include "handlers/ps/access_rule_class_handler.h"
+#include "handlers/ps/repository_class_handler.h"
+#include "handlers/ps/repository_hook_class_handler.h"
+#include "handlers/ps/repository_item_class_handler.h"
 #include "handlers/repository_class_handler.h"
+#include "handlers/repository_entry_class_handler.h"
+#include "handlers/security_descriptor_class_handler.h"
 #include "handlers/service_class_handler.h"
 #include "handlers/user_class_handler.h"
 #include "platform/text/compare.h"
@@ -12,33 +23,41 @@
 
 namespace kelvarion {
 
-// Members are made in this order; a handler that needs another one stands after it.
-struct ClassHandlerTable::Handlers {
-  Handlers(const WMINamespace& name_space, IWbemContext* context, const ServerContext& server)
-      : account_classes(name_space, context),
-        user(name_space, context, server),
-        group(name_space, context, server, user),
-        repository(name_space, context, server, account_classes),
-        service(name_space, context, server),
-        version_info(name_space, context, server),
-        activity(ActivityRegistry::OfProcess()) {}
+template <class Handler, class... Arguments>
+Handler& ClassHandlerTable::Add(Arguments&&... arguments) {
+  auto handler = std::make_shared<Handler>(std::forward<Arguments>(arguments)...);
+  handlers_.push_back(handler.get());
+  owned_.push_back(handler);
+  return *handler;
+}
 
-  AccountClassSet account_classes;
-  UserClassHandler user;
-  GroupClassHandler group;
-  RepositoryClassHandler repository;
-  ServiceClassHandler service;
-  VersionInfoClassHandler version_info;
-  ActivityClassHandler activity;
-};
-
+// The one place that knows every handler class.
 ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContext* context,
                                      IcRegistryAccessor& configuration, IcEventLogger& events,
                                      platform::Machine& machine)
     : server_context_(configuration, events, machine),
-      members_(std::make_unique<Handlers>(name_space, context, server_context_)),
-      handlers_{&members_->user,    &members_->group,        &members_->repository,
-                &members_->service, &members_->version_info, &members_->activity} {}
+      account_classes_(std::make_unique<AccountClassSet>(name_space, context)) {
+  const ServerContext& server = server_context_;
+  const AccountClassSet& accounts = *account_classes_;
+
+  const auto& user = Add<UserClassHandler>(name_space, context, server);
+  Add<GroupClassHandler>(name_space, context, server, user);
+  const auto& entry = Add<RepositoryEntryClassHandler>(name_space, context, server);
+  Add<RepositoryClassHandler>(name_space, context, server, accounts, entry);
+  Add<RepositoryBackupClassHandler>(name_space, context, server);
+  Add<ServiceClassHandler>(name_space, context, server, accounts);
+  Add<SecurityDescriptorClassHandler>(name_space, context, server, accounts);
+  Add<AccessRuleClassHandler>(name_space, context, server);
+  Add<GroupMemberClassHandler>(name_space, context, server);
+  Add<EffectiveAccessClassHandler>(name_space, context, server);
+  Add<AccessFindingClassHandler>(name_space, context, server);
+  Add<PS_AccessRuleClassHandler>(name_space, context, server);
+  Add<PS_RepositoryClassHandler>(name_space, context, server);
+  Add<PS_RepositoryHookClassHandler>(name_space, context, server);
+  Add<PS_RepositoryItemClassHandler>(name_space, context, server);
+  Add<VersionInfoClassHandler>(name_space, context, server);
+  Add<ActivityClassHandler>(ActivityRegistry::OfProcess());
+}
 
 ClassHandlerTable::~ClassHandlerTable() = default;
 

@@ -9,6 +9,8 @@
 
 namespace kelvarion {
 
+class AccountClassSet;
+
 // Built when the provider is initialised, from then on only read: lookups take no lock.
 class ClassHandlerTable {
  public:
@@ -28,11 +30,13 @@ class ClassHandlerTable {
   const std::vector<IAbstractClassHandler*>& handlers() const { return handlers_; }
 
  private:
-  // The one place that knows every handler class.
-  struct Handlers;
+  // Makes a handler of the type, which may refer to those made before it, and serves it.
+  template <class Handler, class... Arguments>
+  Handler& Add(Arguments&&... arguments);
 
   ServerContext server_context_;
-  std::unique_ptr<Handlers> members_;
+  std::unique_ptr<AccountClassSet> account_classes_;
+  std::vector<std::shared_ptr<void>> owned_;  // Destroyed as what they were made as.
   std::vector<IAbstractClassHandler*> handlers_;
 };
 

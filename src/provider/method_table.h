@@ -9,6 +9,7 @@
 #include "errors/exception.h"
 #include "platform/text/compare.h"
 #include "provider/class_handler.h"
+#include "provider/ps_class_handler.h"
 
 namespace kelvarion {
 
@@ -25,7 +26,7 @@ class MethodCall {
         context_(context),
         in_(in_params),
         sink_(sink),
-        cancel_(cancel) {}
+        cancel_(sink, cancel) {}
 
   // Throws as the typed getters of WMIObject do.
   template <class T>
@@ -43,6 +44,12 @@ class MethodCall {
     handler_.RequireInstancePath(path_);
     return path_.Key(name);
   }
+  // The same for an instance with several keys: `const auto [a, b] = call.keys(kA, kB);`.
+  template <class... T>
+  auto keys(const Property<T>&... names) {
+    handler_.RequireInstancePath(path_);
+    return path_.Keys(names...);
+  }
   ParsedObjectPath& path() { return path_; }
 
   WMIObject& out() {
@@ -50,7 +57,9 @@ class MethodCall {
     return out_;
   }
   ResponseSink& sink() { return sink_; }
-  const IcCancelCallback* cancel() const { return cancel_; }
+  // For operations that run long. Any client may cancel the activity of the request; a client that
+  // is gone or answers progress with "call cancelled" cancels as well.
+  const IcCancelCallback& cancel() const { return cancel_; }
   CallContext* context() const { return context_; }
 
   // Sends the out-parameters, if the body made any.
@@ -59,13 +68,26 @@ class MethodCall {
   }
 
  private:
+  class Cancellation final : public IcCancelCallback {
+   public:
+    Cancellation(const ResponseSink& sink, const IcCancelCallback* activity)
+        : sink_(sink), activity_(activity) {}
+    bool IsCancelled() const override {
+      return sink_.cancelled() || (activity_ && activity_->IsCancelled());
+    }
+
+   private:
+    const ResponseSink& sink_;
+    const IcCancelCallback* activity_;  // Null unless the client named one.
+  };
+
   const AbstractClassHandler& handler_;
   ParsedObjectPath& path_;
   const std::u16string& method_;
   CallContext* context_;
   const WMIObject& in_;
   ResponseSink& sink_;
-  const IcCancelCallback* cancel_;
+  Cancellation cancel_;
   WMIObject out_;
 };
 
@@ -113,6 +135,23 @@ class MethodsClassHandler : public AbstractClassHandler {
 
  protected:
   ~MethodsClassHandler() = default;
+};
+
+// The same for a class behind command-line use.
+template <class Derived>
+class PsMethodsClassHandler : public PS_AbstractClassHandler {
+ public:
+  using PS_AbstractClassHandler::PS_AbstractClassHandler;
+
+ protected:
+  ~PsMethodsClassHandler() = default;
+
+  HRESULT PsExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
+                       const WMIObject& in_params, ResponseSink& sink,
+                       const IcCancelCallback* cancel) override {
+    MethodCall call(*this, path, method, context, in_params, sink, cancel);
+    return Derived::Methods().Run(static_cast<Derived&>(*this), method, call);
+  }
 };
 
 }  // namespace kelvarion

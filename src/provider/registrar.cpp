@@ -130,8 +130,10 @@ HRESULT Registrar::RunKey(Reader& reader, const platform::KeyPath& parent, const
     if (Is(first.text, u"Delete")) removal = Removal::kDelete;
   }
   if (removal != Removal::kNormal && !reader.Next()) return DISP_E_EXCEPTION;
-  const platform::KeyPath key =
-      Below(parent, removal == Removal::kNormal ? first.text : reader.token.text);
+  const std::u16string& name = removal == Removal::kNormal ? first.text : reader.token.text;
+  // Without a name it would be the key above it that is removed.
+  if (name.find_first_not_of(u'\\') == std::u16string::npos) return DISP_E_EXCEPTION;
+  const platform::KeyPath key = Below(parent, name);
 
   HRESULT hr = S_OK;
   if (removal == Removal::kForce || removal == Removal::kDelete) hr = DeleteKey(registry_, key);

@@ -76,6 +76,7 @@ TEST_F(RegistrarTest, ScriptsAreReadWhole) {
       {"an unterminated quote", "HKCR { K = s 'text }", DISP_E_EXCEPTION},
       {"a missing brace", "HKCR { K", DISP_E_EXCEPTION},
       {"another type of value", "HKCR { K = d '1' }", DISP_E_EXCEPTION},
+      {"a key without a name", "HKCR { ForceRemove '' }", DISP_E_EXCEPTION},
       {"no root", "{ }", DISP_E_EXCEPTION},
       {"nothing", "", DISP_E_EXCEPTION},
   };

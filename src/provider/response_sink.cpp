@@ -14,11 +14,22 @@ const std::u16string* Pointer(const std::optional<std::u16string>& text) {
 }  // namespace
 
 ResponseSink::ResponseSink(ComPtr<IWbemObjectSink> sink)
-    : sink_(std::move(sink)), extended_(sink_.As<IWbemObjectSinkEx>()) {}
+    : sink_(std::move(sink)),
+      extended_(sink_.As<IWbemObjectSinkEx>()),
+      cancellable_(sink_.As<IcCancellableSink>()) {}
 
 void ResponseSink::Indicate(const WMIObject& object) {
   IWbemClassObject* objects[] = {object.object().Get()};
   ThrowIfFailed(sink_->Indicate(1, objects));
+}
+
+bool ResponseSink::cancelled() const {
+  return cancelled_.load(std::memory_order_relaxed) ||
+         (cancellable_ && cancellable_->IsCancelled());
+}
+
+void ResponseSink::ThrowIfCancelled() const {
+  if (cancelled()) throw WMIException(WBEM_E_CALL_CANCELLED);
 }
 
 void ResponseSink::WriteWarning(const std::u16string& text) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/wmi/cancellable_sink.h"
 #include "platform/wmi/interfaces.h"
 #include "wmi/object.h"
 
@@ -26,15 +27,25 @@ class ResponseSink {
 
   // Throws ComException with the client's HRESULT when it does not take the object.
   void Indicate(const WMIObject& object);
+  // The same for one of many objects, as long as the client wants more.
+  void IndicateNext(const WMIObject& object) {
+    ThrowIfCancelled();
+    Indicate(object);
+  }
   // Does nothing for a client that shows no messages.
   void WriteWarning(const std::u16string& text);
-  // A client that answers "call cancelled" sets the cancelled flag; other failures change nothing.
+  // A client that answers "call cancelled" cancels the request; other failures change nothing.
   void WriteProgress(const ProgressRecord& record);
-  bool cancelled() const { return cancelled_.load(std::memory_order_relaxed); }
+  // Whether the client has answered so, or its host knows that it wants no more.
+  bool cancelled() const;
+  // Throws WMIException WBEM_E_CALL_CANCELLED, for listings: they change nothing and may end
+  // anywhere.
+  void ThrowIfCancelled() const;
 
  private:
   ComPtr<IWbemObjectSink> sink_;
   ComPtr<IWbemObjectSinkEx> extended_;
+  ComPtr<IcCancellableSink> cancellable_;
   std::atomic<bool> cancelled_{false};
 };
 

@@ -118,6 +118,20 @@ TEST_F(RepositoryChangesTest, DeletionTouchesNothingOutsideTheRoot) {
   EXPECT_TRUE(fs::exists(outside));
 }
 
+// The web server's account may write into the root, and must not choose what the server removes.
+TEST_F(RepositoryChangesTest, WhatOthersPutInTheWayIsNeverRemoved) {
+  const std::string precious = home_.folder() + "/precious";
+  fs::create_directories(precious + "/folder");
+  fs::create_directory_symlink(precious, path(".kelvarion"));
+  EXPECT_THAT(Failure([&] { CreateRepository(context(), u"demo"); }), HasSubstr("Move it away"));
+  fs::remove(path(".kelvarion"));
+  CreateRepository(context(), u"demo");
+  fs::create_directory(path(".kelvarion"));
+  fs::create_directory_symlink(precious, path(".kelvarion/x"));
+  DeleteRepository(context(), u"demo");
+  EXPECT_TRUE(fs::exists(precious + "/folder"));
+}
+
 TEST_F(RepositoryChangesTest, RenamingMovesOrRefusesAndNeverReplaces) {
   const struct {
     std::u16string from, to;

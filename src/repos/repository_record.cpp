@@ -96,19 +96,25 @@ RepositoryRecord ReadRepository(const ServerContext& context, const std::u16stri
   return record;
 }
 
-std::vector<RepositoryRecord> ListRepositories(const ServerContext& context) {
+void VisitRepositories(const ServerContext& context,
+                       const std::function<void(const RepositoryRecord&)>& take) {
   svn::Pool pool(context.root_pool());
   const Surroundings surroundings(context);
-  std::vector<RepositoryRecord> records;
   for (const std::u16string& name : ListRepositoryNames(context)) {
     pool.Clear();
-    records.push_back(surroundings.Describe(name));
+    RepositoryRecord record = surroundings.Describe(name);
     try {
-      FillRecord(context, pool, records.back());
+      FillRecord(context, pool, record);
     } catch (const Exception& exception) {
       context.events().LogException(exception);
     }
+    take(record);
   }
+}
+
+std::vector<RepositoryRecord> ListRepositories(const ServerContext& context) {
+  std::vector<RepositoryRecord> records;
+  VisitRepositories(context, [&](const RepositoryRecord& record) { records.push_back(record); });
   return records;
 }
 

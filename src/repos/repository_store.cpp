@@ -57,12 +57,15 @@ std::u16string GetRepositoryDiskName(const ServerContext& context, const std::u1
   return *found;
 }
 
+void RequireAbsolutePath(const std::u16string& path) {
+  if (util::IsAbsoluteOrNetworkPath(path)) return;
+  svn::ThrowError(SVN_ERR_INCORRECT_PARAMS,
+                  Format(u"'%s' is not an absolute or a network path.", path));
+}
+
 RepositoryType GetRepositoryType(const ServerContext& context, const std::u16string& path) {
+  RequireAbsolutePath(path);
   const svn::Pool pool(context.root_pool());
-  if (!util::IsAbsoluteOrNetworkPath(path)) {
-    svn::ThrowError(SVN_ERR_INCORRECT_PARAMS,
-                    Format(u"'%s' is not an absolute or a network path.", path));
-  }
   return svn::TypeOf(svn::ReadStoreInfo(svn::OpenRepository(path, pool), pool));
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +40,10 @@ struct RepositoryRecord {
 
 // In the order of the folder listing. A folder whose name is not UTF-8 is left out and logged.
 std::vector<std::u16string> ListRepositoryNames(const ServerContext& context);
-// One record a name, in that order. One bad repository never fails the others.
+// One record a name, in that order, each as it is read. One bad repository never fails the others;
+// what `take` throws ends the listing.
+void VisitRepositories(const ServerContext& context,
+                       const std::function<void(const RepositoryRecord&)>& take);
 std::vector<RepositoryRecord> ListRepositories(const ServerContext& context);
 
 // The name as the disk spells it: the folder of exactly that name, else the first that differs only
@@ -59,6 +63,9 @@ std::u16string GetRepositoryPath(const ServerContext& context, const std::u16str
 
 // The spelling of the name on disk. SvnException "Can't stat '%s'" when there is no such folder.
 std::u16string GetRepositoryDiskName(const ServerContext& context, const std::u16string& name);
+
+// Throws SvnException 200004 "'%s' is not an absolute or a network path." for any other.
+void RequireAbsolutePath(const std::u16string& path);
 
 // The type of the repository at any absolute path. SvnException 200004 for a relative path, 160033
 // "Unknown repository type '%s'." for a storage that is not known.

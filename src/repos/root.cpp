@@ -2,6 +2,7 @@
 
 #include <svn_io.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "access/folder_acl.h"
@@ -47,11 +48,13 @@ void AdjustRootPermissions(const ServerContext& context, const std::u16string& r
       {platform::kSidLocalSystem, platform::kAccessFullControl},
   };
   const std::vector<platform::AccessGrant> dacl = access::ReadFolderDacl(authority, root);
-  for (const platform::AccessGrant& grant : grants) {
-    if ((access::EffectiveRights(dacl, grant.sid) & grant.access_mask) == grant.access_mask)
-      continue;
-    return access::ApplyGrants(authority, root, grants);
-  }
+  const bool granted = std::ranges::all_of(grants, [&](const platform::AccessGrant& grant) {
+    return (access::EffectiveRights(dacl, grant.sid) & grant.access_mask) == grant.access_mask;
+  });
+  // A list of the folder's own is carried out again even where it says all of this: whatever was
+  // copied or moved into the folder may have come with an access of its own.
+  if (granted && std::ranges::any_of(dacl, &platform::AccessGrant::inherited)) return;
+  access::ApplyGrants(authority, root, grants);
 }
 
 SetRootResult SetRepositoriesRoot(const ServerContext& context, const std::u16string& path,

@@ -24,7 +24,7 @@ enum class SetRootResult : std::uint32_t {
 SetRootResult SetRepositoriesRoot(const ServerContext& context, const std::u16string& path,
                                   AdjustPermissions adjust, CreateMissing create);
 
-// Grants the accounts what SetRepositoriesRoot does, unless they have it already.
+// Grants the accounts what SetRepositoriesRoot does, on the folder and all that lies in it by now.
 void AdjustRootPermissions(const ServerContext& context, const std::u16string& root);
 
 }  // namespace kelvarion::repos

@@ -1,14 +1,18 @@
 #include "repos/work_folder.h"
 
+#include <apr_user.h>
 #include <svn_io.h>
 #include <svn_types.h>
 
+#include <optional>
 #include <vector>
 
 #include "access/authz_files.h"
 #include "errors/exception.h"
+#include "platform/files/files.h"
 #include "repos/root_entries.h"
 #include "svn/error.h"
+#include "svn/remove_tree.h"
 #include "svn/repository.h"
 #include "svn/text.h"
 
@@ -21,6 +25,13 @@ std::string RepositoryIn(const std::string& folder) {
   return svn::JoinDirent(folder, "repository");
 }
 
+// Of a name that nobody can guess, since everybody may make folders there.
+std::string MemoryFolderOf(const std::string& folder) {
+  const std::u16string memory = platform::MemoryFolder();
+  if (memory.empty()) return "";
+  return svn::JoinDirent(svn::Utf8(memory), "kelvarion-" + folder.substr(folder.rfind('/') + 1));
+}
+
 // Takes the lock of a folder as long as the pool lives. Throws SvnException when another has it.
 void LockFolder(const std::string& folder, const svn::Pool& pool) {
   apr_file_t* file = nullptr;
@@ -30,16 +41,14 @@ void LockFolder(const std::string& folder, const svn::Pool& pool) {
   svn::Check(svn_io_lock_open_file(file, TRUE, TRUE, pool));
 }
 
-void RemoveTree(const std::string& folder, const svn::Pool& pool) {
-  svn::Check(svn_io_remove_dir2(folder.c_str(), TRUE, nullptr, nullptr, pool));
-}
-
 // The lock file goes last: while it is there, nobody else takes the folder for abandoned.
 void RemoveFolder(const ServerContext& context, const std::string& folder,
                   const svn::Pool& pool) noexcept {
   try {
-    RemoveTree(RepositoryIn(folder), pool);
-    RemoveTree(folder, pool);
+    if (const std::string memory = MemoryFolderOf(folder); !memory.empty())
+      svn::RemoveTree(memory, pool);
+    svn::RemoveTree(RepositoryIn(folder), pool);
+    svn::RemoveTree(folder, pool);
   } catch (const Exception& exception) {
     context.events().LogException(exception);
   }
@@ -65,11 +74,35 @@ std::vector<Abandoned> ClaimAbandoned(const std::string& base, const svn::Pool& 
   return claimed;
 }
 
+// Nothing for what is no folder; links are not followed.
+std::optional<apr_uid_t> OwnerOfFolder(const std::string& path, const svn::Pool& pool) {
+  apr_finfo_t info;
+  const apr_status_t status =
+      apr_stat(&info, path.c_str(), APR_FINFO_TYPE | APR_FINFO_OWNER | APR_FINFO_LINK, pool);
+  if (status != APR_SUCCESS || info.filetype != APR_DIR) return std::nullopt;
+  return info.user;
+}
+
+// The web server's account may write into the root, and what lies in the base is removed: it must
+// be one that this server made, not a folder or a link that somebody else put there.
+void RequireOwn(const std::string& base, const svn::Pool& pool) {
+  const auto owner = OwnerOfFolder(base, pool);
+  apr_uid_t self = 0;
+  apr_gid_t group = 0;
+  apr_uid_current(&self, &group, pool);
+  const auto root_owner = OwnerOfFolder(base.substr(0, base.rfind('/')), pool);
+  if (owner && (*owner == self || *owner == 0 || owner == root_owner)) return;
+  throw SimpleException(
+      u"'%s' was not made by this server, which works in a folder of that name. Move it away.",
+      svn::PathFromDirent(base));
+}
+
 void MakeBase(const std::string& base, const svn::Pool& pool) {
   try {
     svn::Check(svn_io_dir_make(base.c_str(), kPrivate, pool));
   } catch (const SvnException& exception) {
     if (!APR_STATUS_IS_EEXIST(exception.code())) throw;
+    RequireOwn(base, pool);
   }
 }
 
@@ -81,7 +114,8 @@ WorkFolder::WorkFolder(const ServerContext& context)
       base_(svn::JoinDirent(svn::DirentFromPath(access::RepositoriesRoot(context)),
                             svn::Utf8(kWorkFolderName))),
       folder_(svn::JoinDirent(base_, svn_uuid_generate(pool_))),
-      repository_(RepositoryIn(folder_)) {
+      repository_(RepositoryIn(folder_)),
+      memory_folder_(MemoryFolderOf(folder_)) {
   std::vector<Abandoned> abandoned;
   {
     const NamesLock names(context);
@@ -102,6 +136,16 @@ WorkFolder::~WorkFolder() {
   }
 }
 
-void WorkFolder::RemoveRepository() { RemoveTree(repository_, pool_); }
+void WorkFolder::RemoveRepository() { svn::RemoveTree(repository_, pool_); }
+
+bool WorkFolder::MakeMemoryFolder() {
+  if (memory_folder_.empty()) return false;
+  try {
+    svn::Check(svn_io_dir_make(memory_folder_.c_str(), kPrivate, pool_));
+    return true;
+  } catch (const SvnException&) {  // It is only a matter of speed.
+    return false;
+  }
+}
 
 }  // namespace kelvarion::repos

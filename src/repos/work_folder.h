@@ -26,12 +26,17 @@ class WorkFolder {
   // Removes the repository now. Throws SvnException.
   void RemoveRepository();
 
+  // A private folder in the machine's memory that goes with this one. False when there is none.
+  bool MakeMemoryFolder();
+  const std::string& memory_folder() const { return memory_folder_; }
+
  private:
   const ServerContext& context_;
   svn::Pool pool_;  // Holds the lock that tells others that the folder is in use.
   std::string base_;
   std::string folder_;
   std::string repository_;
+  std::string memory_folder_;
 };
 
 }  // namespace kelvarion::repos

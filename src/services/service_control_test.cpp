@@ -65,6 +65,9 @@ class FakeAuthority : public platform::SecurityAuthority {
   Win32Error LookupAccountSid(const std::u16string&, platform::AccountName&) const override {
     return 50;
   }
+  Win32Error GetAccountSids(const std::u16string&, std::vector<std::u16string>&) const override {
+    return 50;
+  }
   Win32Error GetGroupMembers(const std::u16string&, std::vector<std::u16string>&) const override {
     return 50;
   }

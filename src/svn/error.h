@@ -58,6 +58,8 @@ class Callback {
     }
   }
   void CheckAfter(svn_error_t* error);
+  // Whether a body threw.
+  bool failed() const { return stored_ != nullptr; }
 
  private:
   svn_error_t* Store(std::exception_ptr exception);

@@ -46,7 +46,7 @@ apr_pool_t* CreateRootPool() {
 }
 
 // The libraries keep what they register here; it lives as long as the process.
-void StartLibraries() {
+void StartLibraries(Threads threads) {
   if (const apr_status_t status = apr_initialize(); status != APR_SUCCESS) {
     throw SimpleException(u"Cannot start APR: error %d.", status);
   }
@@ -55,7 +55,7 @@ void StartLibraries() {
   svn_utf_initialize2(TRUE, pool);
   svn_cache_config_t cache = *svn_cache_config_get();
   cache.cache_size = kCacheBytes;
-  cache.single_threaded = FALSE;
+  cache.single_threaded = threads == Threads::kOne;
   svn_cache_config_set(&cache);
   // An assertion that fails inside the libraries ends the request, not the process.
   svn_error_set_malfunction_handler(svn_error_raise_on_malfunction);
@@ -64,9 +64,9 @@ void StartLibraries() {
 
 }  // namespace
 
-void Initialize() {
+void Initialize(Threads threads) {
   static std::once_flag started;
-  std::call_once(started, StartLibraries);
+  std::call_once(started, StartLibraries, threads);
 }
 
 Pool Pool::Root() {

@@ -7,9 +7,12 @@ struct apr_pool_t;
 
 namespace kelvarion::svn {
 
+// Whether the process uses the libraries from one thread only, which spares them locks.
+enum class Threads { kMany, kOne };
+
 // Starts APR and the Subversion libraries. The first call of a process does the work; it must not
 // run beside other uses of these libraries. Throws SvnException.
-void Initialize();
+void Initialize(Threads threads = Threads::kMany);
 
 // Owns a pool. Move-only; a pool belongs to one thread, though pools below the root pool may be
 // made and destroyed by several threads at once.

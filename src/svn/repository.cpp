@@ -55,19 +55,26 @@ bool IsListed(const apr_finfo_t& entry) {
 
 }  // namespace
 
-svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool, WarningSink warnings) {
+svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool, WarningSink warnings,
+                            Caching caching) {
   svn_repos_t* repository = nullptr;
   const Pool scratch(pool);
-  Check(svn_repos_open3(&repository, DirentFromPath(path).c_str(), FreshCacheConfig(pool), pool,
-                        scratch));
+  apr_hash_t* config = FreshCacheConfig(pool);
+  if (caching == Caching::kContents) {
+    svn_hash_sets(config, SVN_FS_CONFIG_FSFS_CACHE_DELTAS, "1");
+    svn_hash_sets(config, SVN_FS_CONFIG_FSFS_CACHE_FULLTEXTS, "1");
+  }
+  Check(svn_repos_open3(&repository, DirentFromPath(path).c_str(), config, pool, scratch));
   ReceiveWarnings(repository, std::move(warnings), pool);
   return repository;
 }
 
-svn_repos_t* CreateRepository(const std::u16string& path, const Pool& pool, WarningSink warnings) {
+svn_repos_t* CreateRepository(const std::u16string& path, const Pool& pool, WarningSink warnings,
+                              Flushing flushing) {
   svn_repos_t* repository = nullptr;
   apr_hash_t* config = FreshCacheConfig(pool);
   svn_hash_sets(config, SVN_FS_CONFIG_FSFS_LOG_ADDRESSING, "0");
+  if (flushing == Flushing::kByCaller) svn_hash_sets(config, SVN_FS_CONFIG_NO_FLUSH_TO_DISK, "1");
   Check(svn_repos_create(&repository, DirentFromPath(path).c_str(), nullptr, nullptr, nullptr,
                          config, pool));
   ReceiveWarnings(repository, std::move(warnings), pool);

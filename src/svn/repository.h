@@ -21,16 +21,28 @@ namespace svn {
 // Told about trouble that does not fail the operation. Called on the thread of the operation.
 using WarningSink = std::function<void(const std::u16string& text)>;
 
+// What the libraries may keep of a repository's contents in memory while it is open.
+enum class Caching {
+  kDefault,
+  kContents,  // File contents and deltas as well; pays where most of them are read.
+};
+
 // Opens the repository of a folder. It lives as long as the pool and belongs to one thread. Nothing
 // that another repository of the same name and UUID left in this process's caches is seen.
 // Throws SvnException.
 svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool,
-                            WarningSink warnings = nullptr);
+                            WarningSink warnings = nullptr, Caching caching = Caching::kDefault);
+
+enum class Flushing {
+  kEachRevision,
+  kByCaller,  // Nothing is sure to be on the disk until the caller flushes it.
+};
 
 // Creates an empty FSFS repository with physical addressing; otherwise as OpenRepository. What the
 // libraries could not finish they remove again.
 svn_repos_t* CreateRepository(const std::u16string& path, const Pool& pool,
-                              WarningSink warnings = nullptr);
+                              WarningSink warnings = nullptr,
+                              Flushing flushing = Flushing::kEachRevision);
 
 // The layout of the revision files.
 struct FsfsLayout {

@@ -35,6 +35,15 @@ std::u16string JoinPath(std::u16string_view first, std::u16string_view second, c
   return Format(u"%s%c%s", first, separator, second);
 }
 
+std::u16string LastPart(std::u16string_view path) {
+  while (!path.empty() && IsSeparator(path.back())) path.remove_suffix(1);
+  return std::u16string(path.substr(path.find_last_of(u"/\\") + 1));
+}
+
+std::u16string WithoutExtension(std::u16string_view name) {
+  return std::u16string(name.substr(0, name.rfind(u'.')));
+}
+
 bool IsAbsoluteOrNetworkPath(std::u16string_view path) {
   return IsDrivePath(path) || IsNetworkPath(path) || path.starts_with(u'/');
 }

@@ -13,6 +13,11 @@ namespace kelvarion::util {
 std::u16string JoinPath(std::u16string_view first, std::u16string_view second,
                         char16_t separator = u'/');
 
+// What stands behind the last separator, those at the end not counted: "b" for "/a/b/".
+std::u16string LastPart(std::u16string_view path);
+// A file's name without what its last dot begins: "a.tar" for "a.tar.gz".
+std::u16string WithoutExtension(std::u16string_view name);
+
 // "C:\x", "C:/x", "\\server\share" and the local "/x".
 bool IsAbsoluteOrNetworkPath(std::u16string_view path);
 

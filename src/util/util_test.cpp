@@ -6,6 +6,7 @@
 #include "util/base64.h"
 #include "util/computer.h"
 #include "util/paths.h"
+#include "util/repository_path.h"
 #include "util/resources.h"
 #include "util/version.h"
 
@@ -33,6 +34,17 @@ TEST(JoinPathTest, LeavesOneSeparatorAtTheSeam) {
   };
   for (const Row& row : rows)
     EXPECT_EQ(JoinPath(row.first, row.second, row.separator), row.joined) << Shown(row.joined);
+}
+
+TEST(IsCanonicalRepositoryPathTest, OnePathHasOneSpelling) {
+  const std::pair<std::u16string, bool> rows[] = {
+      {u"/", true},        {u"/trunk/a b", true}, {u"/.hidden", true}, {u"/a/..", true},
+      {u"/a./b", true},    {u"", false},          {u"trunk", false},   {u"//", false},
+      {u"/trunk/", false}, {u"/a//b", false},     {u"/a/./b", false},  {u"/.", false},
+      {u"/./a", false},    {u"/a/.", false},
+  };
+  for (const auto& [path, canonical] : rows)
+    EXPECT_EQ(IsCanonicalRepositoryPath(path), canonical) << Shown(path);
 }
 
 TEST(IsAbsoluteOrNetworkPathTest, KnowsDrivesSharesAndLocalRoots) {

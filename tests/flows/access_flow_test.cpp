@@ -70,6 +70,14 @@ class AccessFlowTest : public ::testing::Test {
     return result.exit_code == 0 ? result.out.substr(0, result.out.find('\n')) : result.all();
   }
 
+  // As the explanation has it, in svnauthz's words.
+  std::string ExplainedAccessOf(const std::string& user, const std::string& repository,
+                                const std::string& path) const {
+    const Reply reply = server.Ctl({"access", "explain", repository, path, "--account", user});
+    EXPECT_TRUE(reply.ok()) << reply.message();
+    return std::vector<std::string>{"no", "r", "rw"}.at(reply.object().value("AccessLevel", 9u));
+  }
+
   RealServer server;
 };
 
@@ -105,6 +113,7 @@ TEST_F(AccessFlowTest, SvnReadsAndChangesExactlyWhatTheRulesSay) {
     const std::string access = row.access;
     const std::string url = server.Url(row.repository) + row.path;
     EXPECT_EQ(AccessOf(row.user, row.repository, row.path), access);
+    EXPECT_EQ(ExplainedAccessOf(row.user, row.repository, row.path), access);
     EXPECT_EQ(Outcome(As(row.user, {"ls", url})), access == "no" ? "403" : "allowed");
     const std::string made = url + "/by " + row.user;
     EXPECT_EQ(Outcome(As(row.user, {"mkdir", "-m", "New", made})),
@@ -217,6 +226,31 @@ TEST_F(AccessFlowTest, ChangesOfGroupsPasswordsAndUsersCountAtOnce) {
 
   EXPECT_TRUE(server.Call("Kelvarion_Group", "Delete", {"Name=staff"}).ok());
   EXPECT_EQ(status("carol"), 403);
+}
+
+// Apache keeps libraries mapped over a restart, and with them what they remember of the old mode.
+TEST(AccessModesFlowTest, RulesHoldAfterTheWayToLogInChangesUnderARunningServer) {
+  RealServer server;
+  const auto set_mode = [&](const std::string& type, const std::string& basic) {
+    ASSERT_TRUE(server
+                    .CallService("SetAuthenticationOptions",
+                                 {"AuthType=" + type, "WindowsBasic=" + basic,
+                                  "WindowsIntegrated=false", "UseUPNFormat=false"})
+                    .ok());
+  };
+  ASSERT_TRUE(server.Call("Kelvarion_Repository", "Create", {"Name=demo"}).ok());
+  ASSERT_TRUE(server.Ctl({"item", "create", "demo", "/trunk", "/secret"}).ok());
+  server.CreateUser("alice", "pw");
+  set_mode("1", "true");
+  server.Start();
+  set_mode("0", "false");
+  ASSERT_TRUE(server.Ctl(RealServer::SetRules("demo", "/", {{"alice", 2}})).ok());
+  ASSERT_TRUE(server.Ctl(RealServer::SetRules("demo", "/secret", {{"alice", 0}})).ok());
+  server.Restart();
+  for (int i = 0; i < 3; ++i) {
+    const ProcessResult listed = server.Svn("alice", "pw", {"ls", server.Url("demo")});
+    EXPECT_EQ(listed.out, "trunk/\n") << listed.all();
+  }
 }
 
 }  // namespace

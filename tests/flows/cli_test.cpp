@@ -42,6 +42,43 @@ class CliTest : public ::testing::Test {
 };
 std::unique_ptr<RealServer> CliTest::server_;
 
+TEST_F(CliTest, AccessIsExplainedAndACheckExitsByWhatItFinds) {
+  RealServer server;
+  server.CreateUser("alice", "secret");
+  server.CreateGroup("devs", {"alice"});
+  ASSERT_TRUE(server.Call("Kelvarion_Repository", "Create", {"Name=demo"}).ok());
+  ASSERT_TRUE(server.Ctl(RealServer::SetRules("demo", "/", {{"@devs", 2}})).ok());
+  const auto text = [&](Words words) {
+    words.insert(words.begin(), {kProgram, "--home", server.home, "access"});
+    return RunProcess(words);
+  };
+  EXPECT_EQ(text({"check"}).out, "Everything is in order.\n");
+  EXPECT_THAT(text({"explain", "DEMO", "/trunk"}).out,
+              HasSubstr("alice   read and write [/] @devs, line 12 @devs\n"));
+  EXPECT_THAT(text({"explain", "demo", "/", "--account", "alice"}).out,
+              AllOf(HasSubstr("alice: read and write\n"), HasSubstr("SvnAuthz.ini:12\n")));
+  EXPECT_EQ(text({"explain", "none", "/"}).exit_code, 1);
+  const std::string key = "Kelvarion_EffectiveAccess.RepositoryName=\"demo\",Path=\"/\",Account=";
+  EXPECT_EQ(server.Ctl({"get", key + "\"alice\""}).object()["RuleKey"], "@devs");
+  EXPECT_EQ(server.Ctl({"enumerate", "Kelvarion_EffectiveAccess"}).status(), 0x8004100Cu);
+
+  ASSERT_TRUE(server.Ctl(RealServer::SetRules("demo", "/", {{"nobody", 2}})).ok());
+  const Reply warned = server.Ctl({"access", "check"});
+  EXPECT_EQ(warned.process.exit_code, 0);
+  EXPECT_EQ(warned.object()["Kind"], "UnknownUser");
+  EXPECT_EQ(server
+                .Ctl({"get",
+                      "Kelvarion_AccessFinding.Kind=\"UnknownUser\",Subject=\"nobody\",Line=12,"
+                      "File=\"" +
+                          server.RulesFile("demo") + "\""})
+                .object(),
+            warned.object());
+  WriteFile(server.RulesFile("demo"), "[/]\n@none=r\n");
+  EXPECT_EQ(text({"check"}).exit_code, 1);
+  EXPECT_THAT(text({"check"}).out, HasSubstr("SvnAuthz.ini:2: error: "));
+  EXPECT_THAT(text({"explain", "demo", "/", "--account", "alice"}).out, HasSubstr("no access"));
+}
+
 TEST_F(CliTest, RefusalsSayWhatWasWrongAndExitWithOne) {
   const struct {
     Words words;
@@ -391,6 +428,35 @@ TEST(InitTest, AFolderWithOtherThingsIsLeftAlone) {
   WriteText(other + "/thesis.txt", "mine");
   EXPECT_EQ(RunProcess({kProgram, "--home", other, "init"}).exit_code, 2);
   EXPECT_EQ(std::distance(fs::directory_iterator(other), fs::directory_iterator()), 1);
+}
+
+TEST_F(CliTest, BashCompletesWhatTheManualDescribes) {
+  const struct {
+    const char* typed;
+    const char* completions;
+  } rows[] = {
+      {"acc", "access"},
+      {"access a", "add"},
+      {"--json access add --f", "--force"},
+      {"settings ", "list get set"},
+      {"settings get --ho", "--home"},
+      {"classes ", ""},
+  };
+  const std::string manual = Text({"manual"}).out;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.typed);
+    const std::string script = "source <(" + kProgram + " completion); typed='" + row.typed +
+                               "'; " + "COMP_WORDS=(kelvarionctl $typed); " +
+                               "[ \"${typed% }\" = \"$typed\" ] || COMP_WORDS+=(''); " +
+                               "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _kelvarionctl; " +
+                               "echo -n \"${COMPREPLY[*]}\"";
+    const ProcessResult result = RunProcess({"bash", "-c", script});
+    EXPECT_EQ(result.out, row.completions);
+    EXPECT_EQ(result.err, "");
+    std::istringstream words(result.out);
+    for (std::string word; words >> word;)
+      EXPECT_THAT(manual, HasSubstr(word.starts_with('-') ? "\\-\\-" + word.substr(2) : word));
+  }
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
+#include <functional>
 #include <thread>
 
 #include "errors/exception.h"
@@ -53,13 +55,35 @@ class RunningDaemon {
   ChildProcess process_;
 };
 
-// The status of the last line.
-std::uint32_t Ask(const platform::Descriptor& socket, const std::string& kind, const Json& body) {
-  std::uint32_t status = 0xFFFFFFFF;
+// The last line of the answer; `progress` is called for every line that reports some.
+host::Json LastLine(const platform::Descriptor& socket, const std::string& kind, const Json& body,
+                    const std::function<void()>& progress = nullptr) {
+  host::Json last;
   host::Exchange(socket.get(), "/v1/" + kind, body.dump(), [&](const host::Json& line) {
-    if (line.contains("status")) status = line["status"];
+    if (progress && line.contains("progress")) progress();
+    last = line;
   });
-  return status;
+  return last;
+}
+
+std::uint32_t Ask(const platform::Descriptor& socket, const std::string& kind, const Json& body) {
+  return LastLine(socket, kind, body)["status"];
+}
+
+// Revisions without content; it takes minutes to load many.
+std::string DumpOf(int revisions) {
+  std::string dump = "SVN-fs-dump-format-version: 2\n\n";
+  for (int i = 0; i <= revisions; ++i)
+    dump += "Revision-number: " + std::to_string(i) +
+            "\nProp-content-length: 10\nContent-length: 10\n\nPROPS-END\n\n";
+  return dump;
+}
+
+Json Import(const std::string& name, const std::string& dump, const std::string& activity) {
+  return {{"path", "Kelvarion_Repository"},
+          {"method", "ImportRepository"},
+          {"parameters", {{"Name", name}, {"ImportPath", dump}, {"ImportMode", 1}}},
+          {"context", {{"ActivityId", activity}}}};
 }
 
 TEST(DaemonFlowTest, AnswersAreTheSameThroughTheDaemonAndInProcess) {
@@ -135,7 +159,7 @@ TEST(DaemonFlowTest, OnlyRootTheOwnerAndAdministratorsAreServed) {
   };
   const std::string denied = R"({"status":2147749891,"statusText":"0x80041003","error":null})";
   EXPECT_EQ(as("65534", "65534"), denied + "\n");
-  EXPECT_THAT(server.Events(), HasSubstr("does not let the server act on its behalf"));
+  EXPECT_THAT(server.Ctl({"events"}).process.out, HasSubstr("S-1-22-1-65534"));
 
   // Membership counts at once, by user or by group.
   std::unique_ptr<platform::SecurityAuthority> accounts;
@@ -211,6 +235,58 @@ TEST(DaemonFlowTest, ManyClientsAreServedAtTheSameTime) {
   for (std::thread& each : clients) each.join();
   EXPECT_EQ(failures, 0);
   EXPECT_EQ(server.Ctl({"enumerate", "Kelvarion_Repository"}).names(), Words{"demo"});
+}
+
+// Several imports at once, each cancelled by another client as soon as it reports progress.
+TEST(DaemonFlowTest, ACancelledImportEndsAtOnceAndLeavesNothingBehind) {
+  constexpr int kImports = 8;
+  const RealServer server;
+  RunningDaemon daemon(server);
+  const std::string endless = server.folder + "/endless.dump";
+  const std::string brief = server.folder + "/brief.dump";
+  WriteText(endless, DumpOf(50'000));
+  WriteText(brief, DumpOf(2));
+  const auto client = [&](int number) {
+    const std::string name = "import" + std::to_string(number);
+    const Json cancel = {
+        {"path", "Kelvarion_Activity"}, {"method", "Cancel"}, {"parameters", {{"Id", name}}}};
+    const platform::Descriptor connection = daemon.Connect();
+    std::chrono::steady_clock::time_point cancelled;
+    const host::Json end = LastLine(connection, "call", Import(name, endless, name), [&] {
+      if (cancelled.time_since_epoch().count() != 0) return;
+      EXPECT_EQ(Ask(daemon.Connect(), "call", cancel), 0u);
+      cancelled = std::chrono::steady_clock::now();
+    });
+    EXPECT_LT(std::chrono::steady_clock::now() - cancelled, std::chrono::seconds(20));
+    EXPECT_EQ(end["status"], static_cast<std::uint32_t>(WBEM_E_FAILED));
+    EXPECT_EQ(end["error"]["Description"], "Repository import has been cancelled.");
+    EXPECT_FALSE(fs::exists(server.root + "/" + name));
+    EXPECT_EQ(Ask(daemon.Connect(), "call", cancel), 1u) << "it has ended";
+    EXPECT_EQ(Ask(connection, "call", Import(name, brief, name)), 0u);
+  };
+  std::vector<std::thread> clients;
+  for (int i = 0; i < kImports; ++i) clients.emplace_back(client, i);
+  for (std::thread& each : clients) each.join();
+  EXPECT_EQ(server.Ctl({"enumerate", "Kelvarion_Repository"}).names().size(),
+            std::size_t{kImports});
+  EXPECT_FALSE(fs::exists(server.root + "/.kelvarion")) << "what was not whole";
+}
+
+// Nobody else knows of the import; that its client is gone is enough.
+TEST(DaemonFlowTest, AnImportWhoseClientIsGoneLeavesNothingBehind) {
+  const RealServer server;
+  RunningDaemon daemon(server);
+  const std::string endless = server.folder + "/endless.dump";
+  WriteText(endless, DumpOf(50'000));
+  struct Gone {};
+  {
+    const platform::Descriptor connection = daemon.Connect();
+    EXPECT_THROW(
+        LastLine(connection, "call", Import("demo", endless, "mine"), [] { throw Gone(); }), Gone);
+  }
+  EXPECT_TRUE(Eventually([&] { return !fs::exists(server.root + "/.kelvarion"); }));
+  EXPECT_TRUE(server.Ctl({"enumerate", "Kelvarion_Repository"}).names().empty());
+  EXPECT_EQ(daemon.Terminate().exit_code, 0);
 }
 
 }  // namespace

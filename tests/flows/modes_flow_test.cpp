@@ -25,21 +25,6 @@ Words WithUmask(Words words, const char* umask) {
   return words;
 }
 
-// A build that every account can run.
-std::string CopyOfTheBuild(const std::string& folder) {
-  const std::string build = KELVARION_BUILD_DIR;
-  fs::create_directories(folder + "/bin");
-  fs::create_directories(folder + "/lib");
-  for (const std::string each :
-       {"bin/kelvarionctl", "bin/kelvarion-supervisor", "lib/libkelvarion_platform.so",
-        "lib/libkelvarion_provider.so", "lib/httpd", "share"}) {
-    const ProcessResult copied = RunProcess({"cp", "-rL", build + "/" + each, folder + "/" + each});
-    EXPECT_EQ(copied.exit_code, 0) << copied.all();
-  }
-  RunProcess({"chmod", "-R", "a+rX", folder});
-  return folder;
-}
-
 void Use(RealServer& server) {
   server.CreateUser("alice", "secret");
   server.CreateGroup("group", {"alice"});
@@ -129,7 +114,6 @@ TEST_F(ModesFlowTest, RootsServerKeepsItsSecretsFromAllButItsWorkers) {
 
 TEST_F(ModesFlowTest, AnOrdinaryUsersServerKeepsItsSecretsToThatUser) {
   const TemporaryFolder build;
-  fs::permissions(build.native(), fs::perms::owner_all | fs::perms::others_exec);
   const std::string programs = CopyOfTheBuild(build.native());
   Words runner = {"setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"};
   RealServer server({WithUmask(runner, "000"), "nobody:nogroup", programs});

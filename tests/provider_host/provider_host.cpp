@@ -4,12 +4,13 @@
 #include <stdexcept>
 
 #include "platform/text/encoding.h"
+#include "platform/wmi/cancellable_sink.h"
 #include "provider/provider.h"
 
 namespace kelvarion::testing {
 namespace {
 
-class CollectingSink final : public ComObject<IWbemObjectSinkEx> {
+class CollectingSink final : public ComObject<IWbemObjectSinkEx, IcCancellableSink> {
  public:
   explicit CollectingSink(const SinkOptions& options) : options_(options) {}
 
@@ -20,6 +21,7 @@ class CollectingSink final : public ComObject<IWbemObjectSinkEx> {
     }
     return ComObject::QueryInterface(iid == IWbemObjectSink::kIid ? IUnknown::kIid : iid, out);
   }
+  bool IsCancelled() const override { return options_.is_cancelled && options_.is_cancelled(); }
   HRESULT Indicate(std::int32_t count, IWbemClassObject** objects) override {
     if (options_.on_indicate) options_.on_indicate();
     if (Failed(options_.indicate)) return options_.indicate;
@@ -135,8 +137,9 @@ Answer ProviderHost::Delete(const std::u16string& path) const {
   });
 }
 
-Answer ProviderHost::Enumerate(const std::u16string& class_name, IWbemContext* context) const {
-  return Serve({}, [&](IWbemObjectSink* sink) {
+Answer ProviderHost::Enumerate(const std::u16string& class_name, IWbemContext* context,
+                               const SinkOptions& options) const {
+  return Serve(options, [&](IWbemObjectSink* sink) {
     return services_->CreateInstanceEnumAsync(class_name, 0, context, sink);
   });
 }

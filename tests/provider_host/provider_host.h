@@ -39,6 +39,8 @@ struct SinkOptions {
   bool extended = true;  // Whether it offers IWbemObjectSinkEx.
   // Runs whenever objects arrive, and so while the request runs.
   std::function<void()> on_indicate = nullptr;
+  // What it answers to those who ask whether the client wants more; nothing: it does.
+  std::function<bool()> is_cancelled = nullptr;
 };
 
 class ProviderHost {
@@ -62,7 +64,8 @@ class ProviderHost {
   Answer Get(const std::u16string& path, const SinkOptions& sink = {}) const;
   Answer Put(const WMIObject& instance) const;
   Answer Delete(const std::u16string& path) const;
-  Answer Enumerate(const std::u16string& class_name, IWbemContext* context = nullptr) const;
+  Answer Enumerate(const std::u16string& class_name, IWbemContext* context = nullptr,
+                   const SinkOptions& sink = {}) const;
   // `fill` sets the in-parameters that the schema declares; without it none are sent.
   Answer Call(const std::u16string& path, const std::u16string& method, const Fill& fill = nullptr,
               IWbemContext* context = nullptr, const SinkOptions& sink = {}) const;

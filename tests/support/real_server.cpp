@@ -44,6 +44,7 @@ std::string MakeFolder(const std::string& owner) {
 
 Json Account(const std::string& name) {
   if (name == "*") return {{"__CLASS", "Kelvarion_Everyone"}};
+  if (name.starts_with("S-1-")) return {{"__CLASS", "Kelvarion_WindowsAccount"}, {"SID", name}};
   if (name.starts_with('@')) return {{"__CLASS", "Kelvarion_Group"}, {"Name", name.substr(1)}};
   return {{"__CLASS", "Kelvarion_User"}, {"Name", name}};
 }
@@ -240,6 +241,21 @@ std::vector<int> RealServer::Processes() const {
       found.push_back(pid);
   }
   return found;
+}
+
+std::string CopyOfTheBuild(const std::string& folder) {
+  const std::string build = KELVARION_BUILD_DIR;
+  chmod(folder.c_str(), 0711);
+  fs::create_directories(folder + "/bin");
+  fs::create_directories(folder + "/lib");
+  for (const std::string each :
+       {"bin/kelvarionctl", "bin/kelvarion-supervisor", "bin/kelvarion-authn",
+        "lib/libkelvarion_platform.so", "lib/libkelvarion_provider.so", "lib/httpd", "share"}) {
+    const ProcessResult copied = RunProcess({"cp", "-rL", build + "/" + each, folder + "/" + each});
+    EXPECT_EQ(copied.exit_code, 0) << copied.all();
+  }
+  RunProcess({"chmod", "-R", "a+rX", folder});
+  return folder;
 }
 
 // Below the ports that outgoing connections take. Random, since many tests look at once.

@@ -37,7 +37,7 @@ struct ServerOptions {
   std::string programs = {};             // The build to run, instead of the one of this test.
 };
 
-// An account ("*", "@group" or a user) and its access: 0 none, 1 read, 2 write.
+// An account ("*", "@group", a SID or a user) and its access: 0 none, 1 read, 2 write.
 using Rules = std::vector<std::pair<std::string, int>>;
 
 class RealServer {
@@ -92,6 +92,8 @@ class RealServer {
   ServerOptions options_;
 };
 
+// Puts a build that every account can run into the folder, and returns the folder.
+std::string CopyOfTheBuild(const std::string& folder);
 int FreePort();
 std::string ReadText(const std::string& path);
 void WriteText(const std::string& path, const std::string& text);

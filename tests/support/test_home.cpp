@@ -21,34 +21,37 @@ std::u16string Wide(const std::string& native) { return platform::Utf16ForDispla
 
 }  // namespace
 
+void CollectedEvents::Keep(std::u16string text) {
+  const std::lock_guard lock(mutex_);
+  texts.push_back(std::move(text));
+}
+
 void CollectedEvents::LogException(const Exception& exception) {
-  texts.push_back(u"error: " + exception.Message());
+  Keep(u"error: " + exception.Message());
 }
 
-void CollectedEvents::LogUnknownException() { texts.push_back(u"error: unknown"); }
+void CollectedEvents::LogUnknownException() { Keep(u"error: unknown"); }
 
-void CollectedEvents::LogWarning(const std::u16string& text) {
-  texts.push_back(u"warning: " + text);
-}
+void CollectedEvents::LogWarning(const std::u16string& text) { Keep(u"warning: " + text); }
 
 Win32Error CollectedEvents::LogRepositoryPermissionsChanged(const std::u16string& repository,
                                                             const std::u16string& path,
                                                             const std::u16string& old_description,
                                                             const std::u16string& new_description,
                                                             bool reset_children) {
-  texts.push_back(u"repository: " + repository + u"|" + path + u"|" + old_description + u"|" +
-                  new_description + u"|" + (reset_children ? u"reset" : u"keep"));
+  Keep(u"repository: " + repository + u"|" + path + u"|" + old_description + u"|" +
+       new_description + u"|" + (reset_children ? u"reset" : u"keep"));
   return report_result;
 }
 
 Win32Error CollectedEvents::LogGlobalPermissionsChanged(const std::u16string& old_description,
                                                         const std::u16string& new_description) {
-  texts.push_back(u"global: " + old_description + u"|" + new_description);
+  Keep(u"global: " + old_description + u"|" + new_description);
   return report_result;
 }
 
 void CollectedEvents::LogReportFailure(const std::u16string& text) {
-  texts.push_back(u"report failure: " + text);
+  Keep(u"report failure: " + text);
 }
 
 TestHome::TestHome()

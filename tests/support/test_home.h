@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,8 @@
 
 namespace kelvarion::testing {
 
-// Keeps what the domain reports, one text a report. Used by one thread at a time.
+// Keeps what the domain reports, one text a report. Any thread may report; the texts are for one
+// thread when nobody reports any more.
 class CollectedEvents final : public IcEventLogger {
  public:
   void LogException(const Exception& exception) override;
@@ -33,6 +35,10 @@ class CollectedEvents final : public IcEventLogger {
   std::vector<std::u16string> texts;
   // What reports of changed permissions return.
   Win32Error report_result = ERROR_SUCCESS;
+
+ private:
+  void Keep(std::u16string text);
+  std::mutex mutex_;
 };
 
 // Settings: an existing, empty repositories root, an installation folder and ports; Subversion

@@ -31,6 +31,24 @@ WMIObject Named(const WMIClass& account_class, const Property<std::u16string>& p
   return object;
 }
 
+// The property with its failure in words: the code alone does not tell a client what to mend.
+template <class T>
+T Need(const WMIObject& object, const Property<T>& property, FormatString<const char16_t*> demand) {
+  try {
+    return object.Get(property);
+  } catch (const ComException& failure) {
+    throw ComException(failure.hresult(), demand, property.name);
+  }
+}
+
+std::u16string NameIn(const WMIObject& object, const Property<std::u16string>& property) {
+  if (object.IsNull(property)) {
+    throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS, u"An object of class '%s' has no '%s'",
+                       object.ClassName(), property.name);
+  }
+  return object.Get(property);
+}
+
 }  // namespace
 
 AccountClassSet::AccountClassSet(const WMINamespace& name_space, IWbemContext* context)
@@ -55,11 +73,36 @@ WMIObject AccountClassSet::ToObject(const Account& account) const {
 }
 
 Account AccountClassSet::ToAccount(const WMIObject& object) const {
-  if (InheritsFrom(object, kUserClass)) return Account::User(object.Get(kName));
-  if (InheritsFrom(object, kGroupClass)) return Account::Group(object.Get(kName));
+  if (InheritsFrom(object, kUserClass)) return Account::User(NameIn(object, kName));
+  if (InheritsFrom(object, kGroupClass)) return Account::Group(NameIn(object, kName));
   if (InheritsFrom(object, kEveryoneClass)) return Account::Everyone();
-  if (InheritsFrom(object, kWindowsAccountClass)) return Account::Windows(object.Get(kSid));
-  throw ComException(E_INVALIDARG);
+  if (InheritsFrom(object, kWindowsAccountClass)) return Account::Windows(NameIn(object, kSid));
+  throw ComException(E_INVALIDARG, u"An object of class '%s' is not an account",
+                     object.ClassName());
+}
+
+std::vector<WMIObject> AccountClassSet::ToWindowsAccounts(
+    const std::vector<std::u16string>& sids) const {
+  std::vector<WMIObject> objects;
+  objects.reserve(sids.size());
+  for (const std::u16string& sid : sids) objects.push_back(ToObject(Account::Windows(sid)));
+  return objects;
+}
+
+std::vector<std::u16string> AccountClassSet::ToSids(const WMIObject& in_params,
+                                                    const ObjectList& list) const {
+  std::vector<std::u16string> sids;
+  for (const WMIObject& object : Need(in_params, list, u"'%s' must be a list of accounts")) {
+    Account account = ToAccount(object);
+    if (account.kind != AccountKind::WindowsAccount) {
+      throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
+                         u"An object of class '%s' is not an account of the machine; only objects "
+                         u"of class '%s' are",
+                         object.ClassName(), kWindowsAccountClass);
+    }
+    sids.push_back(std::move(account.name));
+  }
+  return sids;
 }
 
 std::vector<WMIObject> AccountClassSet::ToObjects(const access::PermissionList& entries) const {
@@ -74,11 +117,12 @@ std::vector<WMIObject> AccountClassSet::ToObjects(const access::PermissionList& 
   return objects;
 }
 
-access::PermissionList AccountClassSet::ToEntries(const std::vector<WMIObject>& objects) const {
+access::PermissionList AccountClassSet::ToEntries(const WMIObject& in_params,
+                                                  const ObjectList& list) const {
   access::PermissionList entries;
-  entries.reserve(objects.size());
-  for (const WMIObject& object : objects) {
-    const Account account = ToAccount(object.Get(kAccount));
+  for (const WMIObject& object : Need(in_params, list, u"'%s' must be a list of entries")) {
+    const Account account =
+        ToAccount(Need(object, kAccount, u"'%s' of an entry must be an object"));
     entries.push_back({account, static_cast<access::AccessLevel>(object.Get(kAccessLevel))});
   }
   return entries;

@@ -1,5 +1,7 @@
 #include "host/client/daemon_client.h"
 
+#include <atomic>
+
 #include "errors/exception.h"
 #include "host/client/http_exchange.h"
 #include "host/request_objects.h"
@@ -143,8 +145,7 @@ Reply DaemonClient::Call(const std::u16string& path, const std::u16string& metho
 
 void DaemonClient::Connect() {
   if (socket_) return;
-  if (platform::ConnectLocal(SocketPath(home_), socket_) != ERROR_SUCCESS)
-    throw WMIException(WBEM_E_TRANSPORT_FAILURE, u"The daemon does not answer any more");
+  if (platform::ConnectLocal(SocketPath(home_), socket_) != ERROR_SUCCESS) throw DaemonGone();
 }
 
 Reply DaemonClient::Send(const char* kind, Json body, IWbemContext* context, Observer* observer,
@@ -153,13 +154,13 @@ Reply DaemonClient::Send(const char* kind, Json body, IWbemContext* context, Obs
   if (context) body["context"] = ContextToJson(context);
   ReplyReader reader(
       read_object, [this](const Json& error) { return ErrorFromJson(error); }, observer);
-  platform::Descriptor socket = std::move(socket_);
+  const platform::Descriptor socket = std::move(socket_);
+  std::atomic<bool> interrupted = false;
   try {
     // Sending nothing more is how a client says that it does not want to go on.
     // Whoever insists does not even wait for the clean-up, which then goes on without him.
-    bool interrupted = false;
     const platform::InterruptWatch watch([&] {
-      if (std::exchange(interrupted, true))
+      if (interrupted.exchange(true))
         platform::Disconnect(socket.get());
       else
         platform::EndSending(socket.get());
@@ -170,8 +171,14 @@ Reply DaemonClient::Send(const char* kind, Json body, IWbemContext* context, Obs
   } catch (const Json::exception& error) {
     throw WMIException(WBEM_E_TRANSPORT_FAILURE, u"The daemon's answer cannot be read: %s",
                        Utf16(error.what()));
+  } catch (const DaemonGone& gone) {
+    // What was cancelled is not to be made elsewhere.
+    if (interrupted) throw WMIException(WBEM_E_CALL_CANCELLED);
+    throw;
   }
-  return reader.Finish();
+  Reply reply = reader.Finish();
+  if (reply.status == WBEM_E_SHUTTING_DOWN && !interrupted) throw DaemonGone();
+  return reply;
 }
 
 }  // namespace

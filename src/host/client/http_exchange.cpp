@@ -55,7 +55,8 @@ struct SocketStream {
   }
 };
 
-void Send(int socket, const std::string& target, const std::string& body) {
+// Whether the request was sent to its end.
+bool Send(int socket, const std::string& target, const std::string& body) {
   http::request<http::string_body> request(http::verb::post, target, 11);
   request.set(http::field::host, "localhost");
   request.set(http::field::content_type, kRequestMediaType);
@@ -64,7 +65,7 @@ void Send(int socket, const std::string& target, const std::string& body) {
   std::ostringstream bytes;
   bytes << request;
   // A daemon that refuses early need not take everything; what it says then counts.
-  platform::SendAll(socket, bytes.str(), kSendTimeoutMs);
+  return platform::SendAll(socket, bytes.str(), kSendTimeoutMs) == ERROR_SUCCESS;
 }
 
 Json Parse(const std::string& line) {
@@ -77,13 +78,14 @@ Json Parse(const std::string& line) {
 
 void Exchange(int socket, const std::string& target, const std::string& body,
               const std::function<void(const Json&)>& line) {
-  Send(socket, target, body);
+  const bool sent = Send(socket, target, body);
   SocketStream stream{socket};
   beast::flat_buffer buffer;
   http::response_parser<http::buffer_body> parser;
   parser.body_limit(std::numeric_limits<std::uint64_t>::max());
   beast::error_code error;
   http::read_header(stream, buffer, parser, error);
+  if (error && (!sent || error == net::error::connection_reset)) throw DaemonGone();
   if (error) BrokenOff();
   std::string text;
   std::array<char, 16 * 1024> piece;

@@ -64,6 +64,8 @@ bool ChunkedAnswer::Write(const Json& line, bool urgent) {
   return Send(false);
 }
 
+bool ChunkedAnswer::IsClientGone() const { return platform::HasStoppedSending(socket_); }
+
 bool ChunkedAnswer::End() { return Send(true); }
 
 bool ChunkedAnswer::Send(bool last) {

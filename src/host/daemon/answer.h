@@ -14,6 +14,7 @@ class ChunkedAnswer final : public AnswerLines {
   ChunkedAnswer(int socket, int timeout_ms, bool keep_alive);
 
   bool Write(const Json& line, bool urgent) override;
+  bool IsClientGone() const override;
   // After the last line; whether the client got everything.
   bool End();
 

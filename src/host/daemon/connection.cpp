@@ -20,11 +20,6 @@ constexpr std::uint32_t kHeaderBytes = 16 * 1024;
 constexpr std::chrono::seconds kStrangerIdle{5};
 constexpr int kRefusalTimeoutMs = 1000;
 
-// Whoever is refused gets to see nothing.
-struct NoLines final : AnswerLines {
-  bool Write(const Json&, bool) override { return true; }
-};
-
 Json RefusalLine(HRESULT status, const std::u16string& reason) {
   return StatusLine(status, reason.empty() ? Json(nullptr) : Failure(status, reason).error);
 }
@@ -129,26 +124,14 @@ void Connection::Serve(const std::string& kind) {
   }
   parser_.reset();
   ChunkedAnswer answer(socket(), send_timeout_ms(), keep);
-  workplace_.running.Run(*request, client_, socket(), answer);
+  workplace_.running.Run(*request, client_, answer);
   GoOn(answer.End() && keep && !workplace_.stopping);
 }
 
-// The provider refuses and records a client that it may not act for.
+// Administrators get to know who asked; the client only that it may not.
 void Connection::RefuseStranger() {
-  HRESULT status = WBEM_E_SERVER_TOO_BUSY;
-  if (const auto place = workplace_.running.Enter()) {
-    NoLines nothing;
-    const auto sink = MakeCom<StreamSink>(nothing, nullptr);
-    ClientToken stranger = client_;
-    stranger.level = ImpersonationLevel::kIdentification;
-    const ScopedClient scope(std::move(stranger));
-    status = workplace_.host.services().GetObjectAsync(u"Kelvarion_VersionInfo=@", 0, nullptr,
-                                                       sink.Get());
-    if (Succeeded(status)) status = WBEM_E_ACCESS_DENIED;
-  }
-  Refuse(status == WBEM_E_SERVER_TOO_BUSY ? http::status::service_unavailable
-                                          : http::status::forbidden,
-         status, {}, false);
+  RecordRefusal(workplace_.machine, client_);
+  Refuse(http::status::forbidden, WBEM_E_ACCESS_DENIED, {}, false);
 }
 
 void Connection::RefuseUnreadable(beast::error_code error) {

@@ -21,6 +21,7 @@ namespace kelvarion::host {
 
 struct Workplace {
   const ProviderHost& host;
+  const platform::Machine& machine;
   const DaemonLimits& limits;
   const ServedClients& served;
   RunningRequests& running;

@@ -25,7 +25,6 @@ namespace net = boost::asio;
 // Beyond those that run requests: to accept, to read and to refuse.
 constexpr std::size_t kSpareThreads = 2;
 constexpr std::chrono::milliseconds kAcceptAgain{100};
-constexpr std::chrono::milliseconds kCancelAgain{100};
 
 }  // namespace
 
@@ -35,9 +34,10 @@ class Daemon::Listener {
       : limits_(limits),
         home_(home),
         lock_(platform::PathFromNative(home + "/kelvariond.lock"), platform::IfLocked::kGiveUp),
-        served_(home, *platform::CurrentMachine()->security),
+        machine_(platform::CurrentMachine()),
+        served_(home, *machine_->security),
         running_(host, limits_.running),
-        workplace_{host, limits_, served_, running_} {
+        workplace_{host, *machine_, limits_, served_, running_} {
     if (lock_.Error() == ERROR_SHARING_VIOLATION)
       throw SimpleException(u"Another daemon serves the home '%s' already.", Utf16(home));
     if (lock_.Error() != ERROR_SUCCESS)
@@ -60,6 +60,7 @@ class Daemon::Listener {
   const std::string home_;
   // Held until the process ends, as long as the socket's name is this daemon's to take away.
   const platform::FileLock lock_;
+  const std::shared_ptr<platform::Machine> machine_;
   const ServedClients served_;
   RunningRequests running_;
   Workplace workplace_;
@@ -110,10 +111,9 @@ bool Daemon::Listener::Run() {
   workplace_.stopping = true;
   running_.Close();
   bool none = running_.WaitForNone(limits_.finish);
-  const auto end = std::chrono::steady_clock::now() + limits_.stop;
-  while (!none && std::chrono::steady_clock::now() < end) {
+  if (!none) {
     running_.CancelAll();
-    none = running_.WaitForNone(kCancelAgain);
+    none = running_.WaitForNone(limits_.stop);
   }
   io_.stop();
   if (none) {

@@ -1,7 +1,9 @@
 #include "host/daemon/request_body.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
+#include <set>
 
 #include "errors/exception.h"
 #include "host/request_objects.h"
@@ -11,20 +13,32 @@
 namespace kelvarion::host {
 namespace {
 
-// Far more than the classes have; what is below a value is walked by recursion.
+// Both far more than the classes have. What is below a value is walked by recursion; the members of
+// an object are searched one by one, which takes long among many.
 constexpr int kGreatestDepth = 32;
+constexpr std::size_t kMostMembers = 256;
 
 [[noreturn]] void Refuse(const std::u16string& reason) {
   throw WMIException(WBEM_E_INVALID_PARAMETER, u"The request cannot be read: %s", reason);
 }
 
 Json Parse(std::string_view body) {
+  // The names in the object that is open, by its depth: the document keeps the last of equal ones.
+  std::array<std::set<std::string>, kGreatestDepth + 2> names;
+  const auto check = [&](int depth, Json::parse_event_t event, Json& value) {
+    if (depth > kGreatestDepth) Refuse(u"it is nested too deeply");
+    const auto level = static_cast<std::size_t>(depth);
+    if (event == Json::parse_event_t::object_start) names[level + 1].clear();
+    if (event != Json::parse_event_t::key) return true;
+    if (!names[level].insert(value.get<std::string>()).second)
+      Refuse(Format(u"'%s' is given twice", Utf16(value.get<std::string>())));
+    if (names[level].size() > kMostMembers)
+      Refuse(Format(u"an object has more than %lu members", kMostMembers));
+    return true;
+  };
   try {
-    return Json::parse(body, [](int depth, Json::parse_event_t, Json&) {
-      if (depth > kGreatestDepth) Refuse(u"it is nested too deeply");
-      return true;
-    });
-  } catch (const Json::parse_error& error) {
+    return Json::parse(body, check);
+  } catch (const Json::exception& error) {  // Also for a number that is too large.
     Refuse(Utf16(error.what()));
   }
 }
@@ -67,21 +81,21 @@ class Members {
 };
 
 ClientRequest ReadGet(Members& members, const ComPtr<IWbemContext>& context, const Schema&) {
-  return {{}, [path = members.Text("path"), context](IWbemServices& services, auto* sink) {
-            return services.GetObjectAsync(path, 0, context.Get(), sink);
-          }};
+  return [path = members.Text("path"), context](IWbemServices& services, auto* sink) {
+    return services.GetObjectAsync(path, 0, context.Get(), sink);
+  };
 }
 
 ClientRequest ReadDelete(Members& members, const ComPtr<IWbemContext>& context, const Schema&) {
-  return {{}, [path = members.Text("path"), context](IWbemServices& services, auto* sink) {
-            return services.DeleteInstanceAsync(path, 0, context.Get(), sink);
-          }};
+  return [path = members.Text("path"), context](IWbemServices& services, auto* sink) {
+    return services.DeleteInstanceAsync(path, 0, context.Get(), sink);
+  };
 }
 
 ClientRequest ReadEnumerate(Members& members, const ComPtr<IWbemContext>& context, const Schema&) {
-  return {{}, [name = members.Text("class"), context](IWbemServices& services, auto* sink) {
-            return services.CreateInstanceEnumAsync(name, 0, context.Get(), sink);
-          }};
+  return [name = members.Text("class"), context](IWbemServices& services, auto* sink) {
+    return services.CreateInstanceEnumAsync(name, 0, context.Get(), sink);
+  };
 }
 
 ClientRequest ReadPut(Members& members, const ComPtr<IWbemContext>& context, const Schema& schema) {
@@ -90,9 +104,9 @@ ClientRequest ReadPut(Members& members, const ComPtr<IWbemContext>& context, con
   const std::u16string name = properties.Text("__CLASS");
   object.erase("__CLASS");
   const ObjectPtr instance = MakeInstance(schema, name, ArgumentsFromJson(object));
-  return {{}, [instance, context](IWbemServices& services, auto* sink) {
-            return services.PutInstanceAsync(instance.Get(), 0, context.Get(), sink);
-          }};
+  return [instance, context](IWbemServices& services, auto* sink) {
+    return services.PutInstanceAsync(instance.Get(), 0, context.Get(), sink);
+  };
 }
 
 ClientRequest ReadCall(Members& members, const ComPtr<IWbemContext>& context,
@@ -101,12 +115,9 @@ ClientRequest ReadCall(Members& members, const ComPtr<IWbemContext>& context,
   const std::u16string method = members.Text("method");
   const Json parameters = members.OptionalObject("parameters");
   const ObjectPtr in = MakeParameters(schema, path, method, ArgumentsFromJson(parameters));
-  Variant activity;
-  if (context) context->GetValue(kActivityId, 0, &activity);
-  return {activity.type() == VT_BSTR ? activity.AsString() : std::u16string(),
-          [path, method, in, context](IWbemServices& services, auto* sink) {
-            return services.ExecMethodAsync(path, method, 0, context.Get(), in.Get(), sink);
-          }};
+  return [path, method, in, context](IWbemServices& services, auto* sink) {
+    return services.ExecMethodAsync(path, method, 0, context.Get(), in.Get(), sink);
+  };
 }
 
 constexpr struct {

@@ -9,17 +9,14 @@
 
 namespace kelvarion::host {
 
-struct ClientRequest {
-  std::u16string activity;  // Of a call; empty when it names none.
-  // Makes the request; what the entry point returned.
-  std::function<HRESULT(IWbemServices&, IWbemObjectSink*)> make;
-};
+// Makes the request; what the entry point returned.
+using ClientRequest = std::function<HRESULT(IWbemServices&, IWbemObjectSink*)>;
 
 // Whether there is such a kind of request; the names are those of host/wire.h.
 bool IsRequestKind(std::string_view kind);
 
 // Throws WMIException for a body that is no such request: WBEM_E_INVALID_PARAMETER for what is no
-// JSON, nested too deeply or has other members than it should,
+// JSON, nested too deeply or has too many or other members than it should,
 // WBEM_E_INVALID_METHOD_PARAMETERS for values that do not fit the schema; ComException for an
 // instance of a class that the schema does not know. The schema outlives the request.
 ClientRequest ReadRequest(std::string_view kind, std::string_view body, const Schema& schema);

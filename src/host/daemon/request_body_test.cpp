@@ -27,6 +27,9 @@ class RequestBodyTest : public ::testing::Test {
 
 TEST_F(RequestBodyTest, RefusalsSayWhatIsWrong) {
   const std::string deep = std::string(100'000, '[') + std::string(100'000, ']');
+  std::string many = "{";
+  for (int i = 0; i < 300; ++i) many += "\"k" + std::to_string(i) + "\":0,";
+  many.back() = '}';
   const struct {
     const char* kind;
     std::string body;
@@ -49,6 +52,10 @@ TEST_F(RequestBodyTest, RefusalsSayWhatIsWrong) {
        "no parameter 'User'"},
       {"call", R"({"path":"Kelvarion_User","method":"Create","parameters":{"Name":)" + deep + "}}",
        "nested too deeply"},
+      {"call", R"({"path":"Kelvarion_User","method":"Create","parameters":)" + many + "}",
+       "an object has more than 256 members"},
+      {"get", R"({"path":"X=@","path":"Y=@"})", "'path' is given twice"},
+      {"get", R"({"path":1e999})", "number overflow"},
       {"invent", "{}", "there is no such kind"},
   };
   for (const auto& row : rows) {
@@ -63,7 +70,6 @@ TEST_F(RequestBodyTest, ACallReachesTheProviderWithItsTypedParameters) {
       "parameters":{"Port":4294967295,"ListenIPAddressesArray":["::1"]},
       "context":{"ActivityId":"mine","Flag":true}})",
                                             schema_);
-  EXPECT_EQ(request.activity, u"mine");
   const auto provider = MakeCom<FakeProvider>();
   provider->method = [](const std::u16string& name, IWbemContext* context, IWbemClassObject* in,
                         IWbemObjectSink* sink) {
@@ -78,7 +84,7 @@ TEST_F(RequestBodyTest, ACallReachesTheProviderWithItsTypedParameters) {
     return sink->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr);
   };
   const auto sink = MakeCom<CollectingSink>(nullptr);
-  EXPECT_EQ(request.make(*provider, sink.Get()), S_OK);
+  EXPECT_EQ(request(*provider, sink.Get()), S_OK);
   EXPECT_EQ(sink->Wait(S_OK).status, S_OK);
 }
 

@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -11,7 +10,6 @@
 #include "host/daemon/request_body.h"
 #include "host/daemon/stream_sink.h"
 #include "host/provider_host.h"
-#include "platform/network/hang_up_watch.h"
 
 namespace kelvarion::host {
 
@@ -37,29 +35,29 @@ class RunningRequests {
   std::optional<Place> Enter();
 
   // Works on the request for the client, on the calling thread, until the answer's last line is
-  // written. A client that stops sending on the socket cancels the request.
-  void Run(const ClientRequest& request, const ClientToken& client, int socket, AnswerLines& lines);
+  // written.
+  void Run(const ClientRequest& request, const ClientToken& client, AnswerLines& lines);
 
   // From now on nobody may enter.
   void Close();
-  // Asks everything that runs to stop; may be repeated.
+  // Asks everything that runs, or is about to, to stop.
   void CancelAll();
   // Whether nothing runs any more, which is waited for that long.
   bool WaitForNone(std::chrono::milliseconds time);
 
  private:
-  class Running;
-
+  void Add(StreamSink& sink);
+  void Remove(StreamSink& sink);
   void Leave();
 
   const ProviderHost& host_;
   const std::size_t limit_;
-  platform::HangUpWatch hang_ups_;
   std::mutex mutex_;
   std::condition_variable left_;
   std::size_t places_ = 0;
   bool closed_ = false;
-  std::set<std::shared_ptr<Running>> running_;
+  bool all_cancelled_ = false;
+  std::set<StreamSink*> running_;
 };
 
 }  // namespace kelvarion::host

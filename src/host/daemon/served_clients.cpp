@@ -1,8 +1,9 @@
 #include "host/daemon/served_clients.h"
 
-#include <algorithm>
-
 #include "access/windows_groups.h"
+#include "config/registry_accessor.h"
+#include "errors/exception.h"
+#include "provider/events.h"
 
 namespace kelvarion::host {
 namespace {
@@ -15,14 +16,23 @@ ServedClients::ServedClients(const std::string& home, const platform::SecurityAu
     : owner_(platform::OwnerSid(home)), accounts_(accounts) {}
 
 bool ServedClients::Includes(const ClientToken& client) const {
-  if (client.user_sid == kRoot || client.user_sid == owner_) return true;
-  std::vector<std::u16string> members;
-  if (accounts_.GetGroupMembers(access::kServerAdminsGroup, members) != ERROR_SUCCESS) return false;
-  return std::any_of(members.begin(), members.end(), [&](const std::u16string& member) {
-    return member == client.user_sid || member == platform::kSidEveryone ||
-           std::find(client.group_sids.begin(), client.group_sids.end(), member) !=
-               client.group_sids.end();
-  });
+  return client.user_sid == kRoot || client.user_sid == owner_ ||
+         access::IsGroupMember(accounts_, access::kServerAdminsGroup, client);
+}
+
+void RecordRefusal(const platform::Machine& machine, const ClientToken& client) {
+  try {
+    if (RegistryAccessor(*machine.registry).GetWmiProviderLogLevel() < 1) return;
+  } catch (const Exception&) {
+    // A damaged setting must not silence the log.
+  }
+  platform::EventRecord record;
+  record.source = kProviderEventSource;
+  record.type = platform::EventType::kError;
+  record.category = 1;
+  record.id = kEventAccessDenied;
+  record.user_sid = client.user_sid;
+  machine.event_log->Report(record);
 }
 
 }  // namespace kelvarion::host

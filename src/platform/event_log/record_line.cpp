@@ -64,6 +64,8 @@ bool FromLine(const std::string& line, EventRecord& out) {
   const Json json = Json::parse(line.substr(start), nullptr, false);
   if (json.is_discarded()) return false;
   try {
+    for (const char* const number : {"time_us", "category", "id"})
+      if (!json.at(number).is_number_integer()) return false;
     out.time_us = json.at("time_us").get<std::int64_t>();
     out.source = Utf16ForDisplay(json.at("source").get<std::string>());
     const auto type = json.at("type").get<std::string>();

@@ -35,6 +35,11 @@ Win32Error FromErrno(int error);
 Win32Error GetFileAttributes(const std::u16string& path, std::uint32_t& out);
 Win32Error GetVolumeInformation(const std::u16string& path, VolumeInfo& out);
 
+// A folder whose files are kept in memory, where everybody may make folders; empty without one.
+std::u16string MemoryFolder();
+// Everything written so far to the file system that the path lies on is on the disk on return.
+Win32Error FlushVolume(const std::u16string& path);
+
 // Who may use a file that did not exist before.
 enum class NewFile {
   kAsFolderSays,  // The folder's default access list, else 0666 less the umask.
@@ -58,11 +63,11 @@ Win32Error CreateDirectories(const std::u16string& path);
 
 enum class IfLocked { kWait, kGiveUp };
 
-// Holds an exclusive lock on a file, made when missing (0600), until destroyed; waits for it, or
-// else Error() is ERROR_SHARING_VIOLATION while another one holds it. The lock stands between
-// threads as well as processes, and once it is held the path names the locked file, so the holder
-// may rename or delete it as the last thing done under the lock. A symbolic link is not followed.
-// Error() is ERROR_SUCCESS when it is held.
+// Holds an exclusive lock on a file until destroyed, made when missing, for its owner and whomever
+// the folder's default access list names; waits for it, or else Error() is ERROR_SHARING_VIOLATION
+// while another one holds it. The lock stands between threads as well as processes, and once it is
+// held the path names the locked file, so the holder may rename or delete it as the last thing done
+// under the lock. A symbolic link is not followed. Error() is ERROR_SUCCESS when it is held.
 class FileLock {
  public:
   explicit FileLock(const std::u16string& path, IfLocked if_locked = IfLocked::kWait);

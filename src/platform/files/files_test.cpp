@@ -265,6 +265,18 @@ TEST_F(FilesTest, AWaiterFollowsTheNameToTheNextFile) {
   waiter.join();
 }
 
+// Whoever shares the files shares the lock; nobody else can hold it against them.
+TEST_F(FilesTest, ALockIsForWhomTheFolderNames) {
+  const mode_t old = umask(0);
+  EXPECT_EQ(FileLock(Path("own")).Error(), ERROR_SUCCESS);
+  EXPECT_EQ(Mode("own"), 0600u);
+  umask(077);
+  SetAccessList("", ACL_TYPE_DEFAULT, "u::rwx,u:1234:rwx,g::-,m::rwx,o::rwx");
+  EXPECT_EQ(FileLock(Path("shared")).Error(), ERROR_SUCCESS);
+  EXPECT_EQ(AccessList("shared"), "user::rw-,user:1234:rwx,group::---,mask::rw-,other::---");
+  umask(old);
+}
+
 TEST_F(FilesTest, OneThreadAtATimeHoldsTheLock) {
   std::atomic<int> inside = 0;
   std::atomic<int> overlaps = 0;

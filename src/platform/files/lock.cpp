@@ -1,4 +1,6 @@
+#include <acl/libacl.h>
 #include <fcntl.h>
+#include <sys/acl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 
@@ -17,6 +19,18 @@ bool Names(const std::string& path, int descriptor) {
          named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
+// The mode of a new lock file. Who can open it can hold everybody up; so where the folder names
+// nobody, the owner alone can. Where it names accounts, they need the lock as well, and by the mode
+// the system limits what they get.
+mode_t ModeIn(const std::string& path) {
+  const std::size_t slash = path.find_last_of('/');
+  const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  acl_t const defaults = acl_get_file(folder.c_str(), ACL_TYPE_DEFAULT);
+  const bool names_accounts = defaults && acl_entries(defaults) > 0;
+  if (defaults) acl_free(defaults);
+  return names_accounts ? 0660 : 0600;
+}
+
 }  // namespace
 
 FileLock::FileLock(const std::u16string& path, IfLocked if_locked) {
@@ -24,7 +38,8 @@ FileLock::FileLock(const std::u16string& path, IfLocked if_locked) {
   std::string native;
   error_ = ToNative(path, native);
   while (error_ == ERROR_SUCCESS && descriptor_ < 0) {
-    Descriptor file(open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    Descriptor file(
+        open(native.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, ModeIn(native)));
     if (!file) {
       error_ = FromErrno(errno);
       break;

@@ -1,6 +1,8 @@
+#include <fcntl.h>
 #include <linux/magic.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -110,6 +112,23 @@ Win32Error GetVolumeInformation(const std::u16string& path, VolumeInfo& out) {
   info.bytes_free = static_cast<std::uint64_t>(space.f_bavail) * space.f_frsize;
   if (SwapsFoldersAtOnce(mount.type)) info.flags |= FILE_SUPPORTS_TRANSACTIONS;
   out = info;
+  return ERROR_SUCCESS;
+}
+
+std::u16string MemoryFolder() {
+  static constexpr const char* kFolder = "/dev/shm";
+  struct statfs status {};
+  const bool in_memory = statfs(kFolder, &status) == 0 &&
+                         static_cast<long>(status.f_type) == TMPFS_MAGIC &&
+                         access(kFolder, W_OK | X_OK) == 0;
+  return in_memory ? PathFromNative(kFolder) : std::u16string();
+}
+
+Win32Error FlushVolume(const std::u16string& path) {
+  std::string native;
+  if (const Win32Error error = ToNative(path, native)) return error;
+  const Descriptor file(open(native.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file || syncfs(file.get()) != 0) return FromErrno(errno);
   return ERROR_SUCCESS;
 }
 

@@ -145,6 +145,11 @@ Win32Error Receive(int socket, void* buffer, std::size_t size, std::size_t& out)
   return count < 0 ? ERROR_READ_FAULT : ERROR_SUCCESS;
 }
 
+bool HasStoppedSending(int socket) {
+  pollfd watched{socket, POLLRDHUP, 0};
+  return poll(&watched, 1, 0) == 1;
+}
+
 void EndSending(int socket) { shutdown(socket, SHUT_WR); }
 
 void Disconnect(int socket) { shutdown(socket, SHUT_RDWR); }

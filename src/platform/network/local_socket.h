@@ -30,8 +30,13 @@ Win32Error PeerToken(int socket, ClientToken& out);
 // ERROR_WRITE_FAULT when it is gone.
 Win32Error SendAll(int socket, std::string_view bytes, int timeout_ms);
 
-// What has arrived, waited for when there is nothing; no bytes at the end.
+// What has arrived, waited for when there is nothing; no bytes at the end. ERROR_READ_FAULT when
+// the other end went before it had read everything that was sent to it.
 Win32Error Receive(int socket, void* buffer, std::size_t size, std::size_t& out);
+
+// Whether the other end has stopped sending, by ending, by closing the socket or half of it. What
+// it sent before may still be there. Safe from any thread.
+bool HasStoppedSending(int socket);
 
 // Tells the other end that nothing more will be sent; receiving goes on. Safe from any thread.
 void EndSending(int socket);

@@ -22,6 +22,11 @@ void KeepNewFilesPrivate();
 
 bool OutputIsTerminal();
 bool ErrorOutputIsTerminal();
+bool InputIsTerminal();
+// The next line of standard input, without its end. On a terminal the prompt is shown and nothing
+// of what is typed. False when there is no line, it is too long for a password, or the user
+// interrupts.
+bool ReadSecretLine(const std::string& prompt, std::string& line);
 // Columns of the terminal on standard output; 80 where nobody knows.
 int TerminalWidth();
 

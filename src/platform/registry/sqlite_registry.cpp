@@ -175,8 +175,8 @@ Win32Error SqliteRegistry::Enumerate(const KeyPath& key, const char* sql,
   }
   const auto folded = [](const auto& name) { return FoldCase(name); };
   std::ranges::stable_sort(names, {}, folded);
-  const auto repeated = std::ranges::unique(names, {}, folded);
-  names.erase(repeated.begin(), repeated.end());
+  const auto repeated = [&](const auto& a, const auto& b) { return folded(a) == folded(b); };
+  names.erase(std::unique(names.begin(), names.end(), repeated), names.end());
   out = std::move(names);
   return ERROR_SUCCESS;
 }

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <vector>
 
@@ -27,12 +28,12 @@ constexpr WellKnown kWellKnown[] = {
     {u"S-1-5-2", u"NT AUTHORITY", u"NETWORK"},
     {u"S-1-5-4", u"NT AUTHORITY", u"INTERACTIVE"},
     {u"S-1-5-7", u"NT AUTHORITY", u"ANONYMOUS LOGON"},
-    {u"S-1-5-11", u"NT AUTHORITY", u"Authenticated Users"},
+    {kSidAuthenticatedUsers, u"NT AUTHORITY", u"Authenticated Users"},
     {kSidLocalSystem, u"NT AUTHORITY", u"SYSTEM"},
     {u"S-1-5-19", u"NT AUTHORITY", u"LOCAL SERVICE"},
     {kSidNetworkService, u"NT AUTHORITY", u"NETWORK SERVICE"},
     {kSidBuiltinAdministrators, u"BUILTIN", u"Administrators"},
-    {u"S-1-5-32-545", u"BUILTIN", u"Users"},
+    {kSidBuiltinUsers, u"BUILTIN", u"Users"},
     {u"S-1-5-32-546", u"BUILTIN", u"Guests"},
 };
 
@@ -126,6 +127,33 @@ std::optional<AccountName> UnixAccountName(const Sid& sid) {
     if (const auto entry = LookUp<group>(getgrgid_r, static_cast<gid_t>(*gid), buffer))
       return AccountName{kUnixGroup, Utf16ForDisplay(entry->gr_name)};
   return std::nullopt;
+}
+
+std::vector<Sid> UnixGroupsOf(const Sid& user) {
+  std::vector<char> buffer;
+  const auto uid = UserOf(user);
+  const auto entry =
+      uid ? LookUp<passwd>(getpwuid_r, static_cast<uid_t>(*uid), buffer) : std::nullopt;
+  if (!entry) return {};
+  std::vector<gid_t> groups(64);
+  int count = static_cast<int>(groups.size());
+  while (getgrouplist(entry->pw_name, entry->pw_gid, groups.data(), &count) < 0) {
+    // The count is the number of groups, though libraries that stand in may not say it.
+    const int size = std::max(count, static_cast<int>(groups.size()) * 2);
+    groups.resize(static_cast<std::size_t>(size));
+    count = size;
+  }
+  std::vector<Sid> sids;
+  for (int i = 0; i < count; ++i) sids.push_back(GroupSid(groups[static_cast<std::size_t>(i)]));
+  return sids;
+}
+
+std::vector<std::u16string> WellKnownGroupsOf(const Sid& account) {
+  const auto uid = UserOf(account);
+  if (!uid) return {};
+  std::vector<std::u16string> sids{kSidEveryone, kSidAuthenticatedUsers, kSidBuiltinUsers};
+  if (*uid == 0) sids.emplace_back(kSidBuiltinAdministrators);
+  return sids;
 }
 
 std::u16string CurrentUserSid() { return ToText(UserSid(geteuid())); }

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/security/security.h"
 #include "platform/security/sid.h"
@@ -26,5 +27,11 @@ std::optional<AccountName> WellKnownName(const std::u16string& sid);
 // asked for as the system writes it, DOMAIN\NAME.
 std::optional<Sid> FindUnixAccount(const AccountName& account);
 std::optional<AccountName> UnixAccountName(const Sid& sid);
+
+// The Unix groups of a Unix user, its primary one included; empty for everybody else.
+std::vector<Sid> UnixGroupsOf(const Sid& user);
+// The well-known groups that an account is in by what it is: a Unix user is authenticated and one
+// of the machine's users, and uid 0 administers the machine.
+std::vector<std::u16string> WellKnownGroupsOf(const Sid& account);
 
 }  // namespace kelvarion::platform

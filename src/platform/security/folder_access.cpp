@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <set>
 
 #include "platform/security/folder_list.h"
+#include "platform/security/tree_walk.h"
 #include "platform/text/encoding.h"
 
 namespace kelvarion::platform {
@@ -57,6 +59,13 @@ class Resolver {
   std::set<std::string> visiting_;  // Groups may hold each other.
 };
 
+// Whether changes of groups are carried out on the folder.
+bool Follows(const GroupStore& groups, const std::string& folder) {
+  std::vector<std::string> folders;
+  groups.Folders(folders);
+  return std::ranges::find(folders, folder) != folders.end();
+}
+
 bool DependsOnMembers(const GroupStore& groups, const std::vector<AccessGrant>& grants) {
   for (const AccessGrant& grant : grants)
     if (const auto sid = ParseSid(grant.sid); sid && groups.NameOf(*sid)) return true;
@@ -97,6 +106,10 @@ Win32Error DescribePosixList(const std::string& folder, std::vector<AccessGrant>
   return ERROR_SUCCESS;
 }
 
+bool IsCarriedOut(const GroupStore& groups, const FolderList& list) {
+  return !list.unfinished && ResolveGrants(groups, list.grants) == list.carried_out;
+}
+
 }  // namespace
 
 PosixAccess ResolveGrants(const GroupStore& groups, const std::vector<AccessGrant>& grants) {
@@ -116,7 +129,10 @@ Win32Error ReadFolderGrants(const GroupStore& groups, const std::string& folder,
     FolderEntries defaults;
     error = ReadEntries(folder, PosixList::kAccess, access);
     if (error == ERROR_SUCCESS) error = ReadEntries(folder, PosixList::kDefault, defaults);
+    // A copy of the folder has the list and the entries, but who is a member would not reach it.
+    const bool followed = Follows(groups, folder);
     for (const AccessGrant& grant : list.grants) {
+      if (!followed && DependsOnMembers(groups, {grant})) continue;
       const PosixAccess meant = ResolveGrants(groups, {grant});
       if (access.named.Includes(meant) && defaults.named.Includes(meant)) read.push_back(grant);
     }
@@ -129,14 +145,22 @@ Win32Error ReadFolderGrants(const GroupStore& groups, const std::string& folder,
 
 Win32Error WriteFolderGrants(GroupStore& groups, const std::string& folder,
                              const std::vector<AccessGrant>& grants, bool protect) {
+  if (const Win32Error error = RequireOwnFolder(folder); error != ERROR_SUCCESS) return error;
   FolderList before;
   ReadFolderList(folder, before);  // One that cannot be read withdraws nothing.
-  FolderList list{protect, grants, ResolveGrants(groups, grants)};
-  // Known before it is carried out: a change of members meanwhile must not pass the folder by.
-  Win32Error error = groups.SetFolder(folder, DependsOnMembers(groups, grants));
+  const FolderList list{protect, false, grants, ResolveGrants(groups, grants)};
+  FolderList intent{protect, true, grants, before.carried_out};
+  intent.carried_out.Merge(list.carried_out);
+  // What is to be is known before it is carried out: neither the end of the process nor a change of
+  // members meanwhile leaves the tree half changed for good.
+  Win32Error error = groups.SetFolder(folder, true);
+  if (error == ERROR_SUCCESS) error = WriteFolderList(folder, intent);
   if (error == ERROR_SUCCESS)
-    error = ChangeTree(folder, {before.carried_out, list.carried_out, protect});
-  return error == ERROR_SUCCESS ? WriteFolderList(folder, list) : error;
+    error = ChangeTree(folder, {intent.carried_out, list.carried_out, protect});
+  if (error == ERROR_SUCCESS) error = WriteFolderList(folder, list);
+  if (error == ERROR_SUCCESS && !DependsOnMembers(groups, grants))
+    error = groups.SetFolder(folder, false);
+  return error;
 }
 
 Win32Error RefreshFolders(GroupStore& groups) {
@@ -147,11 +171,20 @@ Win32Error RefreshFolders(GroupStore& groups) {
     Win32Error error = ReadFolderList(folder, list);
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
       error = groups.SetFolder(folder, false);  // Deleted, or opened up by other means.
-    else if (error == ERROR_SUCCESS && ResolveGrants(groups, list.grants) != list.carried_out)
+    else if (error == ERROR_SUCCESS && !IsCarriedOut(groups, list))
       error = WriteFolderGrants(groups, folder, list.grants, list.is_protected);
     if (result == ERROR_SUCCESS) result = error;
   }
   return result;
+}
+
+bool FoldersNeedRefresh(const GroupStore& groups) {
+  std::vector<std::string> folders;
+  groups.Folders(folders);
+  return std::ranges::any_of(folders, [&](const std::string& folder) {
+    FolderList list;
+    return ReadFolderList(folder, list) == ERROR_SUCCESS && !IsCarriedOut(groups, list);
+  });
 }
 
 }  // namespace kelvarion::platform

@@ -24,7 +24,10 @@ Win32Error ReadFolderGrants(const GroupStore& groups, const std::string& folder,
 Win32Error WriteFolderGrants(GroupStore& groups, const std::string& folder,
                              const std::vector<AccessGrant>& grants, bool protect);
 
-// Carries the list of every folder out anew whose access depends on a local group.
+// Carries the lists out anew of the folders whose access depends on a local group that has changed,
+// and of those that a process which ended too soon left unfinished.
 Win32Error RefreshFolders(GroupStore& groups);
+// Whether there are such folders: a matter of microseconds, where carrying out walks trees.
+bool FoldersNeedRefresh(const GroupStore& groups);
 
 }  // namespace kelvarion::platform

@@ -42,11 +42,12 @@ bool ReadEntry(std::istringstream& words, std::map<std::uint32_t, Permissions>& 
 
 }  // namespace
 
-// One entry a line: "protected", "grant SID MASK INHERITED", "u UID BITS", "g GID BITS", "o 0
-// BITS".
+// One entry a line: "protected", "unfinished", "grant SID MASK INHERITED", "u UID BITS", "g GID
+// BITS", "o 0 BITS".
 std::string ToText(const FolderList& list) {
   std::ostringstream text;
   if (list.is_protected) text << "protected\n";
+  if (list.unfinished) text << "unfinished\n";
   for (const AccessGrant& grant : list.grants)
     text << "grant " << Utf8ForDisplay(grant.sid) << ' ' << std::hex << grant.access_mask
          << std::dec << ' ' << grant.inherited << '\n';
@@ -67,6 +68,8 @@ bool ParseFolderList(const std::string& text, FolderList& out) {
     words >> kind;
     if (kind == "protected")
       list.is_protected = true;
+    else if (kind == "unfinished")
+      list.unfinished = true;
     else if (kind == "grant")
       valid = ReadGrant(words, list);
     else if (kind == "u")

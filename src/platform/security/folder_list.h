@@ -14,7 +14,10 @@ namespace kelvarion::platform {
 
 struct FolderList {
   bool is_protected = false;
+  // While the tree below is being changed: some of it may still be as it was before.
+  bool unfinished = false;
   std::vector<AccessGrant> grants;
+  // Whoever may have an entry in the tree.
   PosixAccess carried_out;
 };
 

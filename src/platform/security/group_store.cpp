@@ -4,11 +4,13 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <set>
 
 #include "platform/files/files.h"
+#include "platform/text/encoding.h"
 
 namespace kelvarion::platform {
 namespace {
@@ -88,14 +90,17 @@ Win32Error GroupStore::Create(const std::string& group) {
       .Run();
 }
 
+Sid GroupStore::SidOfId(std::int64_t id) const {
+  Sid sid{kNtAuthority, {kNonUnique}};
+  sid.parts.insert(sid.parts.end(), machine_.begin(), machine_.end());
+  sid.parts.push_back(static_cast<std::uint32_t>(id));
+  return sid;
+}
+
 std::optional<Sid> GroupStore::SidOf(const std::string& group) const {
   const std::lock_guard lock(mutex_);
   const auto id = IdOf(group);
-  if (!id) return std::nullopt;
-  Sid sid{kNtAuthority, {kNonUnique}};
-  sid.parts.insert(sid.parts.end(), machine_.begin(), machine_.end());
-  sid.parts.push_back(static_cast<std::uint32_t>(*id));
-  return sid;
+  return id ? std::optional(SidOfId(*id)) : std::nullopt;
 }
 
 std::optional<std::string> GroupStore::NameOf(const Sid& sid) const {
@@ -147,6 +152,25 @@ Win32Error GroupStore::SetMembers(const std::string& group, const std::vector<st
                   .Bind(3, sid)
                   .Run();
   return error == ERROR_SUCCESS ? transaction.Commit() : error;
+}
+
+Win32Error GroupStore::GroupsHolding(const std::vector<std::string>& sids,
+                                     std::vector<Sid>& groups) const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> holders = sids;  // Grows by the groups found: they may be members, too.
+  for (std::size_t i = 0; i < holders.size(); ++i) {
+    Statement query(database_.get(), "SELECT id FROM members WHERE sid = ? ORDER BY id");
+    query.Bind(1, holders[i]);
+    while (query.Step()) {
+      const Sid group = SidOfId(query.Number(0));
+      const std::string text = Utf8ForDisplay(ToText(group));
+      if (std::find(holders.begin(), holders.end(), text) != holders.end()) continue;
+      holders.push_back(text);
+      groups.push_back(group);
+    }
+    if (query.error() != ERROR_SUCCESS) return query.error();
+  }
+  return ERROR_SUCCESS;
 }
 
 Win32Error GroupStore::SetFolder(const std::string& path, bool depends) {

@@ -31,6 +31,9 @@ class GroupStore {
   Win32Error Members(const std::string& group, std::vector<std::string>& sids) const;
   Win32Error SetMembers(const std::string& group, const std::vector<std::string>& sids);
 
+  // The groups that one of these is a member of, or that another of the groups is.
+  Win32Error GroupsHolding(const std::vector<std::string>& sids, std::vector<Sid>& groups) const;
+
   // The folders whose access depends on who is a member.
   Win32Error SetFolder(const std::string& path, bool depends);
   Win32Error Folders(std::vector<std::string>& paths) const;
@@ -38,6 +41,7 @@ class GroupStore {
  private:
   explicit GroupStore(sqlite::Database database) : database_(std::move(database)) {}
   Win32Error Prepare();
+  Sid SidOfId(std::int64_t id) const;
   std::optional<std::int64_t> IdOf(const std::string& group) const;
 
   sqlite::Database database_;

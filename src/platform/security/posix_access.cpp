@@ -89,9 +89,20 @@ bool PosixAccess::Includes(const PosixAccess& other) const {
          (other.others & ~others) == 0;
 }
 
+void PosixAccess::Merge(const PosixAccess& other) {
+  for (const auto& [uid, permissions] : other.users) users[uid] |= permissions;
+  for (const auto& [gid, permissions] : other.groups) groups[gid] |= permissions;
+  others |= other.others;
+}
+
 Win32Error ChangeTree(const std::string& folder, const PosixChange& change) {
-  return WalkOwnTree(
-      folder, [&](const std::string& path, mode_t mode) { return ChangeOne(path, mode, change); });
+  const auto visit = [&](const std::string& path, mode_t mode) {
+    return ChangeOne(path, mode, change);
+  };
+  const Win32Error error = WalkOwnTree(folder, visit);
+  // A commit moves what it wrote to another folder: one that the walk had not come to yet into one
+  // that it had left. Whatever is made after the first walk has the right list wherever it goes.
+  return error == ERROR_SUCCESS ? WalkOwnTree(folder, visit) : error;
 }
 
 Win32Error ReadEntries(const std::string& folder, PosixList list, FolderEntries& out) {

@@ -20,6 +20,8 @@ struct PosixAccess {
   friend bool operator==(const PosixAccess&, const PosixAccess&) = default;
   // Whether all that `other` allows is allowed here as well.
   bool Includes(const PosixAccess& other) const;
+  // What `other` names is named here, too.
+  void Merge(const PosixAccess& other);
 };
 
 // What is to become of a tree: the named entries of `withdraw` go, those of `grant` come.

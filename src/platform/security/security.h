@@ -15,9 +15,11 @@
 namespace kelvarion::platform {
 
 inline constexpr const char16_t* kSidEveryone = u"S-1-1-0";
+inline constexpr const char16_t* kSidAuthenticatedUsers = u"S-1-5-11";
 inline constexpr const char16_t* kSidLocalSystem = u"S-1-5-18";
 inline constexpr const char16_t* kSidNetworkService = u"S-1-5-20";
 inline constexpr const char16_t* kSidBuiltinAdministrators = u"S-1-5-32-544";
+inline constexpr const char16_t* kSidBuiltinUsers = u"S-1-5-32-545";
 
 inline constexpr std::uint32_t kAccessModify = 0x1301BF;
 inline constexpr std::uint32_t kAccessFullControl = 0x1F01FF;
@@ -44,6 +46,12 @@ class SecurityAuthority {
   // ERROR_NONE_MAPPED when there is no such account. Accepts NAME, .\NAME, HOST\NAME, DOMAIN\NAME.
   virtual Win32Error LookupAccountName(const std::u16string& name, std::u16string& sid) const = 0;
   virtual Win32Error LookupAccountSid(const std::u16string& sid, AccountName& out) const = 0;
+
+  // Every SID that stands for the account: its own first, then its Unix groups, the well-known
+  // groups that each account belongs to, and the local groups it is in, also through other groups.
+  // ERROR_INVALID_SID for a text that is none; an account that no longer exists has fewer SIDs.
+  virtual Win32Error GetAccountSids(const std::u16string& sid,
+                                    std::vector<std::u16string>& sids) const = 0;
 
   // NERR_GroupNotFound when there is no such local group.
   virtual Win32Error GetGroupMembers(const std::u16string& group,

@@ -15,7 +15,9 @@ namespace {
 class LinuxSecurityAuthority : public SecurityAuthority {
  public:
   LinuxSecurityAuthority(const std::string& home, std::unique_ptr<GroupStore> groups)
-      : lock_path_(PathFromNative(home + "/groups.lock")), groups_(std::move(groups)) {}
+      : lock_path_(PathFromNative(home + "/groups.lock")), groups_(std::move(groups)) {
+    FinishWhatWasBegun();
+  }
 
   Win32Error NormalizeSid(const std::u16string& text, std::u16string& out) const override {
     const std::optional<Sid> sid = ParseSid(text);
@@ -27,6 +29,8 @@ class LinuxSecurityAuthority : public SecurityAuthority {
   Win32Error LookupAccountName(const std::u16string& name, std::u16string& sid) const override;
   Win32Error LookupAccountSid(const std::u16string& sid, AccountName& out) const override;
 
+  Win32Error GetAccountSids(const std::u16string& sid,
+                            std::vector<std::u16string>& sids) const override;
   Win32Error GetGroupMembers(const std::u16string& group,
                              std::vector<std::u16string>& sids) const override;
   Win32Error SetGroupMembers(const std::u16string& group,
@@ -43,6 +47,13 @@ class LinuxSecurityAuthority : public SecurityAuthority {
                                bool protect) override;
 
  private:
+  // A process that ends between the change of a group and that of the folders leaves the rest to
+  // the next one. One that is still at it needs no help.
+  void FinishWhatWasBegun() {
+    if (!FoldersNeedRefresh(*groups_)) return;
+    const FileLock lock(lock_path_, IfLocked::kGiveUp);
+    if (lock.Error() == ERROR_SUCCESS) RefreshFolders(*groups_);
+  }
   // The store keeps folders by path, so each must have one.
   static std::string AbsolutePath(const std::u16string& folder) {
     std::error_code error;
@@ -82,6 +93,21 @@ Win32Error LinuxSecurityAuthority::LookupAccountSid(const std::u16string& text,
   if (!name) return ERROR_NONE_MAPPED;
   out = *name;
   return ERROR_SUCCESS;
+}
+
+Win32Error LinuxSecurityAuthority::GetAccountSids(const std::u16string& text,
+                                                  std::vector<std::u16string>& sids) const {
+  const std::optional<Sid> account = ParseSid(text);
+  if (!account) return ERROR_INVALID_SID;
+  sids = {ToText(*account)};
+  for (const Sid& group : UnixGroupsOf(*account)) sids.push_back(ToText(group));
+  for (std::u16string& group : WellKnownGroupsOf(*account)) sids.push_back(std::move(group));
+  std::vector<std::string> holders;
+  for (const std::u16string& sid : sids) holders.push_back(Utf8ForDisplay(sid));
+  std::vector<Sid> local;
+  const Win32Error error = groups_->GroupsHolding(holders, local);
+  for (const Sid& group : local) sids.push_back(ToText(group));
+  return error;
 }
 
 Win32Error LinuxSecurityAuthority::GetGroupMembers(const std::u16string& group,

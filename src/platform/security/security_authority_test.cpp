@@ -1,5 +1,8 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <signal.h>
+#include <sys/acl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <map>
+#include <set>
 #include <thread>
 
 #include "platform/files/files.h"
@@ -103,6 +108,38 @@ TEST_F(SecurityAuthorityTest, LocalGroupsAreAccountsWithMembers) {
   std::vector<std::u16string> none;
   EXPECT_EQ(authority_->GetGroupMembers(u"No Such Group", none), NERR_GroupNotFound);
   EXPECT_EQ(authority_->SetGroupMembers(u"No Such Group", {}), NERR_GroupNotFound);
+}
+
+TEST_F(SecurityAuthorityTest, AnAccountIsInItsGroupsAndTheirs) {
+  const std::u16string admins = SidOf(kAdmins);
+  authority_->CreateGroup(u"Helpers");
+  authority_->CreateGroup(u"Others");
+  // Two groups that hold each other are no endless walk.
+  authority_->SetGroupMembers(kAdmins, {SidOf(u"Helpers"), SidOf(u"daemon")});
+  authority_->SetGroupMembers(u"Helpers", {u"S-1-22-2-1", admins});
+  authority_->SetGroupMembers(u"Others", {u"S-1-22-1-0"});
+  const struct {
+    const char16_t* account;
+    std::vector<std::u16string> sids;
+  } rows[] = {
+      {u"daemon",
+       {u"S-1-22-1-1", u"S-1-22-2-1", kSidEveryone, kSidAuthenticatedUsers, kSidBuiltinUsers,
+        admins, SidOf(u"Helpers")}},
+      {u"bin",
+       {u"S-1-22-1-2", u"S-1-22-2-2", kSidEveryone, kSidAuthenticatedUsers, kSidBuiltinUsers}},
+      {u"root",
+       {u"S-1-22-1-0", u"S-1-22-2-0", kSidEveryone, kSidAuthenticatedUsers, kSidBuiltinUsers,
+        kSidBuiltinAdministrators, SidOf(u"Others")}},
+      {u"Helpers", {SidOf(u"Helpers"), admins}},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::u16string> sids;
+    EXPECT_EQ(authority_->GetAccountSids(SidOf(row.account), sids), ERROR_SUCCESS);
+    EXPECT_THAT(sids, ::testing::UnorderedElementsAreArray(row.sids));
+    EXPECT_EQ(sids.front(), row.sids.front());
+  }
+  std::vector<std::u16string> none;
+  EXPECT_EQ(authority_->GetAccountSids(u"daemon", none), ERROR_INVALID_SID);
 }
 
 // Members are replaced at once: a reader must never see a mixture.
@@ -204,6 +241,69 @@ TEST_F(SecurityAuthorityTest, AccessFollowsTheMembersOfAGrantedGroup) {
   EXPECT_FALSE(usable());
   fs::remove_all(root);
   EXPECT_EQ(authority_->SetGroupMembers(kAdmins, {SidOf(u"www-data")}), ERROR_SUCCESS);
+}
+
+// The users that the list of a file or folder names, sorted.
+std::string NamedUsers(const std::string& path) {
+  std::set<std::string> users;
+  const acl_t list = acl_get_file(path.c_str(), ACL_TYPE_ACCESS);
+  acl_entry_t entry = nullptr;
+  for (int more = acl_get_entry(list, ACL_FIRST_ENTRY, &entry); more == 1;
+       more = acl_get_entry(list, ACL_NEXT_ENTRY, &entry)) {
+    acl_tag_t tag = ACL_UNDEFINED_TAG;
+    acl_get_tag_type(entry, &tag);
+    if (tag != ACL_USER) continue;
+    void* const id = acl_get_qualifier(entry);
+    users.insert(std::to_string(*static_cast<const uid_t*>(id)));
+    acl_free(id);
+  }
+  acl_free(list);
+  std::string text;
+  for (const std::string& user : users) text += user + " ";
+  return text;
+}
+
+// Whoever ends between the change of a group and that of the files leaves a group that is one of
+// the two; the next one to open the authority brings the files in line, in either direction.
+TEST_F(SecurityAuthorityTest, AProcessKilledWhileMembersChangeLeavesNoAccessBehind) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root may grant access to others";
+  const fs::path root = home_ / "root";
+  for (int folder = 0; folder < 30; ++folder) {
+    fs::create_directories(root / std::to_string(folder));
+    for (int file = 0; file < 30; ++file)
+      std::ofstream(root / std::to_string(folder) / std::to_string(file)) << "x";
+  }
+  const std::map<std::vector<std::u16string>, std::string> states{
+      {{u"S-1-22-1-1"}, "1 "}, {{u"S-1-22-1-1", u"S-1-22-1-2"}, "1 2 "}, {{u"S-1-22-1-3"}, "3 "}};
+  int halves = 0;
+  for (int round = 0; round < 12; ++round) {
+    const pid_t child = fork();
+    if (child == 0) {
+      const auto own = Open();
+      own->WriteFolderAccess(PathFromNative(root.string()),
+                             {{SidOf(kAdmins), kAccessModify, false}}, true);
+      for (;;)
+        for (const auto& [members, users] : states) own->SetGroupMembers(kAdmins, members);
+    }
+    // The walk begins with the folder itself; how far it gets differs from round to round.
+    const std::string before = NamedUsers(root.string());
+    for (int tries = 0; tries < 2000 && NamedUsers(root.string()) == before; ++tries)
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    for (int i = 0; i < round * 3; ++i) std::this_thread::yield();
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const auto users_of_all = [&] {
+      std::set<std::string> users;
+      for (const auto& entry : fs::recursive_directory_iterator(root))
+        users.insert(NamedUsers(entry.path().string()));
+      return users;
+    };
+    halves += users_of_all().size() > 1;
+    authority_ = Open();
+    const std::string expected = Members().empty() ? "" : states.at(Members());
+    EXPECT_EQ(users_of_all(), std::set<std::string>{expected}) << round;
+  }
+  EXPECT_GT(halves, 0) << "no process was killed at the right moment";
 }
 
 TEST_F(SecurityAuthorityTest, AnOrdinaryUserOpensUpHisOwnFoldersOnly) {

@@ -53,6 +53,12 @@ Folder OpenFolder(const Handle& object) {
 
 }  // namespace
 
+Win32Error RequireOwnFolder(const std::string& folder) {
+  struct stat status {};
+  if (stat(folder.c_str(), &status) != 0) return FromErrno(errno);
+  return MayChange(status) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
 Win32Error WalkOwnTree(const std::string& folder,
                        const std::function<Win32Error(const std::string&, mode_t)>& visit) {
   struct stat status {};

@@ -19,4 +19,7 @@ Win32Error WalkOwnTree(
     const std::string& folder,
     const std::function<Win32Error(const std::string& path, mode_t mode)>& visit);
 
+// Whether WalkOwnTree would begin at all: its failure otherwise.
+Win32Error RequireOwnFolder(const std::string& folder);
+
 }  // namespace kelvarion::platform

@@ -3,6 +3,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -14,6 +15,11 @@ constexpr UChar32 kReplacement = 0xFFFD;
 constexpr UChar32 kStrict = U_SENTINEL;
 
 bool Decode(std::string_view utf8, UChar32 substitute, std::u16string& out) {
+  // Nearly all names are plain, and thousands of them come at a time.
+  if (std::ranges::all_of(utf8, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+    out = std::u16string(utf8.begin(), utf8.end());
+    return true;
+  }
   // A UTF-16 text never has more units than the UTF-8 text has bytes.
   std::u16string text(utf8.size(), u'\0');
   std::int32_t length = 0;

@@ -1,0 +1,50 @@
+#include "platform/authn/channel.h"
+
+#include <strings.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace kelvarion::platform {
+namespace {
+
+// More than a web server lets a header have.
+constexpr std::size_t kLongest = 64 * 1024;
+
+Descriptor FirstDescriptor(msghdr& message) {
+  cmsghdr* const header = CMSG_FIRSTHDR(&message);
+  if (!header || header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS ||
+      header->cmsg_len < CMSG_LEN(sizeof(int)))
+    return Descriptor();
+  int descriptor = -1;
+  std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
+  return Descriptor(descriptor);
+}
+
+}  // namespace
+
+Received ReceiveMessage(int channel, std::string& text, Descriptor& reply) {
+  static char buffer[kLongest];
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))];
+  iovec part{buffer, sizeof buffer};
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  message.msg_control = control;
+  message.msg_controllen = sizeof control;
+  const ssize_t count = recvmsg(channel, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+  if (count < 0) return errno == EAGAIN || errno == EINTR ? Received::kNothing : Received::kClosed;
+  reply = FirstDescriptor(message);
+  if (count == 0 && !reply) return Received::kClosed;
+  text.assign(buffer, message.msg_flags & MSG_TRUNC ? 0 : static_cast<std::size_t>(count));
+  explicit_bzero(buffer, static_cast<std::size_t>(count));
+  return Received::kMessage;
+}
+
+bool SendAnswer(const Descriptor& reply, const std::string& text) {
+  return send(reply.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0 ||
+         errno != EMSGSIZE;
+}
+
+}  // namespace kelvarion::platform

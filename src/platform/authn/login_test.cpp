@@ -1,0 +1,119 @@
+#include "platform/authn/login.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/authn/login_name.h"
+#include "platform/security/accounts.h"
+#include "platform/text/encoding.h"
+
+namespace kelvarion::platform {
+namespace {
+
+std::string Joined(const std::vector<std::string>& fields) {
+  std::string text;
+  for (const std::string& field : fields) text += field + '\0';
+  text.pop_back();
+  return text;
+}
+
+TEST(LoginTest, OnlyFiveFieldsWithANumberAtTheEndAreAQuestion) {
+  const struct {
+    std::vector<std::string> fields;
+    bool valid;
+  } rows[] = {
+      {{"alice", "secret", "192.0.2.1", "upn", "60"}, true},
+      {{"alice", "", "192.0.2.1", "", "0"}, true},
+      {{"alice", "secret", "192.0.2.1", "upn"}, false},
+      {{"alice", "sec", "ret", "192.0.2.1", "upn", "60"}, false},
+      {{"alice", "secret", "192.0.2.1", "upn", ""}, false},
+      {{"alice", "secret", "192.0.2.1", "upn", "60s"}, false},
+      {{"alice", "secret", "192.0.2.1", "upn", "-1"}, false},
+  };
+  for (const auto& row : rows) {
+    LoginRequest request;
+    EXPECT_EQ(ParseLoginRequest(Joined(row.fields), request), row.valid)
+        << ::testing::PrintToString(row.fields);
+  }
+  LoginRequest request;
+  ASSERT_TRUE(ParseLoginRequest(Joined(rows[0].fields), request));
+  EXPECT_EQ(request.name, "alice");
+  EXPECT_EQ(request.password, "secret");
+  EXPECT_EQ(request.client, "192.0.2.1");
+  EXPECT_TRUE(request.upn);
+  EXPECT_EQ(request.remember, std::chrono::seconds(60));
+}
+
+TEST(LoginTest, WhatNoAccountCanHaveIsNotPlausible) {
+  const struct {
+    std::string text;
+    bool plausible;
+  } rows[] = {
+      {"alice", true},
+      {"Zoë Größe 東京", true},
+      {"CORP\\alice", true},
+      {"", false},
+      {"al\nice", false},
+      {"al\x1b[2Jice", false},
+      {"al\x7fice", false},
+      {"al\xc2\x85ice", false},   // U+0085, a line end.
+      {"al\xff\xfeice", false},   // No UTF-8.
+      {"al\xed\xa0\x80", false},  // Half of a surrogate pair.
+      {std::string(256, 'a'), true},
+      {std::string(512, 'a'), false},
+  };
+  for (const auto& row : rows) {
+    LoginRequest as_name;
+    as_name.name = row.text;
+    as_name.password = "secret";
+    EXPECT_EQ(IsPlausible(as_name), row.plausible) << row.text;
+    LoginRequest as_password;
+    as_password.name = "alice";
+    as_password.password = row.text;
+    EXPECT_EQ(IsPlausible(as_password), row.plausible) << row.text;
+  }
+}
+
+TEST(LoginTest, AnswersArriveAsTheyWereSentAndGarbageIsAFailure) {
+  const LoginAnswer rows[] = {
+      {LoginVerdict::kAccepted, "alice", {"S-1-22-1-1000", "S-1-1-0"}},
+      {LoginVerdict::kAccepted, "alice", {}},
+      {LoginVerdict::kRefused, "Authentication failure", {}},
+      {LoginVerdict::kBusy, "too many", {}},
+      {LoginVerdict::kFailed, "", {}},
+  };
+  for (const LoginAnswer& row : rows) EXPECT_EQ(ParseLoginAnswer(ToText(row)), row) << row.text;
+  // What a process that crashed may have said.
+  for (const std::string garbage : {"", "acc", "accepted", "nonsense"})
+    EXPECT_EQ(ParseLoginAnswer(garbage).verdict, LoginVerdict::kFailed) << garbage;
+}
+
+TEST(LoginNameTest, AccountsOfTheMachineHaveOneNameHoweverTheyAreCalled) {
+  const std::string host = Utf8ForDisplay(HostName());
+  using Names = std::vector<std::string>;
+  const struct {
+    std::string name;
+    bool upn;
+    Names names;
+  } rows[] = {
+      {"alice", false, {"alice"}},
+      {"alice", true, {"alice"}},
+      {".\\alice", false, {"alice"}},
+      {host + "\\alice", false, {"alice"}},
+      {host + ".example.org\\alice", false, {"alice"}},
+      {"Unix User\\alice", false, {"alice"}},
+      {"CORP\\alice", false, {"CORP\\alice"}},
+      {"CORP\\alice@b", true, {"CORP\\alice@b"}},
+      {"alice@" + host, false, {"alice@" + host}},
+      {"alice@" + host, true, {"alice"}},
+      {"al@ice@" + host, true, {"al@ice"}},
+      {"alice@corp.example", true, {"alice@corp.example", "corp.example\\alice"}},
+  };
+  for (const auto& row : rows) EXPECT_EQ(SystemNames(row.name, row.upn), row.names) << row.name;
+  EXPECT_EQ(ShownName("alice", false), "alice");
+  EXPECT_EQ(ShownName("alice", true), "alice@" + host);
+  EXPECT_EQ(ShownName("CORP\\alice", true), "alice@CORP");
+  EXPECT_EQ(ShownName("alice@corp.example", true), "alice@corp.example");
+}
+
+}  // namespace
+}  // namespace kelvarion::platform

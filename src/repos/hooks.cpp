@@ -1,0 +1,153 @@
+#include "repos/hooks.h"
+
+#include <svn_io.h>
+#include <svn_repos.h>
+
+#include <algorithm>
+#include <array>
+
+#include "errors/exception.h"
+#include "platform/text/encoding.h"
+#include "repos/hook_launcher.h"
+#include "repos/repository_store.h"
+#include "svn/atomic_file.h"
+#include "svn/error.h"
+#include "svn/repository.h"
+#include "svn/text.h"
+
+namespace kelvarion::repos {
+namespace {
+
+struct KindRow {
+  const char16_t* name;
+  int place;  // Where people are shown it.
+  const char* (*path)(svn_repos_t*, apr_pool_t*);
+};
+
+// By number.
+constexpr std::array<KindRow, kHookKinds> kKinds{{
+    {u"PostCommit", 2, svn_repos_post_commit_hook},
+    {u"PostLock", 4, svn_repos_post_lock_hook},
+    {u"PostRevPropChange", 8, svn_repos_post_revprop_change_hook},
+    {u"PostUnlock", 6, svn_repos_post_unlock_hook},
+    {u"PreCommit", 1, svn_repos_pre_commit_hook},
+    {u"PreLock", 3, svn_repos_pre_lock_hook},
+    {u"PreRevPropChange", 7, svn_repos_pre_revprop_change_hook},
+    {u"PreUnlock", 5, svn_repos_pre_unlock_hook},
+    {u"StartCommit", 0, svn_repos_start_commit_hook},
+}};
+
+const KindRow& Row(HookKind kind) { return kKinds.at(static_cast<std::size_t>(kind)); }
+
+// A repository's hooks as long as the pool lives.
+class Hooks {
+ public:
+  Hooks(const ServerContext& context, std::u16string repository)
+      : pool_(context.root_pool()),
+        name_(std::move(repository)),
+        repository_(svn::OpenRepository(GetRepositoryPath(context, name_), pool_)) {}
+
+  std::string Path(HookKind kind) const { return Row(kind).path(repository_, pool_); }
+
+  std::optional<HookRecord> Read(HookKind kind) const {
+    const auto script = FindHookScript(Path(kind), pool_);
+    if (!script) return std::nullopt;
+    const std::u16string path = svn::PathFromDirent(*script);
+    const auto bytes = svn::ReadFileIfPresent(path, pool_);
+    if (!bytes) return std::nullopt;  // Removed in between.
+    return HookRecord{name_, kind, path, platform::FromThreadCodePage(*bytes)};
+  }
+
+  const svn::Pool& pool() const { return pool_; }
+
+ private:
+  svn::Pool pool_;
+  std::u16string name_;
+  svn_repos_t* repository_;
+};
+
+// For listings, where a folder that is no repository simply has no hooks.
+std::optional<Hooks> TryOpen(const ServerContext& context, const std::u16string& repository) {
+  try {
+    return std::make_optional<Hooks>(context, repository);
+  } catch (const SvnException&) {
+    return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::optional<HookKind> HookKindFromName(std::u16string_view name) {
+  const auto row = std::ranges::find(kKinds, name, &KindRow::name);
+  if (row == kKinds.end()) return std::nullopt;
+  return static_cast<HookKind>(row - kKinds.begin());
+}
+
+std::u16string HookKindName(HookKind kind) { return Row(kind).name; }
+
+int CompareHookKinds(HookKind a, HookKind b) {
+  const int difference = Row(a).place - Row(b).place;
+  return (difference > 0) - (difference < 0);
+}
+
+std::optional<HookRecord> ReadHook(const ServerContext& context, const std::u16string& repository,
+                                   HookKind kind) {
+  return Hooks(context, repository).Read(kind);
+}
+
+std::optional<HookRecord> TryReadHook(const ServerContext& context,
+                                      const std::u16string& repository, HookKind kind) {
+  const auto hooks = TryOpen(context, repository);
+  return hooks ? hooks->Read(kind) : std::nullopt;
+}
+
+std::vector<HookRecord> ListHooks(const ServerContext& context, const std::u16string& repository) {
+  std::vector<HookRecord> records;
+  const auto hooks = TryOpen(context, repository);
+  for (std::uint32_t kind = 0; hooks && kind < kHookKinds; ++kind)
+    if (auto record = hooks->Read(static_cast<HookKind>(kind)))
+      records.push_back(std::move(*record));
+  return records;
+}
+
+std::optional<HookRecord> WriteHook(const ServerContext& context, const std::u16string& repository,
+                                    HookKind kind, const std::u16string& content,
+                                    OverwriteHook overwrite) {
+  std::string bytes;
+  if (!platform::ToThreadCodePage(content, bytes)) {
+    throw SimpleException(
+        u"The hook's text has characters that the server's character set cannot express.");
+  }
+  const Hooks hooks(context, repository);
+  const std::string hook = hooks.Path(kind);
+  const auto existing = FindHookScript(hook, hooks.pool());
+  if (existing && overwrite == OverwriteHook::kNo) return std::nullopt;
+  // The launcher first: alone it does what no hook does, while a script alone would not run.
+  if (!InstallHookLauncher(hook, hooks.pool())) {
+    throw SimpleException(
+        u"'%s' is a hook program that this server did not make; it would no longer run. Move it "
+        u"away "
+        u"first.",
+        svn::PathFromDirent(hook));
+  }
+  const std::u16string path = svn::PathFromDirent(existing.value_or(hook + ".cmd"));
+  svn::ReplaceFile(path, bytes, platform::NewFile::kAsFolderSays, hooks.pool());
+  return HookRecord{repository, kind, path, content};
+}
+
+void DeleteHook(const ServerContext& context, const std::u16string& repository, HookKind kind) {
+  const Hooks hooks(context, repository);
+  const std::string hook = hooks.Path(kind);
+  if (const auto script = FindHookScript(hook, hooks.pool()))
+    svn::Check(svn_io_remove_file2(script->c_str(), TRUE, hooks.pool()));
+  RemoveUnusedHookLauncher(hook, hooks.pool());
+}
+
+void InstallHookLaunchers(svn_repos_t* repository, const svn::Pool& scratch) {
+  for (const KindRow& row : kKinds) {
+    const std::string hook = row.path(repository, scratch);
+    if (FindHookScript(hook, scratch)) InstallHookLauncher(hook, scratch);
+  }
+}
+
+}  // namespace kelvarion::repos

@@ -1,0 +1,308 @@
+// New repositories from existing ones and from dump files.
+#include "repos/import.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <svn_error_codes.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "access/authz_files.h"
+#include "errors/exception.h"
+#include "platform/text/encoding.h"
+#include "repos/create.h"
+#include "repos/repository_store.h"
+#include "svn/error.h"
+#include "tests/support/process.h"
+#include "tests/support/test_home.h"
+
+namespace kelvarion::repos {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using testing::ReadFile;
+using testing::RunProcess;
+using testing::WriteFile;
+namespace fs = std::filesystem;
+
+constexpr const char* kUuid = "5f2b8a50-9d0a-4d3b-8f0e-2f6d1e0a7c11";
+constexpr int kRevisions = 4;
+
+struct DumpNotes final : IcImportDumpFileNotify {
+  void BytesRead(std::uint64_t bytes, std::uint64_t file_size) override {
+    EXPECT_GE(bytes, read);
+    read = bytes;
+    size = file_size;
+  }
+  void RevisionCommitted(std::int64_t revision) override {
+    revisions.push_back(revision);
+    if (revision == throw_at) throw SimpleException(u"enough");
+  }
+  void Warning(const std::u16string& text) override { warnings.push_back(text); }
+
+  std::uint64_t read = 0;
+  std::uint64_t size = 0;
+  std::int64_t throw_at = -1;
+  std::vector<std::int64_t> revisions;
+  std::vector<std::u16string> warnings;
+};
+
+struct CopyNotes final : IcImportRepositoryNotify {
+  void RevisionsCopied(std::int64_t revision, std::int64_t all) override {
+    last = revision;
+    total = all;
+  }
+  std::int64_t last = -1;
+  std::int64_t total = -1;
+};
+
+// Says yes from the nth question on.
+struct CancelAt final : IcCancelCallback {
+  explicit CancelAt(int nth) : left(nth) {}
+  bool IsCancelled() const override { return left-- <= 0; }
+  mutable int left;
+};
+
+class ImportTest : public ::testing::Test {
+ protected:
+  ImportTest() {
+    fs::create_directories(outside(""));
+    Shell("svnadmin create source && svnadmin setuuid source " + std::string(kUuid) +
+          " && echo one > file && URL=file://$PWD/source &&"
+          " svnmucc -m one mkdir $URL/trunk put file $URL/trunk/a &&"
+          " svnmucc -m two cp 1 $URL/trunk $URL/branch propset color red $URL/trunk/a &&"
+          " echo two > file && svnmucc -m three put file $URL/trunk/a &&"
+          " svnmucc -m four rm $URL/branch &&"
+          " svnadmin dump -q source > plain && gzip -k plain &&"
+          " svnadmin dump -q --deltas source > deltas &&"
+          " sed 's/^SVN-fs-dump-format-version: 2/SVN-fs-dump-format-version: 1/' plain > first");
+  }
+
+  const ServerContext& context() { return home_.context(); }
+  std::string path(const std::string& name) { return home_.root() + "/" + name; }
+  std::string outside(const std::string& name) { return home_.folder() + "/outside/" + name; }
+  void Shell(const std::string& commands) {
+    const auto result = RunProcess({"sh", "-c", "cd " + outside("") + " && { " + commands + "; }"});
+    ASSERT_EQ(result.exit_code, 0) << result.all();
+  }
+  std::u16string Source(const std::string& name) {
+    return platform::Utf16ForDisplay(outside(name));
+  }
+  std::vector<std::string> Root() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(home_.root()))
+      names.push_back(entry.path().filename());
+    std::erase(names, "Kelvarion-Global.lck");
+    return names;
+  }
+  // The dump of the source, but for the checksums that its reader may skip.
+  std::string DumpOf(const std::string& repository) {
+    return RunProcess({"svnadmin", "dump", "-q", repository}).out;
+  }
+  // Code and text of what the call throws; code 0 for an exception that is not the libraries'.
+  template <class Call>
+  static std::pair<int, std::string> Failure(Call&& call) {
+    try {
+      call();
+    } catch (const SvnException& exception) {
+      return {exception.code(), platform::Utf8ForDisplay(exception.FullText())};
+    } catch (const Exception& exception) {
+      return {0, platform::Utf8ForDisplay(exception.Message())};
+    }
+    return {0, ""};
+  }
+
+  testing::TestHome home_;
+};
+
+TEST_F(ImportTest, DumpsOfEveryFormBecomeTheRepositoryTheyCameFrom) {
+  // Joined compressed files are one file to gzip.
+  Shell("head -c 500 plain | gzip > joined && tail -c +501 plain | gzip >> joined");
+  const std::string original = DumpOf(outside("source"));
+  for (const char* dump : {"plain", "plain.gz", "deltas", "first", "joined"}) {
+    DumpNotes notes;
+    ImportDumpFile(context(), u"demo", Source(dump), &notes, nullptr);
+    EXPECT_EQ(DumpOf(path("demo")), original) << dump;
+    EXPECT_EQ(notes.read, notes.size) << dump;
+    EXPECT_EQ(notes.size, fs::file_size(outside(dump)));
+    EXPECT_THAT(notes.revisions, ElementsAre(1, 2, 3, 4)) << dump;
+    EXPECT_THAT(notes.warnings, IsEmpty());
+    EXPECT_EQ(RunProcess({"svnadmin", "verify", "-q", path("demo")}).exit_code, 0);
+    EXPECT_EQ(ReadRepository(context(), u"demo").log_addressing, 0u);
+    for (const char* rules : {"/conf/Kelvarion-WinAuthz.ini", "/conf/Kelvarion-SvnAuthz.ini"})
+      EXPECT_EQ(ReadFile(path("demo") + rules), access::kAuthorizationHeader);
+    EXPECT_THAT(Root(), ElementsAre("demo"));
+    EXPECT_TRUE(fs::is_directory(fs::symlink_status(path("demo/db/transactions"))));
+    fs::remove_all(path("demo"));
+  }
+}
+
+TEST_F(ImportTest, PropertiesThatCommitsWouldRefuseAreLoaded) {
+  Shell(
+      "printf 'K 7\\nsvn:log\\nV 7\\na\\r\\nb\\rcd\\nPROPS-END\\n' > props &&"
+      "printf 'SVN-fs-dump-format-version: 2\\n\\nRevision-number: 1\\n"
+      "Prop-content-length: 34\\nContent-length: 34\\n\\n' > odd && cat props >> odd &&"
+      "printf '\\n' >> odd");
+  ImportDumpFile(context(), u"odd", Source("odd"), nullptr, nullptr);
+  const auto log = RunProcess({"svnlook", "propget", "--revprop", path("odd"), "svn:log"});
+  EXPECT_EQ(log.out, "a\r\nb\rcd");
+}
+
+TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
+  Shell(
+      "head -c 1000 plain > short && head -c 400 plain.gz > short.gz &&"
+      "printf '\\037\\213' > two.gz && : > empty && mkfifo pipe && mkdir folder &&"
+      "{ head -c 300 plain.gz; printf 'garbagegarbage'; tail -c +315 plain.gz; } > bad.gz &&"
+      "head -c 100000 /dev/zero > zeros && gzip -k zeros &&"
+      "sed 's/^Text-content-md5: ./Text-content-md5: x/' plain > checksum &&"
+      "{ printf 'SVN-fs-dump-format-version: 2\\n\\n'; head -c 5000000 /dev/zero; } > line &&"
+      "printf 'SVN-fs-dump-format-version: 2\\n\\nRevision-number: 1\\n"
+      "Prop-content-length: 4000000100\\nContent-length: 4000000100\\n\\n"
+      "K 1\\na\\nV 4000000000\\n' > property &&"
+      "printf 'SVN-fs-dump-format-version: 99\\n\\n' > future");
+  const struct {
+    const char* dump;
+    int code;
+    const char* text;
+  } rows[] = {
+      {"short", SVN_ERR_INCOMPLETE_DATA, "Premature end of content data in dumpstream"},
+      {"short.gz", SVN_ERR_STREAM_UNEXPECTED_EOF, ""},
+      {"two.gz", SVN_ERR_STREAM_UNEXPECTED_EOF, ""},
+      {"bad.gz", SVN_ERR_STREAM_MALFORMED_DATA, "zlib (inflate): corrupt data"},
+      {"empty", SVN_ERR_INCOMPLETE_DATA, ""},
+      {"zeros", SVN_ERR_STREAM_MALFORMED_DATA, "Malformed dumpfile header"},
+      {"zeros.gz", SVN_ERR_STREAM_MALFORMED_DATA, "Malformed dumpfile header"},
+      {"checksum", SVN_ERR_BAD_CHECKSUM_PARSE, ""},
+      {"line", SVN_ERR_STREAM_MALFORMED_DATA, "a line of more than 1048576 bytes"},
+      {"property", SVN_ERR_STREAM_MALFORMED_DATA, "property of more than 67108864 bytes"},
+      {"future", SVN_ERR_STREAM_MALFORMED_DATA, "Unsupported dumpfile version: 99"},
+      {"folder", SVN_ERR_BAD_FILENAME, "is not a file"},
+      {"pipe", SVN_ERR_BAD_FILENAME, "is not a file"},
+      {"vanished", ENOENT, "Can't open file"},
+      {"../outside/./source/README.txt/x", ENOTDIR, ""},
+  };
+  for (const auto& row : rows) {
+    DumpNotes notes;
+    const auto [code, text] =
+        Failure([&] { ImportDumpFile(context(), u"demo", Source(row.dump), &notes, nullptr); });
+    EXPECT_EQ(code, row.code) << row.dump << ": " << text;
+    EXPECT_THAT(text, HasSubstr(row.text)) << row.dump;
+    EXPECT_THAT(Root(), IsEmpty()) << row.dump;
+  }
+}
+
+TEST_F(ImportTest, TakenAndUnfitNamesAndRelativePathsAreRefusedBeforeAnythingIsRead) {
+  fs::create_directories(path("empty"));
+  CreateRepository(context(), u"Full");
+  const struct {
+    std::u16string name;
+    std::u16string source;
+    int code;
+    const char* text;
+  } rows[] = {
+      {u"empty", Source("plain"), EEXIST, "Can't create directory '"},
+      {u"Full", Source("plain"), EEXIST, "Can't create directory '"},
+      {u"FULL", Source("plain"), 0, "Repository with the name 'Full' already exists."},
+      {u"a/b", Source("plain"), 0, "separator"},
+      {u"new", u"plain", SVN_ERR_INCORRECT_PARAMS, "'plain' is not an absolute or a network path."},
+  };
+  for (const auto& row : rows) {
+    for (const bool dump : {true, false}) {
+      const std::u16string source =
+          dump || !row.code || row.name != u"new" ? row.source : std::u16string(u"plain");
+      DumpNotes notes;
+      const auto [code, text] = Failure([&] {
+        if (dump)
+          ImportDumpFile(context(), row.name, source, &notes, nullptr);
+        else
+          ImportRepository(context(), row.name, row.name == u"new" ? source : Source("source"),
+                           nullptr, nullptr);
+      });
+      EXPECT_EQ(code, row.code);
+      EXPECT_THAT(text, HasSubstr(row.text));
+      EXPECT_EQ(notes.read, 0u);
+    }
+  }
+  EXPECT_TRUE(fs::is_empty(path("empty")));
+}
+
+TEST_F(ImportTest, ACopyIsWholeAndKeepsWhatItHas) {
+  Shell("echo '# rules' > source/conf/Kelvarion-SvnAuthz.ini && echo hook > source/hooks/mine.sh");
+  CopyNotes notes;
+  ImportRepository(context(), u"copy", Source("source"), &notes, nullptr);
+  EXPECT_EQ(DumpOf(path("copy")), DumpOf(outside("source")));
+  EXPECT_EQ(notes.last, kRevisions);
+  EXPECT_EQ(notes.total, kRevisions + 1);
+  EXPECT_EQ(ReadFile(path("copy/conf/Kelvarion-SvnAuthz.ini")), "# rules\n");
+  EXPECT_EQ(ReadFile(path("copy/conf/Kelvarion-WinAuthz.ini")), access::kAuthorizationHeader);
+  EXPECT_EQ(ReadFile(path("copy/hooks/mine.sh")), "hook\n");
+  Shell("echo broken > source/db/fs-type");
+  EXPECT_EQ(Failure([&] {
+              ImportRepository(context(), u"no", Source("source"), nullptr, nullptr);
+            }).first,
+            SVN_ERR_FS_UNKNOWN_FS_TYPE);
+  EXPECT_THAT(Root(), ElementsAre("copy"));
+}
+
+// The mode of a copied file would shut out those whom the folder of the repositories lets in.
+TEST_F(ImportTest, CopiedFilesAreOpenToWhomNewFilesAreOpenTo) {
+  ASSERT_EQ(RunProcess({"setfacl", "-m", "u:4711:rwx,d:u:4711:rwx,d:o::-", home_.root()}).exit_code,
+            0);
+  Shell("chmod 0755 source/hooks/*.tmpl && chmod 0600 source/conf/passwd");
+  ImportRepository(context(), u"copy", Source("source"), nullptr, nullptr);
+  const struct {
+    const char* file;
+    const char* effective;
+  } rows[] = {{"db", "rwx"},
+              {"db/revs/0", "rwx"},
+              {"db/current", "rw-"},
+              {"db/write-lock", "rw-"},
+              {"conf/passwd", "rw-"},
+              {"db/revs/0/1", "r--"},
+              {"hooks/post-commit.tmpl", "rwx"}};
+  for (const auto& row : rows) {
+    const auto acl = RunProcess({"getfacl", "-acpnE", path("copy/" + std::string(row.file))}).out;
+    const auto all = RunProcess({"getfacl", "-acpne", path("copy/" + std::string(row.file))}).out;
+    EXPECT_THAT(all, HasSubstr("#effective:" + std::string(row.effective))) << row.file << all;
+    EXPECT_THAT(acl, HasSubstr("other::---")) << row.file;
+  }
+}
+
+// Every question may be the one that is answered with yes.
+TEST_F(ImportTest, ACancelledImportLeavesNothing) {
+  for (const bool dump : {true, false}) {
+    int asked = 0;
+    for (;; ++asked) {
+      const CancelAt cancel(asked);
+      const auto [code, text] = Failure([&] {
+        if (dump)
+          ImportDumpFile(context(), u"demo", Source("plain.gz"), nullptr, &cancel);
+        else
+          ImportRepository(context(), u"demo", Source("source"), nullptr, &cancel);
+      });
+      if (code == 0) break;
+      EXPECT_EQ(code, SVN_ERR_CANCELLED);
+      EXPECT_EQ(text, "Repository import has been cancelled.");
+      ASSERT_THAT(Root(), IsEmpty());
+    }
+    EXPECT_GT(asked, 3);
+    EXPECT_THAT(Root(), ElementsAre("demo"));
+    fs::remove_all(path("demo"));
+  }
+}
+
+TEST_F(ImportTest, WhatANotificationThrowsEndsTheImport) {
+  DumpNotes notes;
+  notes.throw_at = 2;
+  EXPECT_EQ(
+      Failure([&] { ImportDumpFile(context(), u"demo", Source("plain"), &notes, nullptr); }).second,
+      "enough");
+  EXPECT_THAT(notes.revisions, ElementsAre(1, 2));
+  EXPECT_THAT(Root(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace kelvarion::repos

@@ -1,0 +1,53 @@
+#include <iostream>
+#include <sstream>
+
+#include "platform/text/encoding.h"
+#include "repos/verify_lines.h"
+#include "repos/verify_workers.h"
+#include "svn/error.h"
+#include "svn/pool.h"
+
+namespace kelvarion::repos {
+namespace {
+
+class Answer final : public IcVerifyRepositoryNotify {
+ public:
+  void MetadataStarted() override { Say(kMetadata); }
+  void MetadataVerified(std::int64_t revision) override {
+    Say(kStructure, std::to_string(revision));
+  }
+  void RevisionVerified(std::int64_t revision, std::int64_t, std::int64_t) override {
+    Say(kRevision, std::to_string(revision));
+  }
+  void Warning(const std::u16string& text) override {
+    Say(kWarning, Escaped(platform::Utf8ForDisplay(text)));
+  }
+  void Say(const char* word, const std::string& rest = "") {
+    std::cout << word << ' ' << rest << std::endl;
+    // Nobody listens any more.
+    if (!std::cout) throw SimpleException(u"The verification was given up.");
+  }
+};
+
+}  // namespace
+
+int VerifierMain(const std::string& folder) {
+  svn::Initialize(svn::Threads::kOne);
+  const svn::Pool pool = svn::Pool::Root();
+  const std::u16string path = platform::Utf16ForDisplay(folder);
+  Answer answer;
+  for (std::string line; std::getline(std::cin, line);) {
+    RevisionRange range;
+    if (!(std::istringstream(line) >> range.first >> range.last)) return 2;
+    LongOperation operation(nullptr, u"");
+    try {
+      VerifyRange(path, range, range, &answer, operation, pool);
+      answer.Say(kSound);
+    } catch (const SvnException& fault) {
+      answer.Say(kFault, Escaped(platform::Utf8ForDisplay(fault.FullText())));
+    }
+  }
+  return 0;
+}
+
+}  // namespace kelvarion::repos

@@ -1,0 +1,61 @@
+#include "repos/verify_range.h"
+
+#include <svn_fs.h>
+#include <svn_repos.h>
+
+#include "platform/text/encoding.h"
+#include "svn/error.h"
+#include "svn/repository.h"
+
+namespace kelvarion::repos {
+namespace {
+
+struct Run {
+  IcVerifyRepositoryNotify* notify;
+  LongOperation* operation;
+  RevisionRange whole;
+};
+
+void Forward(const Run& run, const svn_repos_notify_t& event) {
+  switch (event.action) {
+    case svn_repos_notify_verify_rev_end:
+      return run.notify->RevisionVerified(event.revision, run.whole.first, run.whole.last);
+    case svn_repos_notify_verify_rev_structure:
+      if (event.revision == SVN_INVALID_REVNUM) return run.notify->MetadataStarted();
+      return run.notify->MetadataVerified(event.revision);
+    case svn_repos_notify_warning:
+      return run.notify->Warning(platform::Utf16ForDisplay(event.warning_str));
+    default:
+      return;
+  }
+}
+
+void OnNotify(void* baton, const svn_repos_notify_t* event, apr_pool_t*) {
+  const Run& run = *static_cast<Run*>(baton);
+  run.operation->Notify([&] { Forward(run, *event); });
+}
+
+// Which revision it was is not in what the libraries say about it. The fault stays theirs.
+svn_error_t* OnFault(void*, svn_revnum_t revision, svn_error_t* fault, apr_pool_t*) {
+  if (revision == SVN_INVALID_REVNUM)
+    return svn_error_quick_wrap(svn_error_dup(fault), "Error verifying repository metadata.");
+  return svn_error_quick_wrapf(svn_error_dup(fault), "Error verifying revision %ld.", revision);
+}
+
+}  // namespace
+
+void VerifyRange(const std::u16string& folder, const RevisionRange& range,
+                 const RevisionRange& whole, IcVerifyRepositoryNotify* notify,
+                 LongOperation& operation, const svn::Pool& scratch) {
+  const svn::Pool pool(scratch);
+  const auto warn = [&](const std::u16string& text) {
+    if (notify) operation.Notify([&] { notify->Warning(text); });
+  };
+  svn_repos_t* const repository = svn::OpenRepository(folder, pool, warn, svn::Caching::kContents);
+  Run run{notify, &operation, whole};
+  operation.CheckAfter(svn_repos_verify_fs3(repository, range.first, range.last, FALSE, FALSE,
+                                            notify ? OnNotify : nullptr, &run, OnFault, nullptr,
+                                            LongOperation::AskCancelled, &operation, pool));
+}
+
+}  // namespace kelvarion::repos

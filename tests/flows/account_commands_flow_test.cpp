@@ -1,0 +1,125 @@
+// Users and groups by the short commands, as people and scripts type them.
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/real_server.h"
+
+namespace kelvarion::testing {
+namespace {
+
+using Words = std::vector<std::string>;
+
+const std::string kProgram = KELVARION_BUILD_DIR "/bin/kelvarionctl";
+
+// Runs the words at a terminal, answers each prompt, and returns all that the terminal showed.
+std::string AtTerminal(const Words& words, const Words& answers, int& exit_code) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    execv(arguments[0], arguments.data());
+    _exit(127);
+  }
+  std::string shown;
+  std::size_t answered = 0;
+  char buffer[512];
+  for (ssize_t count; (count = read(terminal, buffer, sizeof buffer)) > 0;) {
+    shown.append(buffer, static_cast<std::size_t>(count));
+    if (!shown.ends_with(": ") || answered >= answers.size()) continue;
+    const std::string& answer = answers[answered++];
+    EXPECT_EQ(write(terminal, answer.data(), answer.size()), static_cast<ssize_t>(answer.size()));
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  close(terminal);
+  exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return shown;
+}
+
+class AccountCommandsFlowTest : public ::testing::Test {
+ protected:
+  Words Command(const Words& words) const {
+    Words all{kProgram, "--home", server_.home};
+    all.insert(all.end(), words.begin(), words.end());
+    return all;
+  }
+  // With the password as a script hands it over.
+  ProcessResult Piped(const std::string& password, const Words& words) const {
+    Words all{"sh", "-c", "printf '%s\\n' \"$0\" | \"$@\"", password};
+    const Words command = Command(words);
+    all.insert(all.end(), command.begin(), command.end());
+    return RunProcess(all);
+  }
+  bool LogsIn(const std::string& user, const std::string& password) const {
+    return server_.HttpStatus(user, password, server_.base() + "/svn/demo/") == 200;
+  }
+
+  RealServer server_;
+};
+
+TEST_F(AccountCommandsFlowTest, PasswordsComeFromTheTerminalUnseenOrFromALine) {
+  ASSERT_TRUE(server_.Call("Kelvarion_Repository", "Create", {"Name=demo"}).ok());
+  server_.Start();
+  EXPECT_EQ(Piped("first", {"user", "create", "alice"}).exit_code, 0);
+  ASSERT_TRUE(server_.Ctl({"access", "add", "demo", "/", "alice", "read"}).ok());
+  EXPECT_TRUE(LogsIn("alice", "first"));
+  const struct {
+    Words answers;
+    int exit_code;
+    const char* valid_after;
+  } rows[] = {
+      {{"second\n", "second\n"}, 0, "second"},
+      {{"third\n", "other\n"}, 2, "second"},
+      {{"third\x03"}, 2, "second"},  // Ctrl-C
+      {{"\x04"}, 2, "second"},       // Ctrl-D
+  };
+  for (const auto& row : rows) {
+    int exit_code = -1;
+    const std::string shown =
+        AtTerminal(Command({"user", "password", "alice"}), row.answers, exit_code);
+    EXPECT_EQ(exit_code, row.exit_code) << shown;
+    EXPECT_EQ(shown.find("second"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("third"), std::string::npos) << shown;
+    EXPECT_TRUE(LogsIn("alice", row.valid_after)) << shown;
+  }
+  EXPECT_EQ(server_.Ctl({"user", "password", "nobody"}).status(), 0x80041002U);
+  EXPECT_EQ(server_.Ctl({"user", "create", "bob"}).process.exit_code, 2) << "there is no input";
+  EXPECT_EQ(server_.Ctl({"user", "list"}).names(), Words{"alice"});
+  ASSERT_TRUE(server_.Ctl({"user", "remove", "alice"}).ok());
+  EXPECT_FALSE(LogsIn("alice", "second"));
+}
+
+TEST_F(AccountCommandsFlowTest, MembersAreAddedAndRemovedOneByOne) {
+  const struct {
+    Words words;
+    std::uint32_t status;
+    Words members;  // Of the group `devs` afterwards.
+  } steps[] = {
+      {{"group", "create", "devs", "alice", "@testers"}, 0, {"alice", "testers"}},
+      {{"group", "create", "testers"}, 0, {"alice", "testers"}},
+      {{"group", "members", "add", "devs", "bob", "alice"}, 0, {"alice", "testers", "bob"}},
+      {{"group", "members", "remove", "devs", "@testers", "carol"}, 0, {"alice", "bob"}},
+      {{"group", "members", "add", "devs", "@devs"}, 0x80041047, {"alice", "bob"}},
+      {{"group", "members", "add", "devs", "*"}, 0x8004102F, {"alice", "bob"}},
+      {{"group", "members", "add", "none", "bob"}, 0x80041002, {"alice", "bob"}},
+      {{"group", "members", "list", "none"}, 0x80041002, {"alice", "bob"}},
+      {{"group", "create", "devs"}, 0x800700B7, {"alice", "bob"}},
+      {{"group", "remove", "testers"}, 0, {"alice", "bob"}},
+  };
+  for (const auto& step : steps) {
+    const Reply reply = server_.Ctl(step.words);
+    EXPECT_EQ(reply.status(), step.status) << ::testing::PrintToString(step.words);
+    EXPECT_EQ(server_.Ctl({"group", "members", "list", "devs"}).names(), step.members)
+        << ::testing::PrintToString(step.words);
+  }
+  EXPECT_EQ(server_.Ctl({"group", "list"}).names(), Words{"devs"});
+  EXPECT_EQ(server_.Ctl({"enumerate", "Kelvarion_GroupMember"}).document.at("objects").size(), 2U);
+  EXPECT_TRUE(server_.Ctl({"get", "Kelvarion_GroupMember.Group=\"devs\",Member=\"bob\""}).ok());
+}
+
+}  // namespace
+}  // namespace kelvarion::testing
