@@ -125,15 +125,14 @@ Win32Error LinuxServiceManager::Start(const std::u16string& name) {
   return Launch(*service, supervisor);
 }
 
-// The lock is held: the supervisor's own writing waits until the first record stands.
+// The lock is held on behalf of the supervisor, which writes the first record.
 Win32Error LinuxServiceManager::Launch(const Service& service,
                                        const std::string& supervisor) const {
   WriteFailure(service, "");
   const ProgramResult result = RunProgram(supervisor, {home_, service.name}, kAnswerTimeoutMs);
-  const SupervisorAnswer answer = ParseSupervisorAnswer(result.output);
-  if (answer.error != ERROR_SUCCESS)
-    return Fail(service, answer.error, "The program " + service.program + " cannot be started.");
-  return WriteRecord(service, {Phase::kStarting, ERROR_SUCCESS, answer.supervisor, answer.process});
+  const Win32Error error = ParseSupervisorAnswer(result.output);
+  if (error == ERROR_SUCCESS) return error;
+  return Fail(service, error, "The program " + service.program + " cannot be started.");
 }
 
 Win32Error LinuxServiceManager::Control(const std::u16string& name, std::uint32_t control) {
@@ -156,18 +155,20 @@ Win32Error LinuxServiceManager::Control(const std::u16string& name, std::uint32_
 }
 
 Win32Error LinuxServiceManager::Stop(const Service& service, const ServiceState& state) {
-  if (state.status.current_state == SERVICE_STOP_PENDING) return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
+  const bool supervised = IsRunning(state.record.supervisor);
+  // Without a supervisor a stop may have been recorded by somebody who was killed before he sent
+  // it.
+  if (state.status.current_state == SERVICE_STOP_PENDING && supervised)
+    return ERROR_SERVICE_CANNOT_ACCEPT_CTRL;
   ServiceRecord record = state.record;
-  const Phase before = record.phase;
   record.phase = Phase::kStopping;
   if (state.process.pid != 0) record.process = state.process;
-  // The record comes first: a process that ends must find that it was to.
+  // The supervisor records a stop itself, once it gets the lock, before it passes it on; without
+  // one the record comes first: a process that ends must find that it was to.
+  if (supervised && !SignalProcess(record.supervisor, SIGTERM)) return ERROR_ACCESS_DENIED;
   if (const Win32Error error = WriteRecord(service, record); error != ERROR_SUCCESS) return error;
-  const bool sent =
-      SignalProcess(record.supervisor, SIGTERM) || SignalProcess(record.process, SIGTERM);
-  if (!sent && IsRunning(record.process)) {
-    record.phase = before;
-    WriteRecord(service, record);
+  if (!supervised && !SignalProcess(record.process, SIGTERM) && IsRunning(record.process)) {
+    WriteRecord(service, state.record);
     return ERROR_ACCESS_DENIED;
   }
   WriteFailure(service, "");
@@ -192,9 +193,10 @@ Win32Error LinuxServiceManager::Restart(const Service& service, const ServiceSta
       if (!IsRunning(record.supervisor))
         return Fail(service, ERROR_SERVICE_CANNOT_ACCEPT_CTRL,
                     "The new addresses overlap those in use: stop the service and start it.");
+      // As with a stop: the supervisor records it too, should nobody be left to do it here.
+      if (!SignalProcess(record.supervisor, SIGHUP)) return ERROR_ACCESS_DENIED;
       if (const Win32Error error = WriteRecord(service, record); error != ERROR_SUCCESS)
         return error;
-      if (!SignalProcess(record.supervisor, SIGHUP)) return ERROR_ACCESS_DENIED;
     }
   }
   WriteFailure(service, "");

@@ -121,6 +121,11 @@ TEST(ServiceManagerTest, AServerWithoutItsSupervisorIsStoppedAllTheSame) {
   const ServiceRecord record = home.Record();
   ASSERT_TRUE(SignalProcess(record.supervisor, SIGKILL));
   ASSERT_TRUE(Eventually([&] { return !IsRunning(record.supervisor); }));
+  // Somebody was about to and was killed between the record and the signal.
+  ServiceRecord stopping = record;
+  stopping.phase = Phase::kStopping;
+  WriteRecord(home.Definition(), stopping);
+  EXPECT_EQ(home.State(), SERVICE_STOP_PENDING);
   EXPECT_EQ(home.manager->Control(kServer, SERVICE_CONTROL_STOP), ERROR_SUCCESS);
   EXPECT_TRUE(home.Reaches(SERVICE_STOPPED));
   EXPECT_EQ(home.Status().win32_exit_code, 0u);

@@ -47,35 +47,26 @@ int WaitForSignal(std::chrono::steady_clock::duration patience) {
 
 }  // namespace
 
-std::string ToText(const SupervisorAnswer& answer) {
-  std::ostringstream text;
-  text << (answer.error == ERROR_SUCCESS ? "ok " : "failed ") << answer.error << ' '
-       << answer.supervisor.pid << ' ' << answer.supervisor.start_ticks << ' ' << answer.process.pid
-       << ' ' << answer.process.start_ticks << '\n';
-  return text.str();
-}
-
-SupervisorAnswer ParseSupervisorAnswer(const std::string& text) {
+Win32Error ParseSupervisorAnswer(const std::string& text) {
   std::istringstream words(text);
-  std::string verdict;
-  SupervisorAnswer answer;
-  words >> verdict >> answer.error >> answer.supervisor.pid >> answer.supervisor.start_ticks >>
-      answer.process.pid >> answer.process.start_ticks;
-  if (words.fail()) return {ERROR_SERVICE_REQUEST_TIMEOUT, {}, {}};
-  return answer;
+  Win32Error error = ERROR_SUCCESS;
+  words >> error;
+  return words.fail() ? ERROR_SERVICE_REQUEST_TIMEOUT : error;
 }
 
 Supervisor::Supervisor(Service service) : service_(std::move(service)) {
   record_.supervisor = IdentityOf(getpid());
 }
 
-SupervisorAnswer Supervisor::Start() {
+Win32Error Supervisor::Start() {
   const sigset_t requests = Requests();
   sigprocmask(SIG_BLOCK, &requests, nullptr);
   // Workers whose parent was killed come to the supervisor instead of to init, and are reaped here.
   prctl(PR_SET_CHILD_SUBREAPER, 1);
-  const Win32Error error = Spawn();
-  return {error, record_.supervisor, record_.process};
+  if (const Win32Error error = Spawn(); error != ERROR_SUCCESS) return error;
+  const Win32Error error = WriteRecord(service_, record_);
+  if (error != ERROR_SUCCESS) SignalProcess(record_.process, SIGKILL);
+  return error;
 }
 
 Win32Error Supervisor::Spawn() {
@@ -207,15 +198,15 @@ int SupervisorMain(const std::string& home, const std::string& service_name) {
   signal(SIGPIPE, SIG_IGN);  // A caller that is gone already misses the answer, no more.
   if (chdir("/") != 0) return 1;
 
-  SupervisorAnswer answer{ERROR_SERVICE_DOES_NOT_EXIST, {}, {}};
+  Win32Error error = ERROR_SERVICE_DOES_NOT_EXIST;
   std::optional<Service> service = FindService(home, PathFromNative(service_name));
   std::optional<Supervisor> supervisor;
-  if (service) answer = supervisor.emplace(std::move(*service)).Start();
-  const std::string text = ToText(answer);
+  if (service) error = supervisor.emplace(std::move(*service)).Start();
+  const std::string text = std::to_string(error) + "\n";
   const ssize_t ignored = write(answer_to, text.data(), text.size());
   static_cast<void>(ignored);
   close(answer_to);
-  if (answer.error != ERROR_SUCCESS) return 1;
+  if (error != ERROR_SUCCESS) return 1;
   supervisor->Run();
   return 0;
 }

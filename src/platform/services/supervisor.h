@@ -2,7 +2,9 @@
 // ended, and keeps the service's record true.
 //
 // Signals are its requests: SIGTERM stops the program, SIGHUP starts it anew. Whoever starts the
-// supervisor reads one answer from its standard output: see SupervisorAnswer.
+// supervisor holds the service's lock and reads one answer from its standard output: the error, or
+// 0, as a number. With the answer the first record stands, so that nobody who comes after a caller
+// that was killed starts the service a second time.
 #pragma once
 
 #include <chrono>
@@ -14,22 +16,15 @@
 
 namespace kelvarion::platform {
 
-// "ok" and the identities of the supervisor and the program, or "failed" and a Win32 error.
-struct SupervisorAnswer {
-  Win32Error error = 0;
-  ProcessIdentity supervisor;
-  ProcessIdentity process;
-};
-std::string ToText(const SupervisorAnswer& answer);
 // A supervisor that said nothing has failed with ERROR_SERVICE_REQUEST_TIMEOUT.
-SupervisorAnswer ParseSupervisorAnswer(const std::string& text);
+Win32Error ParseSupervisorAnswer(const std::string& text);
 
 class Supervisor {
  public:
   explicit Supervisor(Service service);
 
-  // Blocks the signals that are requests, then starts the program.
-  SupervisorAnswer Start();
+  // Blocks the signals that are requests, starts the program and records it.
+  Win32Error Start();
   // Returns when the program has ended for good, everything it left behind has been ended too, and
   // the record says how it went.
   void Run();
