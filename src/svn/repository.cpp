@@ -12,6 +12,7 @@
 
 #include "platform/text/encoding.h"
 #include "svn/error.h"
+#include "svn/replica_role.h"
 #include "svn/text.h"
 
 namespace kelvarion::svn {
@@ -89,6 +90,13 @@ StoreInfo ReadStoreInfo(svn_repos_t* repository, const Pool& scratch) {
   if (info.fs_type == SVN_FS_TYPE_FSFS) {
     const auto* fsfs = reinterpret_cast<const svn_fs_fsfs_info_t*>(answer);
     info.fsfs = FsfsLayout{fsfs->shard_size, fsfs->min_unpacked_rev, fsfs->log_addressing != FALSE};
+  }
+  if (const auto role = ReadReplicaRole(svn_repos_path(repository, scratch), scratch)) {
+    info.fs_type = "ormu";
+    info.master = role->master;
+    info.suspended = role->suspended;
+    info.master_server = Utf16(role->master_server);
+    info.master_repository = Utf16(role->master_repository);
   }
   return info;
 }

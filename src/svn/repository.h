@@ -51,7 +51,8 @@ struct FsfsLayout {
   bool log_addressing = false;
 };
 
-// What a store says about itself.
+// What a store says about itself: of a repository that replicates its type is "ormu", with the
+// layout of the FSFS store beneath.
 struct StoreInfo {
   std::string fs_type;
   std::optional<FsfsLayout> fsfs;
