@@ -130,7 +130,7 @@ void Connection::Serve(const std::string& kind) {
 
 // Administrators get to know who asked; the client only that it may not.
 void Connection::RefuseStranger() {
-  RecordRefusal(workplace_.machine, client_);
+  workplace_.refusals.Record(client_);
   Refuse(http::status::forbidden, WBEM_E_ACCESS_DENIED, {}, false);
 }
 

@@ -21,7 +21,7 @@ namespace kelvarion::host {
 
 struct Workplace {
   const ProviderHost& host;
-  const platform::Machine& machine;
+  Refusals& refusals;
   const DaemonLimits& limits;
   const ServedClients& served;
   RunningRequests& running;

@@ -36,8 +36,9 @@ class Daemon::Listener {
         lock_(platform::PathFromNative(home + "/kelvariond.lock"), platform::IfLocked::kGiveUp),
         machine_(platform::CurrentMachine()),
         served_(home, *machine_->security),
+        refusals_(*machine_),
         running_(host, limits_.running),
-        workplace_{host, *machine_, limits_, served_, running_} {
+        workplace_{host, refusals_, limits_, served_, running_} {
     if (lock_.Error() == ERROR_SHARING_VIOLATION)
       throw SimpleException(u"Another daemon serves the home '%s' already.", Utf16(home));
     if (lock_.Error() != ERROR_SUCCESS)
@@ -62,6 +63,7 @@ class Daemon::Listener {
   const platform::FileLock lock_;
   const std::shared_ptr<platform::Machine> machine_;
   const ServedClients served_;
+  Refusals refusals_;
   RunningRequests running_;
   Workplace workplace_;
   net::io_context io_;

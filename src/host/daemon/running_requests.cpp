@@ -15,28 +15,35 @@ void RunningRequests::Leave() {
   left_.notify_all();
 }
 
-void RunningRequests::Add(StreamSink& sink) {
-  const std::lock_guard lock(mutex_);
-  running_.insert(&sink);
-  if (all_cancelled_) sink.Cancel();
-}
+class RunningRequests::Listed {
+ public:
+  Listed(RunningRequests& requests, StreamSink& sink) : requests_(requests), sink_(sink) {
+    const std::lock_guard lock(requests_.mutex_);
+    requests_.running_.insert(&sink_);
+    if (requests_.all_cancelled_) sink_.Cancel();
+  }
+  ~Listed() {
+    const std::lock_guard lock(requests_.mutex_);
+    requests_.running_.erase(&sink_);
+  }
+  Listed(const Listed&) = delete;
+  Listed& operator=(const Listed&) = delete;
 
-void RunningRequests::Remove(StreamSink& sink) {
-  const std::lock_guard lock(mutex_);
-  running_.erase(&sink);
-}
+ private:
+  RunningRequests& requests_;
+  StreamSink& sink_;
+};
 
 void RunningRequests::Run(const ClientRequest& request, const ClientToken& client,
                           AnswerLines& lines) {
   const auto sink = MakeCom<StreamSink>(lines);
-  Add(*sink);
+  const Listed listed(*this, *sink);
   HRESULT returned = WBEM_E_CALL_CANCELLED;
   if (!sink->IsCancelled()) {
     const ScopedClient scope(client);
     returned = request(host_.services(), sink.Get());
   }
   sink->Finish(returned);
-  Remove(*sink);
 }
 
 void RunningRequests::Close() {

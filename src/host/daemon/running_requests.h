@@ -46,8 +46,8 @@ class RunningRequests {
   bool WaitForNone(std::chrono::milliseconds time);
 
  private:
-  void Add(StreamSink& sink);
-  void Remove(StreamSink& sink);
+  // Known to CancelAll while it lives.
+  class Listed;
   void Leave();
 
   const ProviderHost& host_;

@@ -20,11 +20,15 @@ bool ServedClients::Includes(const ClientToken& client) const {
          access::IsGroupMember(accounts_, access::kServerAdminsGroup, client);
 }
 
-void RecordRefusal(const platform::Machine& machine, const ClientToken& client) {
+void Refusals::Record(const ClientToken& client) {
   try {
-    if (RegistryAccessor(*machine.registry).GetWmiProviderLogLevel() < 1) return;
+    if (RegistryAccessor(*machine_.registry).GetWmiProviderLogLevel() < 1) return;
   } catch (const Exception&) {
     // A damaged setting must not silence the log.
+  }
+  {
+    const std::lock_guard lock(mutex_);
+    if (!limit_.Allows(platform::ReportLimit::Clock::now())) return;
   }
   platform::EventRecord record;
   record.source = kProviderEventSource;
@@ -32,7 +36,7 @@ void RecordRefusal(const platform::Machine& machine, const ClientToken& client) 
   record.category = 1;
   record.id = kEventAccessDenied;
   record.user_sid = client.user_sid;
-  machine.event_log->Report(record);
+  machine_.event_log->Report(record);
 }
 
 }  // namespace kelvarion::host

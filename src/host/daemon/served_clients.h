@@ -1,9 +1,11 @@
 // Whom the daemon works for.
 #pragma once
 
+#include <mutex>
 #include <string>
 
 #include "platform/com/class_object.h"
+#include "platform/event_log/report_limit.h"
 #include "platform/machine/machine.h"
 
 namespace kelvarion::host {
@@ -23,8 +25,22 @@ class ServedClients {
   const platform::SecurityAuthority& accounts_;
 };
 
-// Leaves the record of a refused client in the event log, under the client's account, unless the
-// settings silence failures.
-void RecordRefusal(const platform::Machine& machine, const ClientToken& client);
+// Leaves records of refused clients in the event log, each under the client's account, unless the
+// settings silence failures. Those beyond a number a minute leave none, since everybody may ask.
+// Safe from any thread.
+class Refusals {
+ public:
+  // The machine outlives the object.
+  explicit Refusals(const platform::Machine& machine) : machine_(machine) {}
+
+  void Record(const ClientToken& client);
+
+ private:
+  static constexpr int kPerMinute = 30;
+
+  const platform::Machine& machine_;
+  std::mutex mutex_;
+  platform::ReportLimit limit_{kPerMinute};
+};
 
 }  // namespace kelvarion::host

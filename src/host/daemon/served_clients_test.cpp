@@ -57,7 +57,7 @@ TEST(ServedClientsTest, ARefusalIsRecordedUnderTheClientUnlessFailuresAreSilence
   for (const std::uint32_t level : {0, 1}) {
     home.machine()->registry->Set(settings, u"WmiProviderLogLevel",
                                   platform::RegistryValue::Dword(level));
-    RecordRefusal(*home.machine(), stranger);
+    Refusals(*home.machine()).Record(stranger);
   }
   std::vector<platform::EventRecord> records;
   home.machine()->event_log->Read({}, [&](const auto& record) { records.push_back(record); });

@@ -11,19 +11,10 @@ constexpr std::uint32_t kWarning = 0x800007D4;  // The event whose text is its o
 
 void FailureReports::Report(const std::string& name, const std::string& client,
                             const std::string& reason, Clock::time_point now) {
-  if (now - minute_ >= std::chrono::minutes(1)) {
-    minute_ = now;
-    reported_ = 0;
-  }
-  if (reported_ == kPerMinute) {
-    ++unreported_;
-    return;
-  }
-  ++reported_;
+  if (!limit_.Allows(now)) return;
   std::string text = "The login of '" + name + "' from " + client + " failed: " + reason;
-  if (unreported_ > 0)
-    text += "; " + std::to_string(unreported_) + " failures before it were not recorded";
-  unreported_ = 0;
+  if (const int unreported = limit_.TakeUnreported(); unreported > 0)
+    text += "; " + std::to_string(unreported) + " failures before it were not recorded";
   EventRecord record;
   record.source = u"Kelvarion Server 3.5";
   record.type = EventType::kWarning;

@@ -7,6 +7,7 @@
 
 #include "platform/authn/expiring_map.h"
 #include "platform/event_log/event_log.h"
+#include "platform/event_log/report_limit.h"
 
 namespace kelvarion::platform {
 
@@ -22,9 +23,7 @@ class FailureReports {
 
  private:
   std::unique_ptr<EventLog> log_;
-  Clock::time_point minute_{};  // When the present one began.
-  int reported_ = 0;            // In the present minute.
-  int unreported_ = 0;          // Since the last report.
+  ReportLimit limit_{kPerMinute};
 };
 
 }  // namespace kelvarion::platform
