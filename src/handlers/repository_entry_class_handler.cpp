@@ -2,8 +2,6 @@
 
 #include "handlers/repository_entry_class_handler.h"
 
-#include "repos/repository_store.h"
-
 namespace kelvarion {
 namespace {
 
@@ -32,11 +30,7 @@ WMIObject RepositoryEntryClassHandler::Describe(const repos::RepositoryEntry& en
 HRESULT RepositoryEntryClassHandler::GetObject(ParsedObjectPath& path, CallContext*,
                                                WMIObject& out) {
   const auto [name, place] = path.Keys(kRepositoryName, kPath);
-  const auto repository = repos::FindRepository(context(), name);
-  if (!repository) throw WMIException(WBEM_E_NOT_FOUND);
-  const auto entry = repos::ReadEntry(context(), {*repository, place});
-  if (!entry) throw WMIException(WBEM_E_NOT_FOUND);
-  out = Describe(*entry);
+  out = Describe(repos::RequireEntry(context(), {name, place}));
   return S_OK;
 }
 

@@ -134,6 +134,14 @@ std::optional<RepositoryEntry> ReadEntry(const ServerContext& context, const Ent
   return Entries(context, key.repository).Make(key.path, kind);
 }
 
+RepositoryEntry RequireEntry(const ServerContext& context, const EntryKey& key) {
+  const auto repository = FindRepository(context, key.repository);
+  if (!repository) throw WMIException(WBEM_E_NOT_FOUND);
+  const auto entry = ReadEntry(context, {*repository, key.path});
+  if (!entry) throw WMIException(WBEM_E_NOT_FOUND);
+  return *entry;
+}
+
 std::optional<FolderContent> ReadFolder(const ServerContext& context, const EntryKey& key) {
   RequireCanonical(key.path);
   const Head head(context, key.repository);

@@ -37,6 +37,10 @@ struct EntryKey {
 // Nothing when the head revision has no such path.
 std::optional<RepositoryEntry> ReadEntry(const ServerContext& context, const EntryKey& key);
 
+// The same for a client that names the repository in any letter case and needs the entry:
+// WMIException WBEM_E_NOT_FOUND without the repository or the entry.
+RepositoryEntry RequireEntry(const ServerContext& context, const EntryKey& key);
+
 struct FolderContent {
   RepositoryEntry entry;
   std::vector<RepositoryEntry> children;  // Unsorted; none in a file.

@@ -93,11 +93,7 @@ WMIObject PS_RepositoryItemClassHandler::Describe(const repos::RepositoryEntry& 
 HRESULT PS_RepositoryItemClassHandler::PsGetObject(ParsedObjectPath& path, CallContext*,
                                                    WMIObject& out) {
   const auto [name, place] = path.Keys(kRepository, kPath);
-  const auto repository = repos::FindRepository(context(), name);
-  if (!repository) throw WMIException(WBEM_E_NOT_FOUND);
-  const auto entry = repos::ReadEntry(context(), {*repository, place});
-  if (!entry) throw WMIException(WBEM_E_NOT_FOUND);
-  out = Describe(*entry);
+  out = Describe(repos::RequireEntry(context(), {name, place}));
   return S_OK;
 }
 
