@@ -1,0 +1,33 @@
+// What keeps clients from changing a slave, whichever way they come.
+//
+// Hooks name the master and refuse; without them, since administrators delete hooks, the lock that
+// every change needs cannot be taken: a folder stands in its place while nobody replicates.
+#pragma once
+
+#include <string>
+
+#include "svn/cancellation.h"
+#include "svn/pool.h"
+
+namespace kelvarion::ormu {
+
+// Puts the guard of any repository in the state that its role asks for, and removes what work that
+// was killed left. Cheap when all is well. Leaves a slave alone that is being written to just now.
+void MendGuard(const std::string& folder, const svn::Pool& scratch);
+
+// The right to change a slave while it lives: one at a time in all processes, waiting for others
+// unless cancelled. The guard is whole again afterwards, as far as the process lives to see it.
+class SlaveWriteAccess {
+ public:
+  SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,
+                   const svn::Pool& parent);
+  ~SlaveWriteAccess();
+  SlaveWriteAccess(const SlaveWriteAccess&) = delete;
+  SlaveWriteAccess& operator=(const SlaveWriteAccess&) = delete;
+
+ private:
+  std::string folder_;
+  svn::Pool pool_;  // Holds the lock.
+};
+
+}  // namespace kelvarion::ormu

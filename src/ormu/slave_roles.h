@@ -1,0 +1,26 @@
+// What turns repositories into slaves and back. Folders are in the libraries' form.
+//
+// A kill between two steps leaves a repository that has its old or its new role and that MendGuard
+// puts right. Failures throw SvnException.
+#pragma once
+
+#include <string>
+
+#include "ormu/master_session.h"
+
+namespace kelvarion::ormu {
+
+// Makes an empty slave at `folder`, which does not exist, with the identity and the revision 0 of
+// the master. What a failure leaves is removed.
+void MakeEmptySlave(MasterSession& master, const std::string& folder);
+
+// A master becomes a slave; RequireSameHistory is the caller's to ask first.
+void TurnIntoSlave(const std::string& folder, const std::string& server,
+                   const std::string& repository, const svn::Pool& scratch);
+// A slave becomes a master, with the revisions that it has.
+void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch);
+// A slave follows another master from now on.
+void Relocate(const std::string& folder, const std::string& server, const std::string& repository,
+              const svn::Pool& scratch);
+
+}  // namespace kelvarion::ormu
