@@ -18,4 +18,13 @@ std::u16string EncodeBase64(std::string_view bytes, platform::Base64Format forma
   return text;
 }
 
+platform::Certificate CreateCertificateContext(const std::u16string& text) {
+  std::string der;
+  platform::Certificate certificate;
+  Win32Error error = platform::DecodeBase64WithHeader(text, der);
+  if (error == ERROR_SUCCESS) error = platform::ReadDerCertificate(der, certificate);
+  if (error) throw Win32Exception(error, u"Cannot create certificate context");
+  return certificate;
+}
+
 }  // namespace kelvarion::util

@@ -1,0 +1,50 @@
+#include "certificate/supplied_certificate.h"
+
+#include "certificate/supplied_text.h"
+
+namespace kelvarion::certificate {
+namespace {
+
+// The installed key unless the supplied text brings the certificate's own.
+struct Choice {
+  KeyMatch match = KeyMatch::kNone;
+  platform::PrivateKey key;
+};
+
+Choice ChooseKey(const SuppliedText& supplied, const InstalledCertificate& installed) {
+  platform::PrivateKey installed_key = installed.key();
+  if (platform::BelongTogether(supplied.certificate(), installed_key))
+    return {KeyMatch::kInstalledKey, std::move(installed_key)};
+  platform::PrivateKey key = supplied.Key();
+  if (key && platform::BelongTogether(supplied.certificate(), key))
+    return {KeyMatch::kSuppliedKey, std::move(key)};
+  return {KeyMatch::kNone, std::move(key)};
+}
+
+}  // namespace
+
+KeyMatch ValidateCertificate(const ServerContext& context, const std::u16string& text) {
+  const SuppliedText supplied(text);
+  return ChooseKey(supplied, ReadInstalled(PathsOf(context.configuration()))).match;
+}
+
+ChainReport ImportCertificate(const ServerContext& context, const std::u16string& text) {
+  const SuppliedText supplied(text);
+  const CertificatePaths paths = PathsOf(context.configuration());
+  const CertificateLock lock(paths);
+  const Choice choice = ChooseKey(supplied, ReadInstalled(paths));
+  switch (choice.match) {
+    case KeyMatch::kInstalledKey:
+    case KeyMatch::kSuppliedKey:
+      return Install(paths, supplied.certificate(), choice.key, supplied.further());
+    case KeyMatch::kNone:
+      throw SimpleException(
+          u"Provided certificate and private key do not match to each other.%s",
+          choice.key ? u""
+                     : u" The certificate was not issued for the installed private key, and "
+                       u"no other private key was provided with it.");
+  }
+  throw SimpleException(u"Unknown error.");
+}
+
+}  // namespace kelvarion::certificate
