@@ -7,6 +7,7 @@
 #include "access/permission_description.h"
 #include "access/permission_model.h"
 #include "svn/error.h"
+#include "svn/replica_role.h"
 #include "svn/repository.h"
 #include "tests/support/test_home.h"
 
@@ -115,6 +116,19 @@ TEST_F(WindowsPermissionsTest, TheWalkGoesFromThePathUpToTheServer) {
   Collector none;
   EnumerateEffectivePermissions(context_, {u"r", u"/"}, none);
   EXPECT_TRUE(none.rules.empty());
+}
+
+TEST_F(WindowsPermissionsTest, PathsOfASlaveAreItsMasters) {
+  const svn::Pool pool(context_.root_pool());
+  svn::WriteReplicaRole(home_.root() + "/r", {false, false, "m.example", "r"}, pool);
+  const auto set = [&] {
+    SetPathPermissions(context_, {u"r", u"/"}, {{kSystem, kWrite}}, ResetChildren::kNo);
+  };
+  EXPECT_THROW(set(), SimpleException);
+  SetGlobalPermissions(context_, {{kSystem, kWrite}});
+  svn::WriteReplicaRole(home_.root() + "/r", {true, false, "", ""}, pool);
+  set();
+  EXPECT_EQ(events().size(), 2u);
 }
 
 }  // namespace

@@ -155,7 +155,7 @@ void RestoreRepository(const ServerContext& context, const std::u16string& path,
                        const std::u16string& name, const BackupNotify& notify,
                        const IcCancelCallback* cancel) {
   GetRepositoryType(context, path);  // Throws unless it is one.
-  NewRepository repository(context, name, NewRepository::Prepared::kRefuse);
+  NewRepository repository(context, name, Prepared::kRefuse);
   LongOperation operation(cancel, kRestoreCancelled);
   CopyAndVerify(context, path, repository.folder(), notify, operation, cancel);
   repository.WriteMissingRules();

@@ -8,6 +8,7 @@
 
 #include "access/permission_model.h"
 #include "errors/exception.h"
+#include "platform/ormu/ormu.h"
 #include "repos/repository_store.h"
 #include "repos/url.h"
 #include "svn/commit.h"
@@ -98,6 +99,16 @@ class Head {
   svn_fs_root_t* root_ = nullptr;
 };
 
+// Our commits pass no hook that would refuse them.
+void RefuseSlave(svn_repos_t* repository, const svn::Pool& pool) {
+  const svn::StoreInfo info = svn::ReadStoreInfo(repository, pool);
+  if (svn::TypeOf(info) != RepositoryType::OrmuSlave) return;
+  svn::ThrowError(ORMU_ERR_SLAVE_READ_ONLY,
+                  Format(u"This repository is a slave and takes no changes; commit to the master: "
+                         u"%s on %s",
+                         info.master_repository, info.master_server));
+}
+
 using Step = svn_error_t* (*)(svn_fs_root_t*, const char* path, apr_pool_t*);
 
 void Commit(const ServerContext& context, const FolderCommit& commit, Step step) {
@@ -108,6 +119,7 @@ void Commit(const ServerContext& context, const FolderCommit& commit, Step step)
   };
   svn_repos_t* const repository =
       svn::OpenRepository(GetRepositoryPath(context, commit.repository), pool, warn);
+  RefuseSlave(repository, pool);
   svn::CommitChange(
       repository, kAuthor, commit.message,
       [&](svn_fs_root_t* root, const svn::Pool& parent) {

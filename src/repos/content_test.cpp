@@ -5,9 +5,11 @@
 
 #include "access/permission_model.h"
 #include "errors/exception.h"
+#include "platform/ormu/ormu.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
 #include "svn/error.h"
+#include "svn/replica_role.h"
 #include "tests/support/process.h"
 #include "tests/support/test_home.h"
 
@@ -105,6 +107,24 @@ TEST_F(ContentTest, OneCommitDoesAllOrNothing) {
   DeleteFolders(context(), {u"demo", {u"/a/b", u"/a"}, u""});
   EXPECT_EQ(Log("youngest"), "2\n");
   EXPECT_THAT(Children(u"/"), UnorderedElementsAre());
+}
+
+TEST_F(ContentTest, ASlaveTakesNoCommitAndNamesItsMaster) {
+  CreateFolders(context(), {u"demo", {u"/a"}, u""});
+  const svn::Pool pool(context().root_pool());
+  svn::WriteReplicaRole(home_.root() + "/demo", {false, false, "m.example:81", "origin"}, pool);
+  for (const auto change :
+       {+[](const ServerContext&c, const FolderCommit&commit) { CreateFolders(c, commit); },
+        +[](const ServerContext&c, const FolderCommit&commit) { DeleteFolders(c, commit); }}) {
+    try {
+      change(context(), {u"demo", {u"/a"}, u""});
+      ADD_FAILURE() << "A slave was changed";
+    } catch (const SvnException& refusal) {
+      EXPECT_EQ(refusal.code(), ORMU_ERR_SLAVE_READ_ONLY);
+      EXPECT_TRUE(refusal.Message().ends_with(u"origin on m.example:81"));
+    }
+  }
+  EXPECT_EQ(Log("youngest"), "1\n");
 }
 
 }  // namespace

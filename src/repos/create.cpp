@@ -7,7 +7,7 @@
 namespace kelvarion::repos {
 
 void CreateRepository(const ServerContext& context, const std::u16string& name) {
-  const NewRepository repository(context, name, NewRepository::Prepared::kMayBeEmptyFolder);
+  const NewRepository repository(context, name, Prepared::kMayBeEmptyFolder);
   svn::CreateRepository(svn::PathFromDirent(repository.folder()), repository.pool());
   repository.WriteMissingRules();
   repository.Publish();

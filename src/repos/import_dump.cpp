@@ -130,7 +130,7 @@ void ImportDumpFile(const ServerContext& context, const std::u16string& name,
   RequireAbsolutePath(dump);
   const svn::Pool pool(context.root_pool());
   const DumpFile file = OpenDumpFile(dump, pool);
-  NewRepository repository(context, name, NewRepository::Prepared::kRefuse);
+  NewRepository repository(context, name, Prepared::kRefuse);
   if (notify) WarnOfShortage(context, file, *notify);
   LongOperation operation(cancel, kImportCancelled);
   LoadInto(repository, file, notify, operation);

@@ -26,7 +26,7 @@ void ImportRepository(const ServerContext& context, const std::u16string& name,
                       const std::u16string& source, IcImportRepositoryNotify* notify,
                       const IcCancelCallback* cancel) {
   RefuseSlave(context, source);
-  NewRepository repository(context, name, NewRepository::Prepared::kRefuse);
+  NewRepository repository(context, name, Prepared::kRefuse);
   LongOperation operation(cancel, kImportCancelled);
   CopyRepository(source, repository.folder(), notify, operation, repository.pool());
   repository.WriteMissingRules();

@@ -8,7 +8,6 @@
 #include "repos/names.h"
 #include "repos/repository_store.h"
 #include "repos/root_entries.h"
-#include "svn/atomic_file.h"
 #include "svn/error.h"
 #include "svn/text.h"
 
@@ -29,44 +28,42 @@ bool IsEmptyFolder(const std::string& dirent, const svn::Pool& pool) {
 
 }  // namespace
 
-NewRepository::NewRepository(const ServerContext& context, std::u16string name, Prepared prepared)
-    : context_(context),
-      name_((ValidateRepositoryName(name), std::move(name))),
-      prepared_(prepared),
-      pool_(context.root_pool()),
-      work_((RefuseTakenName(), context)) {}
-
-void NewRepository::RefuseTakenName() const {
-  const auto taken = FindEntry(access::RepositoriesRoot(context_), name_, pool_);
+void RequireFreeName(const ServerContext& context, const std::u16string& name, Prepared prepared) {
+  ValidateRepositoryName(name);
+  const svn::Pool pool(context.root_pool());
+  const auto taken = FindEntry(access::RepositoriesRoot(context), name, pool);
   if (!taken) return;
-  const std::u16string path = GetRepositoryPath(context_, name_);
+  const std::u16string path = GetRepositoryPath(context, name);
   const std::string dirent = svn::DirentFromPath(path);
-  if (*taken != name_ || KindOf(dirent, pool_) != svn_node_dir) {
+  if (*taken != name || KindOf(dirent, pool) != svn_node_dir) {
     throw SimpleException(u"Repository with the name '%s' already exists.", *taken);
   }
-  if (prepared_ == Prepared::kRefuse) {
+  if (prepared == Prepared::kRefuse) {
     svn::ThrowAprError(APR_EEXIST, Format(u"Can't create directory '%s'", path));
   }
-  if (!IsEmptyFolder(dirent, pool_)) {
+  if (!IsEmptyFolder(dirent, pool)) {
     svn::ThrowError(SVN_ERR_DIR_NOT_EMPTY, Format(u"'%s' exists and is non-empty", path));
   }
 }
 
-void NewRepository::WriteMissingRules() const {
-  const std::string conf = svn::JoinDirent(folder(), "conf");
-  for (const char* name : {"Kelvarion-SvnAuthz.ini", "Kelvarion-WinAuthz.ini"}) {
-    const std::string file = svn::JoinDirent(conf, name);
-    if (KindOf(file, pool_) != svn_node_none) continue;
-    svn::ReplaceFile(svn::PathFromDirent(file), access::kAuthorizationHeader,
-                     platform::NewFile::kAsFolderSays, pool_);
-  }
-}
+NewRepository::NewRepository(const ServerContext& context, std::u16string name, Prepared prepared)
+    : context_(context),
+      name_((RequireFreeName(context, name, prepared), std::move(name))),
+      prepared_(prepared),
+      pool_(context.root_pool()),
+      work_(context) {}
 
 void NewRepository::Publish() const {
   const NamesLock names(context_);
-  RefuseTakenName();
+  RequireFreeName(context_, name_, prepared_);
   const std::string target = svn::DirentFromPath(GetRepositoryPath(context_, name_));
   svn::Check(svn_io_file_rename2(folder().c_str(), target.c_str(), TRUE, pool_));
+}
+
+void NewRepository::Withdraw() const {
+  const NamesLock names(context_);
+  const std::string published = svn::DirentFromPath(GetRepositoryPath(context_, name_));
+  svn::Check(svn_io_file_rename2(published.c_str(), folder().c_str(), FALSE, pool_));
 }
 
 }  // namespace kelvarion::repos

@@ -29,17 +29,24 @@ std::u16string SvnException::Message() const {
   return chain_ ? BestMessage(chain_.get()) : std::u16string();
 }
 
-std::u16string SvnException::FullText() const {
-  std::u16string text;
-  if (!chain_) return text;
+std::vector<SvnException::Link> SvnException::Links() const {
+  std::vector<Link> links;
+  if (!chain_) return links;
   std::set<int> seen;
   for (const svn_error_t* link = svn_error_purge_tracing(chain_.get()); link; link = link->child) {
     // A link without a message of its own would only repeat what its code says; the one that merely
     // joins two chains says nothing at all.
     const bool news = seen.insert(link->apr_err).second && link->apr_err != SVN_ERR_COMPOSED_ERROR;
-    if (!link->message && !news) continue;
+    if (link->message || news) links.push_back({link->apr_err, BestMessage(link)});
+  }
+  return links;
+}
+
+std::u16string SvnException::FullText() const {
+  std::u16string text;
+  for (const Link& link : Links()) {
     if (!text.empty()) text += u'\n';
-    text += BestMessage(link);
+    text += link.message;
   }
   return text;
 }

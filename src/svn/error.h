@@ -3,6 +3,8 @@
 
 #include <exception>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "errors/exception.h"
 
@@ -16,6 +18,12 @@ class SvnException : public CloneableException<SvnException, Exception> {
   // Takes over the chain, which may be null.
   explicit SvnException(svn_error_t* chain);
   std::u16string Message() const override;
+  // The errors of the chain that have something to say, the first one first.
+  struct Link {
+    int code;
+    std::u16string message;
+  };
+  std::vector<Link> Links() const;
   // Every message of the chain, one a line.
   std::u16string FullText() const;
   // The code of the chain's first error, 0 without a chain.
