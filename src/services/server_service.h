@@ -1,8 +1,8 @@
 // Control of the web server's service, KelvarionServer.
 //
-// Every call opens the service anew and keeps nothing. Start, stop and restart return when the
-// request has been accepted. All failures are Win32Exception with the service manager's error, the
-// mapping of the account aside.
+// Every call opens the service anew and keeps nothing. Start and stop return when the request has
+// been accepted. All failures are Win32Exception with the service manager's error, the mapping of
+// the account aside.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,9 @@ platform::ServiceStatus QueryServerStatus(const platform::ServiceManager& manage
 
 void StartServer(platform::ServiceManager& manager);
 void StopServer(platform::ServiceManager& manager);
-// The server takes up its configuration without dropping connections. A configuration that it could
-// not run with is an error and leaves it running with the old one.
+// The server takes up its configuration without dropping connections, and has done so on return
+// unless it needs a new process for it: then its state tells when it is up. A configuration that it
+// could not run with is an error and leaves it running with the old one.
 void RestartServer(platform::ServiceManager& manager);
 
 // True once the service is in the state, false when `timeout_ms` have passed. Throws as soon as the

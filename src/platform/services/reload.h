@@ -1,4 +1,4 @@
-// Whether a running web server would survive reading its configuration anew.
+// How a running web server reads its configuration anew, and whether it would survive that.
 //
 // A server that is told to do so reads the files itself and dies of a mistake in them; so the
 // question is answered by a second process before.
@@ -19,5 +19,9 @@ enum class ReloadVerdict {
 
 ReloadVerdict CheckReload(const Service& service, const ProcessIdentity& server,
                           std::string& reason);
+
+// Makes the server take its configuration up while it serves, and returns when it has or has died,
+// after some seconds at most. False when it cannot be told to.
+bool Reload(const Service& service, const ProcessIdentity& server);
 
 }  // namespace kelvarion::platform

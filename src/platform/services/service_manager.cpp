@@ -184,8 +184,7 @@ Win32Error LinuxServiceManager::Restart(const Service& service, const ServiceSta
     case ReloadVerdict::kRefused:
       return Fail(service, ERROR_SERVICE_SPECIFIC_ERROR, reason);
     case ReloadVerdict::kGraceful:
-      // While it carries out an earlier request it ignores the signal, and the change with it.
-      if (!SignalWhenCaught(state.process, SIGUSR1)) return ERROR_ACCESS_DENIED;
+      if (!Reload(service, state.process)) return ERROR_ACCESS_DENIED;
       break;
     case ReloadVerdict::kNeedsNewProcess: {
       ServiceRecord record = state.record;

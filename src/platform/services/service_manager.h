@@ -60,6 +60,7 @@ class ServiceManager {
   // ERROR_SERVICE_ALREADY_RUNNING, ERROR_SERVICE_DISABLED. An accepted start clears the exit code.
   virtual Win32Error Start(const std::u16string& name) = 0;
   // SERVICE_CONTROL_STOP or a control of the service's own; ERROR_SERVICE_NOT_ACTIVE when stopped.
+  // A restart that keeps the server's process returns once the configuration has been taken up.
   virtual Win32Error Control(const std::u16string& name, std::uint32_t control) = 0;
   // What the service said when it last failed (its stderr or the end of its log), for people;
   // empty when its last start and control went well.
