@@ -5,6 +5,7 @@
 
 #include "platform/text/compare.h"
 #include "repos/root.h"
+#include "services/explained_request.h"
 #include "services/server_service.h"
 #include "settings/server_settings.h"
 
@@ -139,40 +140,19 @@ void ServiceClassHandler::SetLoggingOptions(MethodCall& call) {
                               call.in(kEnableOperationalLogging));
 }
 
-void ServiceClassHandler::Control(MethodCall& call,
-                                  void (*request)(platform::ServiceManager& manager)) const {
-  try {
-    request(*context().machine().services);
-  } catch (const Exception&) {
-    ReportReason(call);
-    throw;
-  }
-}
-
-void ServiceClassHandler::ReportReason(MethodCall& call) const {
-  const std::u16string reason =
-      context().machine().services->LastFailure(services::kServerServiceName);
-  if (reason.empty()) return;
-  context().events().LogWarning(reason);
-  call.sink().WriteWarning(reason);
-}
-
-// The start is accepted when the server's process exists. Most that goes wrong then (an address in
-// use, a bad certificate) does so at once, and a client should not have to ask again to learn why.
 void ServiceClassHandler::StartService(MethodCall& call) {
-  constexpr std::uint32_t kFirstMoments = 5000;
-  Control(call, services::StartServer);
-  try {
-    services::WaitForServerState(*context().machine().services, platform::SERVICE_RUNNING,
-                                 kFirstMoments);
-  } catch (const Exception&) {
-    ReportReason(call);
-  }
+  services::RunExplainedStart(context(), services::kServerServiceName, call.warn(),
+                              services::StartServer);
 }
 
-void ServiceClassHandler::StopService(MethodCall& call) { Control(call, services::StopServer); }
+void ServiceClassHandler::StopService(MethodCall& call) {
+  services::RunExplained(context(), services::kServerServiceName, call.warn(),
+                         services::StopServer);
+}
+
 void ServiceClassHandler::RestartService(MethodCall& call) {
-  Control(call, services::RestartServer);
+  services::RunExplainedStart(context(), services::kServerServiceName, call.warn(),
+                              services::RestartServer);
 }
 
 void ServiceClassHandler::SetRepositoriesURLPrefix(MethodCall& call) {

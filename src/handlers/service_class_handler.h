@@ -38,11 +38,6 @@ class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler
   void SetRepositoriesURLPrefix(MethodCall& call);
   void SetWebInterfaceOptions(MethodCall& call);
 
-  // Runs a request to the service manager; when it fails, the client gets the server's own words
-  // as a warning and the event log gets them, too.
-  void Control(MethodCall& call, void (*request)(platform::ServiceManager& manager)) const;
-  void ReportReason(MethodCall& call) const;
-
   const AccountClassSet& accounts_;
 };
 

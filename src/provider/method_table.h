@@ -57,6 +57,10 @@ class MethodCall {
     return out_;
   }
   ResponseSink& sink() { return sink_; }
+  // For operations that warn; not to be kept beyond the call.
+  auto warn() {
+    return [this](const std::u16string& text) { sink_.WriteWarning(text); };
+  }
   // For operations that run long. Any client may cancel the activity of the request; a client that
   // is gone or answers progress with "call cancelled" cancels as well.
   const IcCancelCallback& cancel() const { return cancel_; }

@@ -1,58 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <deque>
 #include <functional>
 
 #include "errors/exception.h"
+#include "services/fake_manager_for_test.h"
 #include "services/ormu_service.h"
 #include "services/server_service.h"
 
 namespace kelvarion::services {
 namespace {
 
-using platform::ServiceConfig;
 using platform::ServiceStatus;
-
-// Answers every call with `error`, status queries with the next of `statuses`, the last one for
-// good.
-class FakeManager : public platform::ServiceManager {
- public:
-  Win32Error QueryStatus(const std::u16string& name, ServiceStatus& out) const override {
-    Note(u"query " + name);
-    out = statuses.front();
-    if (statuses.size() > 1) statuses.pop_front();
-    return error;
-  }
-  Win32Error QueryConfig(const std::u16string& name, ServiceConfig& out) const override {
-    Note(u"config " + name);
-    out = config;
-    return error;
-  }
-  Win32Error SetStartType(const std::u16string& name, std::uint32_t type) override {
-    Note(Format(u"type %s %u", name, type));
-    return error;
-  }
-  Win32Error Start(const std::u16string& name) override {
-    Note(u"start " + name);
-    return error;
-  }
-  Win32Error Control(const std::u16string& name, std::uint32_t control) override {
-    Note(Format(u"control %s %u", name, control));
-    return error;
-  }
-  std::u16string LastFailure(const std::u16string&) const override { return u""; }
-
-  void Note(const std::u16string& call) const {
-    last = call;
-    ++calls;
-  }
-
-  Win32Error error = ERROR_SUCCESS;
-  ServiceConfig config;
-  mutable std::deque<ServiceStatus> statuses{{}};
-  mutable std::u16string last;
-  mutable int calls = 0;
-};
 
 class FakeAuthority : public platform::SecurityAuthority {
  public:
@@ -107,10 +65,10 @@ TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
       {[&] { WaitForOrmuState(manager, 1, 0); }, u"query ormusvc", u"Cannot query service status"},
   };
   for (const auto& row : rows) {
-    manager = {};
+    manager.calls.clear();
+    manager.Fail(u"", ERROR_SUCCESS);
     row.operation();
-    EXPECT_EQ(manager.last, row.call);
-    EXPECT_EQ(manager.calls, 1) << "one call each";
+    EXPECT_EQ(manager.calls, (std::deque<std::u16string>{row.call})) << "one call each";
     const std::u16string service =
         row.call.find(u"ormusvc") == row.call.npos ? kServerServiceName : kOrmuServiceName;
     const struct {
@@ -122,7 +80,7 @@ TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
         {RPC_S_SERVER_UNAVAILABLE, u"Cannot connect to service manager"},
     };
     for (const auto& failure : failures) {
-      manager.error = failure.error;
+      manager.Fail(u"", failure.error);
       try {
         row.operation();
         ADD_FAILURE() << "did not throw";
@@ -141,7 +99,7 @@ TEST(ServiceControlTest, AWaitEndsWithTheStateTheTimeOrTheServicesFailure) {
     std::uint32_t timeout_ms;
     bool reached;
     HRESULT failure;
-    int most_calls;
+    std::size_t most_calls;
   } rows[] = {
       {"there already", {{4, 0}}, 30000, true, S_OK, 1},
       {"after a while", {{2, 0}, {4, 0}}, 30000, true, S_OK, 2},
@@ -152,7 +110,7 @@ TEST(ServiceControlTest, AWaitEndsWithTheStateTheTimeOrTheServicesFailure) {
   };
   for (const auto& row : rows) {
     FakeManager manager;
-    manager.statuses = row.statuses;
+    manager.statuses[kServerServiceName] = row.statuses;
     try {
       EXPECT_EQ(WaitForServerState(manager, 4, row.timeout_ms), row.reached) << row.what;
       EXPECT_EQ(row.failure, S_OK) << row.what;
@@ -160,7 +118,7 @@ TEST(ServiceControlTest, AWaitEndsWithTheStateTheTimeOrTheServicesFailure) {
       EXPECT_EQ(thrown.hresult(), row.failure) << row.what;
       EXPECT_EQ(thrown.text(), u"") << row.what;
     }
-    EXPECT_LE(manager.calls, row.most_calls) << row.what;
+    EXPECT_LE(manager.calls.size(), row.most_calls) << row.what;
   }
 }
 

@@ -11,6 +11,7 @@
 
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
+#include "services/fake_manager_for_test.h"
 #include "tests/support/test_home.h"
 #include "util/computer.h"
 
@@ -19,30 +20,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-
-// A service in a given state, which nothing here may change.
-class FixedService final : public platform::ServiceManager {
- public:
-  explicit FixedService(platform::ServiceStatus status) : status_(status) {}
-  Win32Error QueryStatus(const std::u16string&, platform::ServiceStatus& out) const override {
-    out = status_;
-    return ERROR_SUCCESS;
-  }
-  Win32Error QueryConfig(const std::u16string&, platform::ServiceConfig&) const override {
-    return ERROR_NOT_SUPPORTED;
-  }
-  Win32Error SetStartType(const std::u16string&, std::uint32_t) override { return Refuse(); }
-  Win32Error Start(const std::u16string&) override { return Refuse(); }
-  Win32Error Control(const std::u16string&, std::uint32_t) override { return Refuse(); }
-  std::u16string LastFailure(const std::u16string&) const override { return u""; }
-
- private:
-  static Win32Error Refuse() {
-    ADD_FAILURE() << "the service was touched";
-    return ERROR_NOT_SUPPORTED;
-  }
-  platform::ServiceStatus status_;
-};
 
 // A port of this machine that somebody listens on.
 class ListeningPort {
@@ -72,7 +49,9 @@ class ServerSettingsTest : public ::testing::Test {
     SetService({platform::SERVICE_STOPPED, 1067});
   }
   void SetService(platform::ServiceStatus status) {
-    home_.machine()->services = std::make_unique<FixedService>(status);
+    auto manager = std::make_unique<services::FakeManager>();
+    manager->statuses[u"KelvarionServer"] = {status};
+    home_.machine()->services = std::move(manager);
   }
   const ServerContext& context() { return home_.context(); }
   ServerSettings Read() { return ReadServerSettings(context()); }
