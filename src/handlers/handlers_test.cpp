@@ -10,10 +10,12 @@
 #include "handlers/ext/effective_access_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/group_class_handler.h"
+#include "handlers/ormu_service_class_handler.h"
 #include "handlers/ps/access_rule_class_handler.h"
 #include "handlers/ps/repository_class_handler.h"
 #include "handlers/ps/repository_hook_class_handler.h"
 #include "handlers/ps/repository_item_class_handler.h"
+#include "handlers/ps/server_configuration_class_handler.h"
 #include "handlers/repository_class_handler.h"
 #include "handlers/service_class_handler.h"
 #include "platform/text/compare.h"
@@ -73,6 +75,8 @@ TEST_F(HandlersTest, EveryBoundMethodIsDeclaredAndEveryDeclaredMethodOfAFinished
       {u"Kelvarion_Group", GroupClassHandler::Methods().Names(), true},
       {u"Kelvarion_Repository", RepositoryClassHandler::Methods().Names(), true},
       {u"Kelvarion_Service", ServiceClassHandler::Methods().Names(), false},
+      {u"Kelvarion_OrmuService", OrmuServiceClassHandler::Methods().Names(), true},
+      {u"PS_SvnServerConfiguration", PS_ServerConfigurationClassHandler::Methods().Names(), true},
       {u"Kelvarion_AccessRule", AccessRuleClassHandler::Methods().Names(), true},
       {u"PS_SvnRepository", PS_RepositoryClassHandler::Methods().Names(), true},
       {u"PS_SvnRepositoryHook", PS_RepositoryHookClassHandler::Methods().Names(), true},
@@ -246,6 +250,11 @@ TEST_F(HandlersTest, TheServiceIsOneInstanceWhoseMethodsNeedItsKey) {
   ASSERT_EQ(answer.objects.size(), 1u);
   EXPECT_EQ(answer.object().Get(Property<std::uint32_t>{u"AuthType"}), 0u);
   EXPECT_TRUE(answer.object().Get(Property<bool>{u"UseUPNFormat"}));
+  Strings properties;
+  answer.object().object()->GetNames(&properties);
+  for (const std::u16string& name : properties)
+    EXPECT_FALSE(answer.object().IsNull(Property<bool>{name.c_str()}))
+        << platform::Utf8ForDisplay(name);
   EXPECT_EQ(host_.Call(path, u"StopService").status, WBEM_E_FAILED) << "it is not running";
 }
 

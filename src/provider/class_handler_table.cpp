@@ -8,10 +8,12 @@
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/ext/repository_backup_class_handler.h"
 #include "handlers/group_class_handler.h"
+#include "handlers/ormu_service_class_handler.h"
 #include "handlers/ps/access_rule_class_handler.h"
 #include "handlers/ps/repository_class_handler.h"
 #include "handlers/ps/repository_hook_class_handler.h"
 #include "handlers/ps/repository_item_class_handler.h"
+#include "handlers/ps/server_configuration_class_handler.h"
 #include "handlers/repository_class_handler.h"
 #include "handlers/repository_entry_class_handler.h"
 #include "handlers/security_descriptor_class_handler.h"
@@ -46,6 +48,7 @@ ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContex
   Add<RepositoryClassHandler>(name_space, context, server, accounts, entry);
   Add<RepositoryBackupClassHandler>(name_space, context, server);
   Add<ServiceClassHandler>(name_space, context, server, accounts);
+  Add<OrmuServiceClassHandler>(name_space, context, server, accounts);
   Add<SecurityDescriptorClassHandler>(name_space, context, server, accounts);
   Add<AccessRuleClassHandler>(name_space, context, server);
   Add<GroupMemberClassHandler>(name_space, context, server);
@@ -55,6 +58,7 @@ ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContex
   Add<PS_RepositoryClassHandler>(name_space, context, server);
   Add<PS_RepositoryHookClassHandler>(name_space, context, server);
   Add<PS_RepositoryItemClassHandler>(name_space, context, server);
+  Add<PS_ServerConfigurationClassHandler>(name_space, context, server);
   Add<VersionInfoClassHandler>(name_space, context, server);
   Add<ActivityClassHandler>(ActivityRegistry::OfProcess());
 }

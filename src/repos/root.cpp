@@ -16,9 +16,7 @@
 #include "util/paths.h"
 
 namespace kelvarion::repos {
-namespace {
-
-void RefuseUnfitPath(const std::u16string& path) {
+void RequireServableRoot(const std::u16string& path) {
   if (path.empty()) throw SimpleException(u"Repositories path is invalid.");
   if (!apache::IsQuotable(path)) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
@@ -35,8 +33,6 @@ void RefuseUnfitPath(const std::u16string& path) {
     throw SimpleException(u"Repositories path '%s' is the root of the file system.", path);
   }
 }
-
-}  // namespace
 
 void AdjustRootPermissions(const ServerContext& context, const std::u16string& root) {
   platform::Machine& machine = context.machine();
@@ -59,7 +55,7 @@ void AdjustRootPermissions(const ServerContext& context, const std::u16string& r
 
 SetRootResult SetRepositoriesRoot(const ServerContext& context, const std::u16string& path,
                                   AdjustPermissions adjust, CreateMissing create) {
-  RefuseUnfitPath(path);
+  RequireServableRoot(path);
   const std::uint32_t attributes = util::GetFileAttributesOrMissing(path);
   if (attributes == util::kMissingFile) {
     if (create == CreateMissing::kNo) return SetRootResult::kPathMissing;

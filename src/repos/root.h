@@ -16,6 +16,9 @@ enum class SetRootResult : std::uint32_t {
   kPathMissing = 1,  // And was not to be created; nothing changed.
 };
 
+// Throws as SetRepositoriesRoot does for a path that it refuses whatever lies there.
+void RequireServableRoot(const std::u16string& path);
+
 // Makes the folder the repositories root, generates the web server's configuration and, when
 // permissions are to be adjusted and the folder is not on a network drive, opens it to the server's
 // accounts and administrators and to nobody else. Repositories are not moved.

@@ -21,7 +21,9 @@ bool ServerRunsOn(const ServerContext& context, std::uint32_t port) {
          store.GetServerPort(store.GetUseSSL()) == static_cast<int>(port);
 }
 
-void RefuseUnfitOptions(const NetworkOptions& options) {
+}  // namespace
+
+void RequireNetworkOptions(const NetworkOptions& options) {
   if (options.port < 1 || options.port > kHighestPort) {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS,
                        u"%u is not a TCP port: ports are 1 to 65535", options.port);
@@ -37,26 +39,28 @@ void RefuseUnfitOptions(const NetworkOptions& options) {
   }
 }
 
-}  // namespace
-
 // Names that are merely unusual are the caller's business; these would break every URL.
 bool IsValidServerName(const std::u16string& name) {
   return apache::IsQuotable(name) && name.find_first_of(u"/\\") == name.npos;
 }
 
-void SetServerName(const ServerContext& context, const std::u16string& custom_name) {
-  if (!IsValidServerName(custom_name)) {
+void RequireServerName(const std::u16string& name) {
+  if (!IsValidServerName(name)) {
     throw WMIException(
         WBEM_E_INVALID_METHOD_PARAMETERS,
         u"A server name must not contain slashes, quotation marks or control characters");
   }
+}
+
+void SetServerName(const ServerContext& context, const std::u16string& custom_name) {
+  RequireServerName(custom_name);
   context.configuration().SetServerName(custom_name);
   apache::RegenerateApacheConfig(context.configuration());
 }
 
 void SetNetworkOptions(const ServerContext& context, const NetworkOptions& options,
                        CheckPort check) {
-  RefuseUnfitOptions(options);
+  RequireNetworkOptions(options);
   if (check == CheckPort::kYes && !options.addresses && !ServerRunsOn(context, options.port) &&
       util::IsTcpPortInUse(options.port)) {
     throw SimpleException(

@@ -47,6 +47,8 @@ struct ServerSettings {
 ServerSettings ReadServerSettings(const ServerContext& context);
 
 bool IsValidServerName(const std::u16string& name);
+// Throws as SetServerName does for a name that is not valid.
+void RequireServerName(const std::u16string& name);
 // An empty name stands for the computer's own.
 void SetServerName(const ServerContext& context, const std::u16string& custom_name);
 
@@ -57,6 +59,9 @@ struct NetworkOptions {
   std::optional<std::vector<std::u16string>> addresses;
 };
 enum class CheckPort : bool { kNo, kYes };
+
+// Throws as SetNetworkOptions does for options that no server could have.
+void RequireNetworkOptions(const NetworkOptions& options);
 
 // With kYes and all addresses, a port that another program listens on is SimpleException.
 void SetNetworkOptions(const ServerContext& context, const NetworkOptions& options,
