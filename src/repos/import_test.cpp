@@ -5,11 +5,16 @@
 #include <gtest/gtest.h>
 #include <svn_error_codes.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <optional>
 
 #include "access/authz_files.h"
 #include "errors/exception.h"
+#include "platform/files/files.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
 #include "repos/repository_store.h"
@@ -66,6 +71,12 @@ struct CancelAt final : IcCancelCallback {
   mutable int left;
 };
 
+struct DieAt final : IcCancelCallback {
+  explicit DieAt(int nth) : left(nth) {}
+  bool IsCancelled() const override { return left-- <= 0 && kill(getpid(), SIGKILL) == 0; }
+  mutable int left;
+};
+
 class ImportTest : public ::testing::Test {
  protected:
   ImportTest() {
@@ -81,9 +92,9 @@ class ImportTest : public ::testing::Test {
           " sed 's/^SVN-fs-dump-format-version: 2/SVN-fs-dump-format-version: 1/' plain > first");
   }
 
-  const ServerContext& context() { return home_.context(); }
-  std::string path(const std::string& name) { return home_.root() + "/" + name; }
-  std::string outside(const std::string& name) { return home_.folder() + "/outside/" + name; }
+  const ServerContext& context() { return home_->context(); }
+  std::string path(const std::string& name) { return root() + "/" + name; }
+  std::string outside(const std::string& name) { return folder_.native() + "/outside/" + name; }
   void Shell(const std::string& commands) {
     const auto result = RunProcess({"sh", "-c", "cd " + outside("") + " && { " + commands + "; }"});
     ASSERT_EQ(result.exit_code, 0) << result.all();
@@ -93,7 +104,7 @@ class ImportTest : public ::testing::Test {
   }
   std::vector<std::string> Root() {
     std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(home_.root()))
+    for (const auto& entry : fs::directory_iterator(root()))
       names.push_back(entry.path().filename());
     std::erase(names, "Kelvarion-Global.lck");
     return names;
@@ -115,7 +126,32 @@ class ImportTest : public ::testing::Test {
     return {0, ""};
   }
 
-  testing::TestHome home_;
+  std::string root() { return folder_.native() + "/repositories"; }
+  void Import(const ServerContext& with, const std::u16string& name, bool dump,
+              const IcCancelCallback* cancel) {
+    if (dump)
+      ImportDumpFile(with, name, Source("plain.gz"), nullptr, cancel);
+    else
+      ImportRepository(with, name, Source("source"), nullptr, cancel);
+  }
+  // The status of a process that does it and dies at the nth question, if it comes so far.
+  int ImportAndDie(bool dump, int nth) {
+    home_.reset();
+    const pid_t child = fork();
+    if (child == 0) {
+      const testing::TestHome home(folder_);
+      const DieAt cancel(nth);
+      Import(home.context(), u"killed", dump, &cancel);
+      _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    home_.emplace(folder_);
+    return status;
+  }
+
+  testing::TemporaryFolder folder_;
+  std::optional<testing::TestHome> home_{std::in_place, folder_};
 };
 
 TEST_F(ImportTest, DumpsOfEveryFormBecomeTheRepositoryTheyCameFrom) {
@@ -149,6 +185,9 @@ TEST_F(ImportTest, PropertiesThatCommitsWouldRefuseAreLoaded) {
   ImportDumpFile(context(), u"odd", Source("odd"), nullptr, nullptr);
   const auto log = RunProcess({"svnlook", "propget", "--revprop", path("odd"), "svn:log"});
   EXPECT_EQ(log.out, "a\r\nb\rcd");
+  // A dump that has no UUID makes repositories of their own.
+  ImportDumpFile(context(), u"twin", Source("odd"), nullptr, nullptr);
+  EXPECT_NE(ReadRepository(context(), u"odd").uuid, ReadRepository(context(), u"twin").uuid);
 }
 
 TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
@@ -162,7 +201,8 @@ TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
       "printf 'SVN-fs-dump-format-version: 2\\n\\nRevision-number: 1\\n"
       "Prop-content-length: 4000000100\\nContent-length: 4000000100\\n\\n"
       "K 1\\na\\nV 4000000000\\n' > property &&"
-      "printf 'SVN-fs-dump-format-version: 99\\n\\n' > future");
+      "printf 'SVN-fs-dump-format-version: 99\\n\\n' > future &&"
+      "cp plain sparse && truncate -s 10T sparse");
   const struct {
     const char* dump;
     int code;
@@ -177,6 +217,7 @@ TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
       {"zeros.gz", SVN_ERR_STREAM_MALFORMED_DATA, "Malformed dumpfile header"},
       {"checksum", SVN_ERR_BAD_CHECKSUM_PARSE, ""},
       {"line", SVN_ERR_STREAM_MALFORMED_DATA, "a line of more than 1048576 bytes"},
+      {"sparse", SVN_ERR_STREAM_MALFORMED_DATA, "a line of more than 1048576 bytes"},
       {"property", SVN_ERR_STREAM_MALFORMED_DATA, "property of more than 67108864 bytes"},
       {"future", SVN_ERR_STREAM_MALFORMED_DATA, "Unsupported dumpfile version: 99"},
       {"folder", SVN_ERR_BAD_FILENAME, "is not a file"},
@@ -191,6 +232,8 @@ TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
     EXPECT_EQ(code, row.code) << row.dump << ": " << text;
     EXPECT_THAT(text, HasSubstr(row.text)) << row.dump;
     EXPECT_THAT(Root(), IsEmpty()) << row.dump;
+    // More than there is room for.
+    EXPECT_EQ(notes.warnings.size(), row.dump == std::string("sparse") ? 1u : 0u) << row.dump;
   }
 }
 
@@ -249,8 +292,7 @@ TEST_F(ImportTest, ACopyIsWholeAndKeepsWhatItHas) {
 
 // The mode of a copied file would shut out those whom the folder of the repositories lets in.
 TEST_F(ImportTest, CopiedFilesAreOpenToWhomNewFilesAreOpenTo) {
-  ASSERT_EQ(RunProcess({"setfacl", "-m", "u:4711:rwx,d:u:4711:rwx,d:o::-", home_.root()}).exit_code,
-            0);
+  ASSERT_EQ(RunProcess({"setfacl", "-m", "u:4711:rwx,d:u:4711:rwx,d:o::-", root()}).exit_code, 0);
   Shell("chmod 0755 source/hooks/*.tmpl && chmod 0600 source/conf/passwd");
   ImportRepository(context(), u"copy", Source("source"), nullptr, nullptr);
   const struct {
@@ -277,12 +319,7 @@ TEST_F(ImportTest, ACancelledImportLeavesNothing) {
     int asked = 0;
     for (;; ++asked) {
       const CancelAt cancel(asked);
-      const auto [code, text] = Failure([&] {
-        if (dump)
-          ImportDumpFile(context(), u"demo", Source("plain.gz"), nullptr, &cancel);
-        else
-          ImportRepository(context(), u"demo", Source("source"), nullptr, &cancel);
-      });
+      const auto [code, text] = Failure([&] { Import(context(), u"demo", dump, &cancel); });
       if (code == 0) break;
       EXPECT_EQ(code, SVN_ERR_CANCELLED);
       EXPECT_EQ(text, "Repository import has been cancelled.");
@@ -291,6 +328,30 @@ TEST_F(ImportTest, ACancelledImportLeavesNothing) {
     EXPECT_GT(asked, 3);
     EXPECT_THAT(Root(), ElementsAre("demo"));
     fs::remove_all(path("demo"));
+  }
+}
+
+// What is left is out of sight, and of several killed ones never more than of the last.
+TEST_F(ImportTest, WhatAKilledImportLeavesGoesWithTheNext) {
+  const fs::path memory = platform::NativePath(platform::MemoryFolder());
+  for (const bool dump : {true, false}) {
+    std::string left;
+    int nth = 0;
+    for (;; nth += 3) {
+      const int status = ImportAndDie(dump, nth);
+      if (WIFEXITED(status) && WEXITSTATUS(status) == 0) break;
+      ASSERT_TRUE(WIFSIGNALED(status)) << nth;
+      ASSERT_THAT(Root(), ElementsAre(".kelvarion")) << nth;
+      EXPECT_FALSE(fs::exists(memory / ("kelvarion-" + left))) << nth;
+      const fs::directory_iterator folders(path(".kelvarion"));
+      ASSERT_EQ(std::distance(begin(folders), end(folders)), 1) << nth;
+      left = fs::directory_iterator(path(".kelvarion"))->path().filename();
+    }
+    EXPECT_GT(nth, 6);
+    EXPECT_FALSE(fs::exists(memory / ("kelvarion-" + left)));
+    EXPECT_THAT(Root(), ElementsAre("killed"));
+    EXPECT_EQ(DumpOf(path("killed")), DumpOf(outside("source")));
+    fs::remove_all(path("killed"));
   }
 }
 

@@ -12,9 +12,11 @@ namespace {
 
 class Answer final : public IcVerifyRepositoryNotify {
  public:
-  void MetadataStarted() override { Say(kMetadata); }
+  void MetadataStarted() override {
+    if (about_metadata) Say(kMetadata);
+  }
   void MetadataVerified(std::int64_t revision) override {
-    Say(kStructure, std::to_string(revision));
+    if (about_metadata) Say(kStructure, std::to_string(revision));
   }
   void RevisionVerified(std::int64_t revision, std::int64_t, std::int64_t) override {
     Say(kRevision, std::to_string(revision));
@@ -27,6 +29,8 @@ class Answer final : public IcVerifyRepositoryNotify {
     // Nobody listens any more.
     if (!std::cout) throw SimpleException(u"The verification was given up.");
   }
+
+  bool about_metadata = false;
 };
 
 }  // namespace
@@ -37,11 +41,14 @@ int VerifierMain(const std::string& folder) {
   const std::u16string path = platform::Utf16ForDisplay(folder);
   Answer answer;
   for (std::string line; std::getline(std::cin, line);) {
+    std::string word;
     RevisionRange range;
-    if (!(std::istringstream(line) >> range.first >> range.last)) return 2;
+    if (!(std::istringstream(line) >> word >> range.first >> range.last)) return 2;
+    answer.about_metadata = word == kMetadata;
     LongOperation operation(nullptr, u"");
     try {
-      VerifyRange(path, range, range, &answer, operation, pool);
+      VerifyRange(path, range, answer.about_metadata ? Checks::kMetadataOnly : Checks::kAll,
+                  &answer, operation, pool);
       answer.Say(kSound);
     } catch (const SvnException& fault) {
       answer.Say(kFault, Escaped(platform::Utf8ForDisplay(fault.FullText())));

@@ -50,14 +50,10 @@ VerifyResult Verify(const std::u16string& folder, IcVerifyRepositoryNotify* noti
                     LongOperation& operation, const svn::Pool& pool) {
   const Extent extent = ReadExtent(folder, pool);
   const std::vector<RevisionRange> ranges = Split(extent);
-  const auto workers = static_cast<unsigned>(
-      std::min<std::size_t>(std::thread::hardware_concurrency(), ranges.size()));
-  if (workers > 1) {
-    if (const auto result = VerifyByWorkers(folder, ranges, workers, notify, operation))
-      return *result;
+  if (ranges.size() > 1 && std::thread::hardware_concurrency() > 1) {
+    if (const auto result = VerifyByWorkers(folder, ranges, notify, operation)) return *result;
   }
-  const RevisionRange whole{0, extent.youngest};
-  VerifyRange(folder, whole, whole, notify, operation, pool);
+  VerifyRange(folder, {0, extent.youngest}, Checks::kAll, notify, operation, pool);
   return {true, {}};
 }
 

@@ -7,6 +7,7 @@
 namespace kelvarion::repos {
 
 inline constexpr const char* kMetadata = "metadata";
+inline constexpr const char* kContents = "contents";
 inline constexpr const char* kStructure = "structure";
 inline constexpr const char* kRevision = "revision";
 inline constexpr const char* kWarning = "warning";

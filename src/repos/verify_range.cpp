@@ -13,13 +13,13 @@ namespace {
 struct Run {
   IcVerifyRepositoryNotify* notify;
   LongOperation* operation;
-  RevisionRange whole;
+  RevisionRange range;
 };
 
 void Forward(const Run& run, const svn_repos_notify_t& event) {
   switch (event.action) {
     case svn_repos_notify_verify_rev_end:
-      return run.notify->RevisionVerified(event.revision, run.whole.first, run.whole.last);
+      return run.notify->RevisionVerified(event.revision, run.range.first, run.range.last);
     case svn_repos_notify_verify_rev_structure:
       if (event.revision == SVN_INVALID_REVNUM) return run.notify->MetadataStarted();
       return run.notify->MetadataVerified(event.revision);
@@ -44,16 +44,17 @@ svn_error_t* OnFault(void*, svn_revnum_t revision, svn_error_t* fault, apr_pool_
 
 }  // namespace
 
-void VerifyRange(const std::u16string& folder, const RevisionRange& range,
-                 const RevisionRange& whole, IcVerifyRepositoryNotify* notify,
-                 LongOperation& operation, const svn::Pool& scratch) {
+void VerifyRange(const std::u16string& folder, const RevisionRange& range, Checks checks,
+                 IcVerifyRepositoryNotify* notify, LongOperation& operation,
+                 const svn::Pool& scratch) {
   const svn::Pool pool(scratch);
   const auto warn = [&](const std::u16string& text) {
     if (notify) operation.Notify([&] { notify->Warning(text); });
   };
   svn_repos_t* const repository = svn::OpenRepository(folder, pool, warn, svn::Caching::kContents);
-  Run run{notify, &operation, whole};
-  operation.CheckAfter(svn_repos_verify_fs3(repository, range.first, range.last, FALSE, FALSE,
+  Run run{notify, &operation, range};
+  operation.CheckAfter(svn_repos_verify_fs3(repository, range.first, range.last, FALSE,
+                                            checks == Checks::kMetadataOnly,
                                             notify ? OnNotify : nullptr, &run, OnFault, nullptr,
                                             LongOperation::AskCancelled, &operation, pool));
 }

@@ -15,10 +15,13 @@ struct RevisionRange {
   std::int64_t last = 0;
 };
 
+// What is kept about all the revisions is checked before the contents of the first.
+enum class Checks { kMetadataOnly, kAll };
+
 // Ends at the first fault, with SvnException; the first line of its text names the revision.
-// `notify` may be null; it is told `whole` as the revisions of the run.
-void VerifyRange(const std::u16string& folder, const RevisionRange& range,
-                 const RevisionRange& whole, IcVerifyRepositoryNotify* notify,
-                 LongOperation& operation, const svn::Pool& scratch);
+// `notify` may be null; it is told the range as the revisions of the run.
+void VerifyRange(const std::u16string& folder, const RevisionRange& range, Checks checks,
+                 IcVerifyRepositoryNotify* notify, LongOperation& operation,
+                 const svn::Pool& scratch);
 
 }  // namespace kelvarion::repos

@@ -2,8 +2,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <sstream>
 
 #include "platform/text/encoding.h"
 #include "repos/create.h"
@@ -25,8 +28,7 @@ using testing::WriteFile;
 struct Notes final : IcVerifyRepositoryNotify {
   void MetadataStarted() override { texts.push_back("metadata"); }
   void MetadataVerified(std::int64_t revision) override {
-    EXPECT_GE(revision, structure);
-    structure = revision;
+    texts.push_back("structure " + std::to_string(revision));
   }
   void RevisionVerified(std::int64_t revision, std::int64_t first, std::int64_t last) override {
     texts.push_back(std::to_string(revision) + " of " + std::to_string(first) + ".." +
@@ -35,7 +37,6 @@ struct Notes final : IcVerifyRepositoryNotify {
   void Warning(const std::u16string& text) override {
     texts.push_back("warning: " + platform::Utf8ForDisplay(text));
   }
-  std::int64_t structure = -1;
   std::vector<std::string> texts;
 };
 
@@ -48,8 +49,10 @@ struct CancelAt final : IcCancelCallback {
 class VerifyTest : public ::testing::Test {
  protected:
   // `revisions` commits that each change one file.
-  void Fill(const std::string& name, int revisions) {
+  void Fill(const std::string& name, int revisions, const char* shard = "1000") {
     CreateRepository(context(), platform::Utf16ForDisplay(name));
+    WriteFile(path(name + "/db/format"),
+              std::string("8\nlayout sharded ") + shard + "\naddressing physical\n");
     std::string dump = "SVN-fs-dump-format-version: 2\n\n";
     for (int i = 1; i <= revisions; ++i) {
       const std::string text = "text of revision " + std::to_string(i) + "\n";
@@ -74,6 +77,14 @@ class VerifyTest : public ::testing::Test {
     ASSERT_NE(at, std::string::npos);
     bytes[at] = 'T';
     WriteFile(native, bytes);
+  }
+  // Kills this process's verifiers.
+  static void KillVerifiers() {
+    std::istringstream children(
+        ReadFile("/proc/self/task/" + std::to_string(getpid()) + "/children"));
+    for (int pid; children >> pid;)
+      if (ReadFile("/proc/" + std::to_string(pid) + "/comm").starts_with("kelvarion-verif"))
+        kill(pid, SIGKILL);
   }
   const ServerContext& context() { return home_.context(); }
   std::string path(const std::string& name) { return home_.root() + "/" + name; }
@@ -141,7 +152,7 @@ TEST_F(VerifyTest, WorkersTellWhatOneProgramTells) {
   const auto alone = [&](Notes& notes) {
     LongOperation operation(nullptr, u"");
     try {
-      VerifyRange(folder, {0, 6}, {0, 6}, &notes, operation, pool);
+      VerifyRange(folder, {0, 6}, Checks::kAll, &notes, operation, pool);
       return VerifyResult{true, {}};
     } catch (const SvnException& fault) {
       return VerifyResult{false, fault.FullText()};
@@ -153,7 +164,7 @@ TEST_F(VerifyTest, WorkersTellWhatOneProgramTells) {
     Notes parallel;
     LongOperation operation(nullptr, u"");
     const VerifyResult expected = alone(serial);
-    const auto result = VerifyByWorkers(folder, ranges, 2, &parallel, operation);
+    const auto result = VerifyByWorkers(folder, ranges, &parallel, operation);
     ASSERT_TRUE(result);
     EXPECT_EQ(result->success, expected.success);
     EXPECT_EQ(result->message, expected.message);
@@ -161,7 +172,44 @@ TEST_F(VerifyTest, WorkersTellWhatOneProgramTells) {
   }
   const CancelAt cancel(1);
   LongOperation operation(&cancel, kVerificationCancelled);
-  EXPECT_THROW(VerifyByWorkers(folder, ranges, 2, nullptr, operation), SvnException);
+  EXPECT_THROW(VerifyByWorkers(folder, ranges, nullptr, operation), SvnException);
+}
+
+// One program checks a packed shard, the other one the rest.
+TEST_F(VerifyTest, PackedRevisionsAndDeadVerifiersAreToldAsOne) {
+  Fill("demo", 6, "2");
+  ASSERT_EQ(RunProcess({"svnadmin", "pack", "-q", path("demo")}).exit_code, 0);
+  struct Killing final : IcCancelCallback {
+    bool IsCancelled() const override {
+      if (blocked) KillVerifiers();
+      return false;
+    }
+    bool blocked = false;
+  } killing;
+  const struct {
+    const char* what;
+    const char* harm;     // Done in the folder of the revisions.
+    const char* message;  // Empty for a sound one.
+    std::size_t texts;    // "metadata", then one a revision; 0 for what depends on the moment.
+  } rows[] = {
+      {"sound", "true", "", 8},
+      {"damaged", "chmod u+w 1.pack/pack && sed -i s/^text/Text/ 1.pack/pack",
+       "Error verifying revision 2.\n", 3},
+      // Whoever opens the pipe waits until it is killed.
+      {"dead", "rm 0.pack/pack && mkfifo 0.pack/pack", "ended unexpectedly.", 0},
+  };
+  for (const auto& row : rows) {
+    const auto harmed = RunProcess({"sh", "-c", "cd " + path("demo/db/revs") + " && " + row.harm});
+    ASSERT_EQ(harmed.exit_code, 0) << harmed.all();
+    killing.blocked = row.texts == 0;
+    Notes notes;
+    const VerifyResult result = VerifyRepository(context(), u"demo", &notes, &killing);
+    EXPECT_EQ(result.success, *row.message == '\0') << row.what;
+    EXPECT_THAT(platform::Utf8ForDisplay(result.message), HasSubstr(row.message)) << row.what;
+    if (row.texts > 0) {
+      EXPECT_EQ(notes.texts.size(), row.texts) << row.what;
+    }
+  }
 }
 
 }  // namespace
