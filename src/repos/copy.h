@@ -9,9 +9,9 @@
 
 namespace kelvarion::repos {
 
-// Makes `target`, which does not exist yet, a whole copy of the repository at `source`: contents,
-// UUID, settings and hooks. Its files have the access that new files have in their place. What a
-// failed copy leaves there is the caller's. `notify` may be null.
+// Makes `target`, which is empty or does not exist yet, a whole copy of the repository at `source`:
+// contents, UUID, settings and hooks. Its files have the access that new files have in their place.
+// What a failed copy leaves there is the caller's. `notify` may be null.
 void CopyRepository(const std::u16string& source, const std::string& target,
                     IcImportRepositoryNotify* notify, LongOperation& operation,
                     const svn::Pool& scratch);

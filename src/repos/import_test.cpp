@@ -82,7 +82,7 @@ class ImportTest : public ::testing::Test {
   ImportTest() {
     fs::create_directories(outside(""));
     Shell("svnadmin create source && svnadmin setuuid source " + std::string(kUuid) +
-          " && echo one > file && URL=file://$PWD/source &&"
+          " && sed -i s/1000/2/ source/db/format && echo one > file && URL=file://$PWD/source &&"
           " svnmucc -m one mkdir $URL/trunk put file $URL/trunk/a &&"
           " svnmucc -m two cp 1 $URL/trunk $URL/branch propset color red $URL/trunk/a &&"
           " echo two > file && svnmucc -m three put file $URL/trunk/a &&"
@@ -273,7 +273,9 @@ TEST_F(ImportTest, TakenAndUnfitNamesAndRelativePathsAreRefusedBeforeAnythingIsR
 }
 
 TEST_F(ImportTest, ACopyIsWholeAndKeepsWhatItHas) {
-  Shell("echo '# rules' > source/conf/Kelvarion-SvnAuthz.ini && echo hook > source/hooks/mine.sh");
+  Shell(
+      "echo '# rules' > source/conf/Kelvarion-SvnAuthz.ini && echo hook > source/hooks/mine.sh &&"
+      "svnadmin pack -q source");
   CopyNotes notes;
   ImportRepository(context(), u"copy", Source("source"), &notes, nullptr);
   EXPECT_EQ(DumpOf(path("copy")), DumpOf(outside("source")));
@@ -282,6 +284,12 @@ TEST_F(ImportTest, ACopyIsWholeAndKeepsWhatItHas) {
   EXPECT_EQ(ReadFile(path("copy/conf/Kelvarion-SvnAuthz.ini")), "# rules\n");
   EXPECT_EQ(ReadFile(path("copy/conf/Kelvarion-WinAuthz.ini")), access::kAuthorizationHeader);
   EXPECT_EQ(ReadFile(path("copy/hooks/mine.sh")), "hook\n");
+  for (const char* folder : {"", "/revs/2", "/revprops/2"}) {
+    const auto mode = [&](const std::string& repository) {
+      return fs::status(repository + "/db" + folder).permissions();
+    };
+    EXPECT_EQ(mode(path("copy")), mode(outside("source"))) << folder;
+  }
   Shell("echo broken > source/db/fs-type");
   EXPECT_EQ(Failure([&] {
               ImportRepository(context(), u"no", Source("source"), nullptr, nullptr);
@@ -313,11 +321,11 @@ TEST_F(ImportTest, CopiedFilesAreOpenToWhomNewFilesAreOpenTo) {
   }
 }
 
-// Every question may be the one that is answered with yes.
+// Any question may be the one that is answered with yes.
 TEST_F(ImportTest, ACancelledImportLeavesNothing) {
   for (const bool dump : {true, false}) {
     int asked = 0;
-    for (;; ++asked) {
+    for (;; asked += 2) {
       const CancelAt cancel(asked);
       const auto [code, text] = Failure([&] { Import(context(), u"demo", dump, &cancel); });
       if (code == 0) break;

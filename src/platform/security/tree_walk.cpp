@@ -60,7 +60,8 @@ Win32Error RequireOwnFolder(const std::string& folder) {
 }
 
 Win32Error WalkOwnTree(const std::string& folder,
-                       const std::function<Win32Error(const std::string&, mode_t)>& visit) {
+                       const std::function<Win32Error(const std::string&, mode_t)>& visit,
+                       const std::function<bool(mode_t)>& wanted) {
   struct stat status {};
   // Objects are held by descriptors that give no access, so that none is opened for real.
   const Handle root(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -80,6 +81,9 @@ Win32Error WalkOwnTree(const std::string& folder,
       continue;
     }
     if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
+    if (wanted && fstatat(dirfd(current), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        S_ISREG(status.st_mode) && !wanted(status.st_mode))
+      continue;
     const Handle object(openat(dirfd(current), entry->d_name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (object.get() < 0 || fstat(object.get(), &status) != 0) {
       if (errno == ENOENT) continue;
