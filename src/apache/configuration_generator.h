@@ -1,5 +1,5 @@
-// The files that the web server reads: its whole configuration and the two start pages, generated
-// from the settings.
+// The files that the web server reads: its whole configuration, the location for replication and
+// the two start pages, generated from the settings.
 #pragma once
 
 #include "config/configuration.h"
@@ -13,7 +13,15 @@ namespace kelvarion::apache {
 // last holds the settings that the last one read. Any failure leaves the file as it was: a setting
 // that cannot be read or would break the file's format, and Win32Exception
 // "Couldn't write Apache configuration file" or "Cannot rename file '%s' to '%s'".
+//
+// conf\replication.conf is made anew with it.
 void RegenerateApacheConfig(const IcRegistryAccessor& store);
+
+// Writes conf\replication.conf, the location that masters are replicated from, which is there only
+// while the repositories root holds a master. To be called when a repository has become one or is
+// none any more. Whether the file changed, which a running server sees when it restarts. Failures
+// as above.
+bool RegenerateReplicationConfig(const IcRegistryAccessor& store);
 
 // Writes WebUI\index.html and htdocs\index.html below the installation folder. Needed only after
 // the URL prefix of the repositories changed.

@@ -29,4 +29,7 @@ void WriteCustomInclude(ConfigText& out);
 // The whole file.
 std::string ConfigurationText(const ServerValues& values);
 
+// replication_location.cpp: a file of its own; empty where there is no master.
+std::string ReplicationText(const ServerValues& values);
+
 }  // namespace kelvarion::apache

@@ -71,6 +71,8 @@ ServerValues ReadServerValues(const IcRegistryAccessor& store, const std::u16str
   values.windows_basic = store.IsWindowsBasicEnabled();
   values.port = CheckedPort(values.secure, store.GetServerPort(values.secure));
   values.windows_auth = store.GetUseWindowsAuth();
+  values.partners =
+      Checked(u"OrmuReplicationPartnersSID", store.GetOrmuReplicationPartnersSID(), IsQuotable);
   values.host = Checked(u"the computer's name", util::GetComputerDnsName(), IsQuotable);
   if (values.listen_on_bindings_only) {
     for (const std::u16string& address : bindings)

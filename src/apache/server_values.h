@@ -28,6 +28,7 @@ struct ServerValues {
   bool windows_basic = false;
   bool windows_integrated = false;
   bool upn_format = false;
+  std::string partners;  // The SID of the group of replication partners; may be empty.
 
   // The path of a file in the repositories root.
   std::string InRoot(std::string_view file) const;

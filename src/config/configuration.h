@@ -42,6 +42,8 @@ class IcRegistryAccessor {
   // Megabytes.
   virtual std::uint32_t GetHttpSvnCacheSize() const = 0;
   virtual std::uint32_t GetWmiProviderLogLevel() const = 0;
+  // Empty where nobody has said it.
+  virtual std::u16string GetOrmuReplicationPartnersSID() const = 0;
 
   // Save appends the setting's present state to the journal, also that it is absent; Restore reads
   // that state from the journal and makes it so again.

@@ -135,6 +135,10 @@ std::uint32_t RegistryAccessor::GetWmiProviderLogLevel() const {
   return values_.ReadDword(kWmiProviderLogLevel, 1);
 }
 
+std::u16string RegistryAccessor::GetOrmuReplicationPartnersSID() const {
+  return values_.ReadString(kOrmuReplicationPartnersSID, u"");
+}
+
 void RegistryAccessor::SaveOrmuAdminSD(JournalFile& journal) const {
   values_.Save(kOrmuAdminSD, journal);
 }

@@ -42,6 +42,7 @@ class RegistryAccessor final : public IcRegistryAccessor {
   bool GetRedirectFromLegacyWebInterface() const override;
   std::uint32_t GetHttpSvnCacheSize() const override;
   std::uint32_t GetWmiProviderLogLevel() const override;
+  std::u16string GetOrmuReplicationPartnersSID() const override;
   void SaveOrmuAdminSD(JournalFile& journal) const override;
   void RestoreOrmuAdminSD(JournalFile& journal) override;
   void SaveOrmuReplicationPartnersSID(JournalFile& journal) const override;

@@ -45,6 +45,7 @@ class Initialization {
   void MakeHomeFolder();
   void OpenStores();
   void MakeGroups();
+  void NotePartners();
   void WriteSettings();
   void MakeCertificate();
   void RegisterProvider();
@@ -152,6 +153,18 @@ void Initialization::MakeGroups() {
       throw Win32Exception(error, u"Cannot create the group '%s'", group);
     Did("created the group " + Utf8(group));
   }
+}
+
+// The web server knows the group by its SID.
+void Initialization::NotePartners() {
+  std::u16string sid;
+  if (const Win32Error error =
+          machine_->security->LookupAccountName(access::kReplicationPartnersGroup, sid))
+    throw Win32Exception(error, u"Cannot find the group '%s'", access::kReplicationPartnersGroup);
+  RegistryAccessor store(*machine_->registry);
+  if (store.GetOrmuReplicationPartnersSID() == sid) return;
+  store.SetOrmuReplicationPartnersSID(sid);
+  Did("noted the group of replication partners");
 }
 
 void Initialization::Default(const char16_t* name, const std::optional<std::string>& wanted,
@@ -274,6 +287,8 @@ void Initialization::GeneratePages() {
   const RegistryAccessor store(*machine_->registry);
   if (!was_complete_ || !Exists(server_ + "/conf/httpd.conf"))
     apache::RegenerateApacheConfig(store);
+  else if (apache::RegenerateReplicationConfig(store))
+    Did("made the location that masters are replicated from");
   const std::array<std::string, 2> pages{server_ + "/WebUI/index.html",
                                          server_ + "/htdocs/index.html"};
   if (std::all_of(pages.begin(), pages.end(), Exists)) return;
@@ -324,6 +339,7 @@ Outcome Initialization::Run() {
   if (LayOutInstallFolder(session_.paths(), server_) > 0)
     Did("installed the web server's files in " + server_);
   WriteSettings();
+  NotePartners();
   MakeCertificate();
   RegisterProvider();
   SetUpRepositoriesRoot();
