@@ -42,35 +42,25 @@ void Replace(const std::string& text, const std::u16string& temporary,
   }
 }
 
-// Without a text the file goes. Whether anything changed.
-bool ReplaceChanged(const std::string& text, const std::u16string& temporary,
-                    const std::u16string& target) {
+// Whether the file is what it should be; without a text there should be none.
+bool Says(const std::u16string& target, const std::string& text) {
   std::string present;
   const bool exists = platform::ReadWholeFile(target, present) == ERROR_SUCCESS;
-  const bool changes = exists ? present != text : !text.empty();
-  if (changes && !text.empty()) {
-    Replace(text, temporary, target);
-    return true;
-  }
-  const Win32Error error = changes ? platform::DeleteFile(target) : ERROR_SUCCESS;
-  if (error != ERROR_SUCCESS)
-    throw Win32Exception(error, u"Couldn't write Apache configuration file");
-  platform::DeleteFile(temporary);
-  return changes;
+  return exists ? present == text : text.empty();
 }
 
 // The temporary file is the lock, held from the first setting read to the rename: without it an
 // older reading could replace a younger one. What a killed generation left is taken over by the
 // next.
 template <class Generate>
-auto WithTemporary(const std::u16string& target, const Generate& generate) {
+void WithTemporary(const std::u16string& target, const Generate& generate) {
   const std::u16string temporary = Format(u"%s.tmp", target);
   const platform::FileLock lock(temporary);
   if (lock.Error() != ERROR_SUCCESS) {
     throw Win32Exception(lock.Error(), u"Couldn't write Apache configuration file");
   }
   try {
-    return generate(temporary);
+    generate(temporary);
   } catch (const Exception&) {
     platform::DeleteFile(temporary);
     throw;
@@ -79,12 +69,21 @@ auto WithTemporary(const std::u16string& target, const Generate& generate) {
 
 }  // namespace
 
+// Mostly there is nothing to do, and then nothing is touched.
 bool RegenerateReplicationConfig(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
   const std::u16string target = util::JoinPath(install_dir, u"conf/replication.conf");
-  return WithTemporary(target, [&](const std::u16string& temporary) {
-    return ReplaceChanged(ReplicationText(ReadServerValues(store, install_dir)), temporary, target);
+  const auto generate = [&] { return ReplicationText(ReadServerValues(store, install_dir)); };
+  if (Says(target, generate())) return false;
+  WithTemporary(target, [&](const std::u16string& temporary) {
+    const std::string text = generate();
+    if (!text.empty()) return Replace(text, temporary, target);
+    const Win32Error error = platform::DeleteFile(target);
+    if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND)
+      throw Win32Exception(error, u"Couldn't write Apache configuration file");
+    platform::DeleteFile(temporary);
   });
+  return true;
 }
 
 void RegenerateApacheConfig(const IcRegistryAccessor& store) {
