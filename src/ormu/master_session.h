@@ -45,6 +45,10 @@ class MasterSession {
   const std::string& uuid() const;
   const svn::Cancellation& cancellation() const;
 
+  // Whether the slave of this folder was found to have the master's history up to the revision.
+  bool HasAgreed(const std::string& folder, std::int64_t revision) const;
+  void SetAgreed(const std::string& folder, std::int64_t revision);
+
   // One small request.
   std::int64_t Youngest();
   RevisionProperties PropertiesOf(std::int64_t revision);
@@ -57,6 +61,9 @@ class MasterSession {
   void Check(struct svn_error_t* error) const;
 
  private:
+  friend std::optional<struct ShownCertificate> CertificateToTrust(const std::string&,
+                                                                   const svn::Cancellation&,
+                                                                   const svn::Pool&);
   class Connection;
   std::unique_ptr<Connection> connection_;
 };

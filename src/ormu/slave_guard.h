@@ -2,10 +2,13 @@
 //
 // Hooks name the master and refuse; without them, since administrators delete hooks, the lock that
 // every change needs cannot be taken: a folder stands in its place while nobody replicates.
+// Repositories are named by their folders, in the libraries' form; failures throw SvnException.
 #pragma once
 
+#include <memory>
 #include <string>
 
+#include "platform/files/files.h"
 #include "svn/cancellation.h"
 #include "svn/pool.h"
 
@@ -16,7 +19,8 @@ namespace kelvarion::ormu {
 void MendGuard(const std::string& folder, const svn::Pool& scratch);
 
 // The right to change a slave while it lives: one at a time in all processes, waiting for others
-// unless cancelled. The guard is whole again afterwards, as far as the process lives to see it.
+// unless cancelled. A repository that is still a slave afterwards is guarded again, as far as the
+// process lives to see to it.
 class SlaveWriteAccess {
  public:
   SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,
@@ -27,7 +31,15 @@ class SlaveWriteAccess {
 
  private:
   std::string folder_;
-  svn::Pool pool_;  // Holds the lock.
+  svn::Pool pool_;
+  std::unique_ptr<platform::FileLock> lock_;
 };
+
+// The two halves of the guard, for whoever changes the role as well. Hook programs of the
+// administrator's own are put aside and brought back.
+void InstallGuardHooks(const std::string& folder, const svn::Pool& scratch);
+void RemoveGuardHooks(const std::string& folder, const svn::Pool& scratch);
+void CloseStore(const std::string& folder);
+void OpenStore(const std::string& folder);
 
 }  // namespace kelvarion::ormu

@@ -11,14 +11,16 @@
 namespace kelvarion::ormu {
 
 // Makes an empty slave at `folder`, which does not exist, with the identity and the revision 0 of
-// the master. What a failure leaves is removed.
+// the master. A failure leaves nothing; what a kill leaves is the caller's, who has it made where
+// nobody sees it and renames it when it is whole.
 void MakeEmptySlave(MasterSession& master, const std::string& folder);
 
 // A master becomes a slave; RequireSameHistory is the caller's to ask first.
 void TurnIntoSlave(const std::string& folder, const std::string& server,
                    const std::string& repository, const svn::Pool& scratch);
-// A slave becomes a master, with the revisions that it has.
+// A slave becomes a master, with the revisions that it has; or a repository without a role.
 void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch);
+void TurnIntoPlain(const std::string& folder, const svn::Pool& scratch);
 // A slave follows another master from now on.
 void Relocate(const std::string& folder, const std::string& server, const std::string& repository,
               const svn::Pool& scratch);

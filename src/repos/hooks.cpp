@@ -8,10 +8,10 @@
 
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
-#include "repos/hook_launcher.h"
 #include "repos/repository_store.h"
 #include "svn/atomic_file.h"
 #include "svn/error.h"
+#include "svn/hook_launcher.h"
 #include "svn/repository.h"
 #include "svn/text.h"
 
@@ -50,7 +50,7 @@ class Hooks {
   std::string Path(HookKind kind) const { return Row(kind).path(repository_, pool_); }
 
   std::optional<HookRecord> Read(HookKind kind) const {
-    const auto script = FindHookScript(Path(kind), pool_);
+    const auto script = svn::FindHookScript(Path(kind), pool_);
     if (!script) return std::nullopt;
     const std::u16string path = svn::PathFromDirent(*script);
     const auto bytes = svn::ReadFileIfPresent(path, pool_);
@@ -120,10 +120,10 @@ std::optional<HookRecord> WriteHook(const ServerContext& context, const std::u16
   }
   const Hooks hooks(context, repository);
   const std::string hook = hooks.Path(kind);
-  const auto existing = FindHookScript(hook, hooks.pool());
+  const auto existing = svn::FindHookScript(hook, hooks.pool());
   if (existing && overwrite == OverwriteHook::kNo) return std::nullopt;
   // The launcher first: alone it does what no hook does, while a script alone would not run.
-  if (!InstallHookLauncher(hook, hooks.pool())) {
+  if (!svn::InstallHookLauncher(hook, hooks.pool())) {
     throw SimpleException(
         u"'%s' is a hook program that this server did not make; it would no longer run. Move it "
         u"away "
@@ -138,15 +138,15 @@ std::optional<HookRecord> WriteHook(const ServerContext& context, const std::u16
 void DeleteHook(const ServerContext& context, const std::u16string& repository, HookKind kind) {
   const Hooks hooks(context, repository);
   const std::string hook = hooks.Path(kind);
-  if (const auto script = FindHookScript(hook, hooks.pool()))
+  if (const auto script = svn::FindHookScript(hook, hooks.pool()))
     svn::Check(svn_io_remove_file2(script->c_str(), TRUE, hooks.pool()));
-  RemoveUnusedHookLauncher(hook, hooks.pool());
+  svn::RemoveUnusedHookLauncher(hook, hooks.pool());
 }
 
 void InstallHookLaunchers(svn_repos_t* repository, const svn::Pool& scratch) {
   for (const KindRow& row : kKinds) {
     const std::string hook = row.path(repository, scratch);
-    if (FindHookScript(hook, scratch)) InstallHookLauncher(hook, scratch);
+    if (svn::FindHookScript(hook, scratch)) svn::InstallHookLauncher(hook, scratch);
   }
 }
 

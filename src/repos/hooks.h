@@ -4,9 +4,9 @@
 // A hook is a script file named as Subversion names the hook, with the extension .cmd, .bat or
 // .wsf, the first that exists counting. Subversion itself runs a program without an extension;
 // beside each script stands one of ours under that name, which runs the script by its "#!" line
-// (hook_launcher.h). Scripts hold text in the code page of the thread; nothing is added or removed.
-// Repositories are named as their folders are. Failures of Subversion and of the file system are
-// SvnException.
+// (svn/hook_launcher.h). Scripts hold text in the code page of the thread; nothing is added or
+// removed. Repositories are named as their folders are. Failures of Subversion and of the file
+// system are SvnException.
 #pragma once
 
 #include <cstdint>

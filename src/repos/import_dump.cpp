@@ -10,11 +10,11 @@
 #include "errors/exception.h"
 #include "repos/import.h"
 #include "repos/long_operation.h"
-#include "repos/memory_transactions.h"
 #include "repos/new_repository.h"
 #include "repos/repository_store.h"
 #include "svn/dump_input_stream.h"
 #include "svn/gzip_read_stream.h"
+#include "svn/memory_transactions.h"
 #include "svn/progress_stream.h"
 #include "svn/repository.h"
 #include "svn/text.h"
@@ -87,7 +87,7 @@ svn_stream_t* ContentOf(const DumpFile& dump, IcImportDumpFileNotify* notify,
 struct Load {
   IcImportDumpFileNotify* notify;
   LongOperation* operation;
-  MemoryTransactions* transactions;
+  svn::MemoryTransactions* transactions;
 };
 
 void Forward(const Load& load, const svn_repos_notify_t& event) {
@@ -110,7 +110,9 @@ void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileN
   };
   const std::u16string folder = svn::PathFromDirent(repository.folder());
   svn_repos_t* const target = svn::CreateRepository(folder, pool, warn, svn::Flushing::kByCaller);
-  MemoryTransactions transactions(repository);
+  const bool in_memory = repository.work().MakeMemoryFolder();
+  svn::MemoryTransactions transactions(repository.folder(),
+                                       in_memory ? repository.work().memory_folder() : "");
   Load load{notify, &operation, &transactions};
   operation.CheckAfter(svn_repos_load_fs6(target, ContentOf(dump, notify, pool), SVN_INVALID_REVNUM,
                                           SVN_INVALID_REVNUM, svn_repos_load_uuid_force, nullptr,

@@ -57,7 +57,7 @@ bool IsListed(const apr_finfo_t& entry) {
 }  // namespace
 
 svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool, WarningSink warnings,
-                            Caching caching) {
+                            Caching caching, Flushing flushing) {
   svn_repos_t* repository = nullptr;
   const Pool scratch(pool);
   apr_hash_t* config = FreshCacheConfig(pool);
@@ -65,6 +65,7 @@ svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool, Warnin
     svn_hash_sets(config, SVN_FS_CONFIG_FSFS_CACHE_DELTAS, "1");
     svn_hash_sets(config, SVN_FS_CONFIG_FSFS_CACHE_FULLTEXTS, "1");
   }
+  if (flushing == Flushing::kByCaller) svn_hash_sets(config, SVN_FS_CONFIG_NO_FLUSH_TO_DISK, "1");
   Check(svn_repos_open3(&repository, DirentFromPath(path).c_str(), config, pool, scratch));
   ReceiveWarnings(repository, std::move(warnings), pool);
   return repository;

@@ -27,16 +27,17 @@ enum class Caching {
   kContents,  // File contents and deltas as well; pays where most of them are read.
 };
 
-// Opens the repository of a folder. It lives as long as the pool and belongs to one thread. Nothing
-// that another repository of the same name and UUID left in this process's caches is seen.
-// Throws SvnException.
-svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool,
-                            WarningSink warnings = nullptr, Caching caching = Caching::kDefault);
-
 enum class Flushing {
   kEachRevision,
   kByCaller,  // Nothing is sure to be on the disk until the caller flushes it.
 };
+
+// Opens the repository of a folder. It lives as long as the pool and belongs to one thread. Nothing
+// that another repository of the same name and UUID left in this process's caches is seen.
+// Throws SvnException.
+svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool,
+                            WarningSink warnings = nullptr, Caching caching = Caching::kDefault,
+                            Flushing flushing = Flushing::kEachRevision);
 
 // Creates an empty FSFS repository with physical addressing; otherwise as OpenRepository. What the
 // libraries could not finish they remove again.

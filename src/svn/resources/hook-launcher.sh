@@ -1,6 +1,7 @@
 #!/bin/sh
 # Hook launcher of Kelvarion Server: runs the hook's script, which has the same name with the
 # extension .cmd, .bat or .wsf. It is made and removed together with the script; do not change it.
+# In a slave, which only its master changes, it refuses instead.
 
 PATH=${PATH:-/usr/local/bin:/usr/bin:/bin}
 export PATH
@@ -10,6 +11,23 @@ fail() {
   printf '%s\n' "$hook: $*" >&2
   exit 1
 }
+
+role_file=${0%/*}/../ormu.conf
+if [ -e "$role_file" ]; then
+  [ -r "$role_file" ] || fail "the server may not read ormu.conf"
+  role= server= repository=
+  while IFS= read -r line; do
+    case $line in
+    'role = '*) role=${line#* = } ;;
+    'server = '*) server=${line#* = } ;;
+    'repository = '*) repository=${line#* = } ;;
+    esac
+  done <"$role_file"
+  if [ "$role" != master ]; then
+    printf '%s\n' "This repository is a slave, which takes no changes; commit to the master: $repository on $server" >&2
+    exit 1
+  fi
+fi
 
 for extension in cmd bat wsf; do
   script=$0.$extension

@@ -1,0 +1,120 @@
+#include "ormu/copies.h"
+
+#include <apr_uri.h>
+#include <svn_io.h>
+#include <svn_path.h>
+#include <svn_repos.h>
+
+#include <filesystem>
+#include <initializer_list>
+
+#include "ormu/make_whole.h"
+#include "ormu/slave_guard.h"
+#include "ormu/slave_roles.h"
+#include "platform/ormu/ormu.h"
+#include "platform/security/inherited_access.h"
+#include "svn/remove_tree.h"
+#include "svn/replica_role.h"
+#include "svn/text.h"
+
+namespace kelvarion::ormu {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kPermissions[] = {"Kelvarion-SvnAuthz.ini", "Kelvarion-WinAuthz.ini"};
+constexpr const char* kDelegation = "Kelvarion-Delegation.ini";
+constexpr const char* kReplication = "Kelvarion-Replication.ini";
+constexpr const char* kLock = "Kelvarion.lck";
+
+void RequireNothingAt(const std::string& path, const svn::Pool& scratch) {
+  svn_node_kind_t kind = svn_node_none;
+  svn::Check(svn_io_check_path(path.c_str(), &kind, scratch));
+  if (kind != svn_node_none)
+    svn::ThrowAprError(APR_EEXIST,
+                       Format(u"Can't create directory '%s'", svn::PathFromDirent(path)));
+}
+
+// Copied files have the modes of their sources, which may shut out the web server here.
+void Copy(const std::string& source, const std::string& target, CancelFunction cancel,
+          const svn::Pool& scratch) {
+  svn::Check(svn_repos_hotcopy3(source.c_str(), target.c_str(), FALSE, FALSE, nullptr, nullptr,
+                                cancel.function, cancel.baton, scratch));
+  const std::u16string folder = svn::PathFromDirent(target);
+  const auto each = [&] {
+    if (cancel.function) svn::Check(cancel.function(cancel.baton));
+  };
+  if (const Win32Error error = platform::InheritAccess(folder, each))
+    svn::ThrowSystemError(error, Format(u"Cannot set the access to '%s'", folder));
+}
+
+void RemoveSetting(const std::string& folder, const char* name, const svn::Pool& scratch) {
+  const std::string file = svn::JoinDirent(svn::JoinDirent(folder, "conf"), name);
+  svn::Check(svn_io_remove_file2(file.c_str(), TRUE, scratch));
+}
+
+// All but the examples that come with every repository.
+void RemoveHooks(const std::string& folder, const svn::Pool& scratch) {
+  for (const auto& entry : fs::directory_iterator(svn::JoinDirent(folder, "hooks")))
+    if (entry.path().extension() != ".tmpl") svn::RemoveTree(entry.path(), scratch);
+}
+
+struct Address {
+  std::string server;
+  std::string repository;
+};
+
+Address ParseAddress(const std::string& uri, const svn::Pool& scratch) {
+  apr_uri_t parts;
+  if (apr_uri_parse(scratch, uri.c_str(), &parts) != APR_SUCCESS || !parts.hostinfo ||
+      !parts.path || parts.path[0] != '/' || !parts.path[1])
+    svn::ThrowError(SVN_ERR_BAD_URL,
+                    Format(u"'%s' is no address of a master", platform::Utf16ForDisplay(uri)));
+  return {parts.hostinfo, svn_path_uri_decode(parts.path + 1, scratch)};
+}
+
+void RequireMaster(const std::string& folder, const svn::Pool& scratch) {
+  const auto role = svn::ReadReplicaRole(folder, scratch);
+  if (!role || !role->master)
+    svn::ThrowError(ORMU_ERR_WRONG_ROLE,
+                    Format(u"'%s' is not a master", svn::PathFromDirent(folder)));
+}
+
+}  // namespace
+
+// Made under another name, so that a killed one is not taken for a seed.
+void SpawnSlave(const std::string& destination, const std::string& master_uri,
+                const std::string& master, CancelFunction cancel, const svn::Pool& scratch) {
+  const svn::Pool pool(scratch);
+  const Address address = ParseAddress(master_uri, pool);
+  RequireMaster(master, pool);
+  RequireNothingAt(destination, pool);
+  const std::string part = destination + ".unfinished-" + svn_uuid_generate(pool);
+  MakeWhole(part, pool, [&] {
+    Copy(master, part, cancel, pool);
+    // The master decides about access and locks; who may replicate is said anew after a promotion.
+    for (const char* name : {kPermissions[1], kDelegation, kReplication, kLock})
+      RemoveSetting(part, name, pool);
+    svn::RemoveTree(svn::JoinDirent(part, "db/locks"), pool);
+    TurnIntoSlave(part, address.server, address.repository, pool);
+    RequireNothingAt(destination, pool);
+    svn::Check(svn_io_file_rename2(part.c_str(), destination.c_str(), TRUE, pool));
+  });
+}
+
+void ImportMaster(const std::string& path, const std::string& source, ImportedSettings settings,
+                  CancelFunction cancel, const svn::Pool& scratch) {
+  const svn::Pool pool(scratch);
+  RequireNothingAt(path, pool);
+  MakeWhole(path, pool, [&] {
+    Copy(source, path, cancel, pool);
+    for (const char* name : {kReplication, kLock}) RemoveSetting(path, name, pool);
+    if (!settings.permissions)
+      for (const char* name : kPermissions) RemoveSetting(path, name, pool);
+    if (!settings.delegation) RemoveSetting(path, kDelegation, pool);
+    TurnIntoMaster(path, pool);
+    if (!settings.hooks) RemoveHooks(path, pool);
+  });
+}
+
+}  // namespace kelvarion::ormu

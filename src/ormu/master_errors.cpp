@@ -1,0 +1,97 @@
+#include "ormu/master_errors.h"
+
+#include <apr_errno.h>
+#include <svn_error_codes.h>
+
+#include <algorithm>
+#include <functional>
+
+#include "ormu/boundary.h"
+#include "platform/ormu/ormu.h"
+#include "svn/text.h"
+
+namespace kelvarion::ormu {
+namespace {
+
+constexpr int kServerUnavailable = ORMU_ERR_SYSTEM + 1722;
+constexpr int kAccessDenied = ORMU_ERR_SYSTEM + 5;
+
+bool Any(const svn_error_t* chain, const std::function<bool(const svn_error_t&)>& matches) {
+  for (; chain; chain = chain->child)
+    if (matches(*chain)) return true;
+  return false;
+}
+
+bool IsCancelled(const svn_error_t& link) { return link.apr_err == SVN_ERR_CANCELLED; }
+
+bool IsUntrusted(const svn_error_t& link) {
+  return link.apr_err == SVN_ERR_RA_SERF_SSL_CERT_UNTRUSTED;
+}
+
+bool IsRefused(const svn_error_t& link) {
+  return link.apr_err == SVN_ERR_RA_NOT_AUTHORIZED || link.apr_err == SVN_ERR_RA_DAV_FORBIDDEN ||
+         SVN_ERROR_IN_CATEGORY(link.apr_err, SVN_ERR_AUTHN_CATEGORY_START) ||
+         SVN_ERROR_IN_CATEGORY(link.apr_err, SVN_ERR_AUTHZ_CATEGORY_START);
+}
+
+bool IsNowhere(const svn_error_t& link) {
+  switch (link.apr_err) {
+    case SVN_ERR_RA_SVN_REPOS_NOT_FOUND:
+    case SVN_ERR_RA_DAV_PATH_NOT_FOUND:
+    case SVN_ERR_RA_LOCAL_REPOS_NOT_FOUND:
+      return true;
+    case SVN_ERR_RA_LOCAL_REPOS_OPEN_FAILED:  // With a cause: it is there and does not open.
+      return !link.child;
+    default:
+      return false;
+  }
+}
+
+// Codes of the library that speaks HTTP; it has no header here.
+bool IsOfTransport(int code) { return code >= 120100 && code < 120200; }
+
+// A name that leads to no machine.
+bool IsAddressTrouble(int code) {
+  return code >= APR_OS_START_EAIERR && code < APR_OS_START_SYSERR;
+}
+
+bool IsUnreachable(const svn_error_t& link) {
+  const int code = link.apr_err;
+  return APR_STATUS_IS_ECONNREFUSED(code) || APR_STATUS_IS_ECONNRESET(code) ||
+         APR_STATUS_IS_ECONNABORTED(code) || APR_STATUS_IS_ETIMEDOUT(code) ||
+         APR_STATUS_IS_TIMEUP(code) || APR_STATUS_IS_EHOSTUNREACH(code) ||
+         APR_STATUS_IS_ENETUNREACH(code) || APR_STATUS_IS_EPIPE(code) || IsOfTransport(code) ||
+         IsAddressTrouble(code) || code == SVN_ERR_RA_SVN_CONNECTION_CLOSED ||
+         code == SVN_ERR_RA_SVN_IO_ERROR || code == SVN_ERR_RA_DAV_CONN_TIMEOUT;
+}
+
+// One link in front of the chain.
+svn_error_t* Over(int code, const std::u16string& message, svn_error_t* chain) {
+  return svn_error_create(code, chain, platform::Utf8ForDisplay(message).c_str());
+}
+
+}  // namespace
+
+void ThrowMasterError(const Master& master, svn_error_t* chain) {
+  chain = svn_error_purge_tracing(chain);
+  const std::u16string server = platform::Utf16ForDisplay(master.server);
+  const std::u16string repository = platform::Utf16ForDisplay(master.repository);
+  if (Any(chain, IsCancelled)) throw SvnException(chain);
+  if (Any(chain, IsUntrusted))
+    ThrowOver(ORMU_ERR_UNTRUSTED_MASTER,
+              Format(u"The certificate of '%s' is not trusted; if it is the right one, trust it "
+                     u"by: kelvarionctl replication trust %s",
+                     server, server),
+              chain);
+  if (Any(chain, IsNowhere))
+    ThrowOver(ORMU_ERR_NO_SUCH_MASTER,
+              Format(u"'%s' has no repository '%s' to replicate", server, repository), chain);
+  if (Any(chain, IsRefused))
+    chain = Over(kAccessDenied, u"The account may not replicate the repository", chain);
+  else if (Any(chain, IsUnreachable))
+    chain = Over(kServerUnavailable, u"The server is unavailable", chain);
+  ThrowOver(ORMU_ERR_MASTER_FAILED,
+            Format(u"The master '%s' on '%s' could not be asked", repository, server), chain);
+}
+
+}  // namespace kelvarion::ormu

@@ -1,0 +1,162 @@
+#include "ormu/slave_guard.h"
+
+#include <svn_io.h>
+
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "svn/error.h"
+#include "svn/hook_launcher.h"
+#include "svn/memory_transactions.h"
+#include "svn/replica_role.h"
+#include "svn/text.h"
+
+namespace kelvarion::ormu {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Every change that a client can make passes one of them.
+constexpr const char* kGuardHooks[] = {"start-commit", "pre-lock", "pre-unlock",
+                                       "pre-revprop-change"};
+constexpr const char* kAside = ".kept";
+
+std::string HookOf(const std::string& folder, const char* name) {
+  return svn::JoinDirent(svn::JoinDirent(folder, "hooks"), name);
+}
+
+// Taken by the storage for every change.
+std::string WriteLockOf(const std::string& folder) {
+  return svn::JoinDirent(svn::JoinDirent(folder, "db"), "write-lock");
+}
+
+void Require(const std::error_code& error, const std::string& path) {
+  if (error)
+    svn::ThrowAprError(error.value(), Format(u"Can't replace '%s'", svn::PathFromDirent(path)));
+}
+
+void Rename(const std::string& from, const std::string& to) {
+  std::error_code error;
+  fs::rename(from, to, error);
+  Require(error, to);
+}
+
+bool IsSlave(const std::string& folder, const svn::Pool& scratch) {
+  const auto role = svn::ReadReplicaRole(folder, scratch);
+  return role && !role->master;
+}
+
+// Who writes to a slave holds it; it says nothing to the storage.
+std::u16string ReplicatorLockOf(const std::string& folder) {
+  return svn::PathFromDirent(svn::JoinDirent(svn::JoinDirent(folder, "locks"), "replicator.lock"));
+}
+
+void RequireLock(const platform::FileLock& lock, const std::string& folder) {
+  if (lock.Error() != ERROR_SUCCESS)
+    svn::ThrowSystemError(
+        lock.Error(), Format(u"Can't get the right to write to '%s'", svn::PathFromDirent(folder)));
+}
+
+std::unique_ptr<platform::FileLock> TryLock(const std::string& folder) {
+  auto lock =
+      std::make_unique<platform::FileLock>(ReplicatorLockOf(folder), platform::IfLocked::kGiveUp);
+  if (lock->Error() == ERROR_SHARING_VIOLATION) return nullptr;
+  RequireLock(*lock, folder);
+  return lock;
+}
+
+std::unique_ptr<platform::FileLock> WaitForLock(const std::string& folder,
+                                                const svn::Cancellation& cancellation) {
+  constexpr std::chrono::milliseconds kBetweenTries{20};
+  for (;;) {
+    if (auto lock = TryLock(folder)) return lock;
+    cancellation.Check();
+    std::this_thread::sleep_for(kBetweenTries);
+  }
+}
+
+// A kill between the steps of leaving the role of a slave stops here.
+void MendOther(const std::string& folder, const svn::Pool& scratch) {
+  bool broken = fs::is_directory(WriteLockOf(folder));
+  for (const char* name : kGuardHooks) broken = broken || fs::exists(HookOf(folder, name) + kAside);
+  if (!broken) return;
+  if (const auto lock = TryLock(folder)) {
+    OpenStore(folder);
+    RemoveGuardHooks(folder, scratch);
+  }
+}
+
+}  // namespace
+
+void InstallGuardHooks(const std::string& folder, const svn::Pool& scratch) {
+  std::error_code error;
+  fs::create_directory(svn::JoinDirent(folder, "hooks"), error);
+  Require(error, folder);
+  for (const char* name : kGuardHooks) {
+    const std::string hook = HookOf(folder, name);
+    if (svn::InstallHookLauncher(hook, scratch)) continue;
+    Rename(hook, hook + kAside);
+    svn::InstallHookLauncher(hook, scratch);
+  }
+}
+
+void RemoveGuardHooks(const std::string& folder, const svn::Pool& scratch) {
+  for (const char* name : kGuardHooks) {
+    const std::string hook = HookOf(folder, name);
+    if (fs::exists(hook + kAside))
+      Rename(hook + kAside, hook);
+    else
+      svn::RemoveUnusedHookLauncher(hook, scratch);
+  }
+}
+
+// The lock file itself is kept for its owner and access list.
+void CloseStore(const std::string& folder) {
+  const std::string lock = WriteLockOf(folder);
+  std::error_code error;
+  const fs::file_type type = fs::symlink_status(lock, error).type();
+  if (type == fs::file_type::directory) return;
+  if (type != fs::file_type::not_found) Rename(lock, lock + kAside);
+  error.clear();
+  fs::create_directory(lock, error);
+  Require(error, lock);
+}
+
+void OpenStore(const std::string& folder) {
+  const std::string lock = WriteLockOf(folder);
+  std::error_code error;
+  if (fs::is_directory(fs::symlink_status(lock, error))) fs::remove(lock, error);
+  Require(error, lock);
+  if (fs::exists(lock)) return;
+  if (fs::exists(lock + kAside)) return Rename(lock + kAside, lock);
+  const svn::Pool pool = svn::Pool::Root();
+  svn::Check(svn_io_file_create_empty(lock.c_str(), pool));
+}
+
+void MendGuard(const std::string& folder, const svn::Pool& scratch) {
+  const svn::Pool pool(scratch);
+  if (!IsSlave(folder, pool)) return MendOther(folder, pool);
+  InstallGuardHooks(folder, pool);
+  const auto lock = TryLock(folder);
+  if (!lock) return;
+  svn::AbandonMemoryTransactions(folder);
+  CloseStore(folder);
+}
+
+SlaveWriteAccess::SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,
+                                   const svn::Pool& parent)
+    : folder_(folder), pool_(parent), lock_(WaitForLock(folder, cancellation)) {
+  svn::AbandonMemoryTransactions(folder);
+  if (IsSlave(folder, pool_)) InstallGuardHooks(folder, pool_);
+  OpenStore(folder);
+}
+
+SlaveWriteAccess::~SlaveWriteAccess() {
+  try {
+    if (IsSlave(folder_, pool_)) CloseStore(folder_);
+  } catch (const Exception&) {  // The next one who mends or writes does it.
+  }
+}
+
+}  // namespace kelvarion::ormu

@@ -1,0 +1,117 @@
+#include "ormu/slave_roles.h"
+
+#include <svn_fs.h>
+#include <svn_repos.h>
+
+#include <functional>
+
+#include "ormu/make_whole.h"
+#include "ormu/revision_replay.h"
+#include "ormu/slave_guard.h"
+#include "platform/ormu/ormu.h"
+#include "svn/error.h"
+#include "svn/remove_tree.h"
+#include "svn/replica_role.h"
+#include "svn/repository.h"
+#include "svn/text.h"
+
+namespace kelvarion::ormu {
+namespace {
+
+const svn::Cancellation& Never() {
+  static const svn::Cancellation never{[] { return false; }, u""};
+  return never;
+}
+
+svn::ReplicaRole SlaveOf(const std::string& server, const std::string& repository) {
+  svn::ReplicaRole role;
+  role.master_server = server;
+  role.master_repository = repository;
+  return role;
+}
+
+void WriteRole(const std::string& folder, const std::optional<svn::ReplicaRole>& role,
+               const svn::Pool& scratch) {
+  if (role)
+    svn::WriteReplicaRole(folder, *role, scratch);
+  else
+    svn::RemoveReplicaRole(folder, scratch);
+}
+
+// Runs the steps of a change of roles; a failure leaves the old role and its guard.
+void ChangeRole(const std::string& folder, const svn::Pool& scratch,
+                const std::function<void()>& steps) {
+  const auto old = svn::ReadReplicaRole(folder, scratch);
+  try {
+    steps();
+  } catch (const Exception& failure) {
+    svn_error_t* const undone = AtBoundary([&] {
+      WriteRole(folder, old, scratch);
+      MendGuard(folder, scratch);
+      if (!old || old->master) RemoveGuardHooks(folder, scratch);
+    });
+    svn::Check(svn_error_compose_create(ChainOf(failure), undone));
+  }
+}
+
+// The lock comes back first: a kill then leaves a slave that is guarded by its hooks, rather than a
+// repository that nobody can write to.
+void LeaveRole(const std::string& folder, const std::optional<svn::ReplicaRole>& next,
+               const svn::Pool& scratch) {
+  const SlaveWriteAccess access(folder, Never(), scratch);
+  ChangeRole(folder, scratch, [&] {
+    WriteRole(folder, next, scratch);
+    RemoveGuardHooks(folder, scratch);
+  });
+}
+
+// What a new repository has before its first revision.
+void TakeIdentity(svn_fs_t* fs, MasterSession& master, const svn::Pool& pool) {
+  svn::Check(svn_fs_set_uuid(fs, master.uuid().c_str(), pool));
+  SetRevisionProperties(fs, 0, master.PropertiesOf(0), pool);
+}
+
+}  // namespace
+
+void TurnIntoSlave(const std::string& folder, const std::string& server,
+                   const std::string& repository, const svn::Pool& scratch) {
+  ChangeRole(folder, scratch, [&] {
+    // Hooks do nothing until there is a role, and then at once; a commit that is already past them
+    // does not get the lock.
+    InstallGuardHooks(folder, scratch);
+    svn::WriteReplicaRole(folder, SlaveOf(server, repository), scratch);
+    CloseStore(folder);
+  });
+}
+
+void MakeEmptySlave(MasterSession& master, const std::string& folder) {
+  const svn::Pool pool(master.pool());
+  MakeWhole(folder, pool, [&] {
+    svn_repos_t* const made = svn::CreateRepository(svn::PathFromDirent(folder), pool);
+    TakeIdentity(svn_repos_fs(made), master, pool);
+    TurnIntoSlave(folder, master.master().server, master.master().repository, pool);
+  });
+}
+
+void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch) {
+  svn::ReplicaRole master;
+  master.master = true;
+  LeaveRole(folder, master, scratch);
+}
+
+void TurnIntoPlain(const std::string& folder, const svn::Pool& scratch) {
+  LeaveRole(folder, std::nullopt, scratch);
+}
+
+void Relocate(const std::string& folder, const std::string& server, const std::string& repository,
+              const svn::Pool& scratch) {
+  const auto old = svn::ReadReplicaRole(folder, scratch);
+  if (!old || old->master)
+    svn::ThrowError(ORMU_ERR_WRONG_ROLE,
+                    Format(u"'%s' is not a slave", svn::PathFromDirent(folder)));
+  svn::ReplicaRole role = SlaveOf(server, repository);
+  role.suspended = old->suspended;
+  svn::WriteReplicaRole(folder, role, scratch);
+}
+
+}  // namespace kelvarion::ormu

@@ -1,0 +1,108 @@
+#include "svn/memory_transactions.h"
+
+#include <filesystem>
+
+#include "platform/files/files.h"
+#include "svn/error.h"
+#include "svn/text.h"
+
+namespace kelvarion::svn {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint64_t kMegabyte = 1024 * 1024;
+constexpr std::uint64_t kMostUsed = 128 * kMegabyte;
+constexpr std::uint64_t kLeastFree = 256 * kMegabyte;
+constexpr int kNodesBetweenLooks = 256;
+constexpr const char* kOnDisk = ".disk";
+
+std::string TransactionsOf(const std::string& repository) {
+  return repository + "/db/transactions";
+}
+
+std::uint64_t FreeMemory() {
+  platform::VolumeInfo volume;
+  const std::u16string folder = platform::MemoryFolder();
+  if (folder.empty() || platform::GetVolumeInformation(folder, volume) != ERROR_SUCCESS) return 0;
+  return volume.bytes_free;
+}
+
+void Require(const std::error_code& error, const std::string& path) {
+  if (error) {
+    ThrowAprError(error.value(), Format(u"Can't move '%s'", PathFromDirent(path)));
+  }
+}
+
+}  // namespace
+
+MemoryTransactions::MemoryTransactions(const std::string& repository, std::string memory_folder)
+    : transactions_(TransactionsOf(repository)),
+      memory_folder_(std::move(memory_folder)),
+      free_at_start_(FreeMemory()) {
+  usable_ = !memory_folder_.empty() && free_at_start_ >= kMostUsed + kLeastFree;
+  if (usable_) MoveToMemory();
+}
+
+void MemoryTransactions::OnNode() {
+  if (!in_memory_ || ++nodes_ % kNodesBetweenLooks != 0) return;
+  const std::uint64_t free = FreeMemory();
+  if (free < kLeastFree || free + kMostUsed < free_at_start_) MoveToDisk();
+}
+
+void MemoryTransactions::OnCommitted() {
+  if (!usable_ || in_memory_ || FreeMemory() < kMostUsed + kLeastFree) return;
+  free_at_start_ = FreeMemory();
+  MoveToMemory();
+}
+
+void MemoryTransactions::Finish() {
+  if (in_memory_) MoveToDisk();
+}
+
+void MemoryTransactions::MoveToMemory() {
+  std::error_code error;
+  fs::remove(transactions_, error);  // Empty between two commits, as far as nobody else tries one.
+  if (error == std::errc::directory_not_empty) return;
+  Require(error, transactions_);
+  fs::create_directory_symlink(memory_folder_, transactions_, error);
+  Require(error, transactions_);
+  in_memory_ = true;
+}
+
+void MemoryTransactions::MoveToDisk() {
+  const std::string copy = transactions_ + kOnDisk;
+  std::error_code error;
+  fs::create_directory(copy, error);
+  Require(error, copy);
+  fs::copy(memory_folder_, copy, fs::copy_options::recursive, error);
+  Require(error, copy);
+  fs::remove(transactions_, error);  // The link.
+  Require(error, transactions_);
+  fs::rename(copy, transactions_, error);
+  Require(error, transactions_);
+  in_memory_ = false;
+  for (const auto& entry : fs::directory_iterator(memory_folder_, error)) {
+    std::error_code ignored;  // It goes with the folder.
+    fs::remove_all(entry.path(), ignored);
+  }
+}
+
+void AbandonMemoryTransactions(const std::string& repository) {
+  const std::string transactions = TransactionsOf(repository);
+  std::error_code error;
+  if (const fs::path memory = fs::read_symlink(transactions, error); !error) {
+    // Only what this server put there.
+    const fs::path folder = Utf8(platform::MemoryFolder());
+    if (memory.parent_path() == folder && memory.filename().string().starts_with("kelvarion-"))
+      fs::remove_all(memory, error);
+    fs::remove(transactions, error);
+    Require(error, transactions);
+  }
+  fs::remove_all(transactions + kOnDisk, error);
+  Require(error, transactions);
+  fs::create_directory(transactions, error);
+  Require(error, transactions);
+}
+
+}  // namespace kelvarion::svn
