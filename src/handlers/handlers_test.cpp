@@ -250,6 +250,11 @@ TEST_F(HandlersTest, TheServiceIsOneInstanceWhoseMethodsNeedItsKey) {
   ASSERT_EQ(answer.objects.size(), 1u);
   EXPECT_EQ(answer.object().Get(Property<std::uint32_t>{u"AuthType"}), 0u);
   EXPECT_TRUE(answer.object().Get(Property<bool>{u"UseUPNFormat"}));
+  const Answer refused = host_.Call(path, u"SetRepositoriesURLPrefix", [](WMIObject& in) {
+    in.Set(Property<std::u16string>{u"RepositoriesURLPrefix"}, u"/");
+  });
+  EXPECT_EQ(refused.status, WBEM_E_INVALID_METHOD_PARAMETERS);
+  EXPECT_TRUE(refused.Message().starts_with(u"Invalid repositories URL prefix"));
   Strings properties;
   answer.object().object()->GetNames(&properties);
   for (const std::u16string& name : properties)

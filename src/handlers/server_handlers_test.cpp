@@ -61,6 +61,16 @@ TEST_F(ServerHandlersTest, TheReplicationServiceRunsAndStopsAsItIsTold) {
   std::filesystem::permissions(folder + "/ormusvc", std::filesystem::perms::owner_all);
   setenv("KELVARION_LIBEXEC", folder.c_str(), 1);
   ExpectReaches(u"StartService", platform::SERVICE_RUNNING);
+  const std::string first = testing::ReadFile(home_.install_folder() + "/run/ormusvc.pid");
+  const Answer moved = host_.Call(kSettings, u"Set", [&](WMIObject& in) {
+    in.Set(Property<std::u16string>{u"RepositoriesRoot"},
+           platform::Utf16ForDisplay(home_.folder()));
+  });
+  EXPECT_EQ(moved.status, S_OK);
+  ASSERT_EQ(moved.progress.size(), 2u);
+  EXPECT_EQ(moved.progress[0].status_description, u"Stopping ORMU service");
+  EXPECT_EQ(moved.progress[1].status_description, u"Starting ORMU service");
+  EXPECT_NE(testing::ReadFile(home_.install_folder() + "/run/ormusvc.pid"), first);
   EXPECT_EQ(ChangeStartMode(platform::SERVICE_DISABLED).status, S_OK);
   EXPECT_EQ(Ormu(u"ServiceState"), platform::SERVICE_RUNNING);
   EXPECT_EQ(Ormu(u"StartMode"), platform::SERVICE_DISABLED);

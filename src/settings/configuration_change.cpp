@@ -47,7 +47,7 @@ class Restart {
         warn_([this](const std::u16string& text) { notify_.Warning(text); }) {}
 
   void Server() const {
-    if (services::QueryServerStatus(manager()).current_state != platform::SERVICE_RUNNING) return;
+    if (!ServerIsUp()) return;
     notify_.ServiceChanging(u"Restarting HTTP service");
     services::RunExplained(
         context_, services::kServerServiceName, warn_, [this](platform::ServiceManager& manager) {
@@ -75,6 +75,17 @@ class Restart {
 
  private:
   platform::ServiceManager& manager() const { return *context_.machine().services; }
+  // One that is coming up may have read the settings of before, so its start is waited for; should
+  // that fail, there is nothing to restart.
+  bool ServerIsUp() const {
+    const std::uint32_t state = services::QueryServerStatus(manager()).current_state;
+    if (state != platform::SERVICE_START_PENDING) return state == platform::SERVICE_RUNNING;
+    try {
+      return services::WaitForServerState(manager(), platform::SERVICE_RUNNING, timeout_ms_);
+    } catch (const Win32Exception&) {
+      return false;
+    }
+  }
   static void Require(bool reached, const char16_t* otherwise) {
     if (!reached) throw SimpleException(u"%s", otherwise);
   }

@@ -233,7 +233,8 @@ TEST(ConfigurationChangeTest, ServicesThatRunAreRestartedAndAFailureOfTheirsIsEx
     bool refused = false;  // Whether the last request is.
   } rows[] = {
       {"all stopped", {kDown}, {kDown}, {}, u""},
-      {"coming up", {kComing}, {kDown}, {}, u""},
+      {"came up", {kUp, kComing, kUp}, {kDown}, {web}, u""},
+      {"fails to come up", {kUp, kComing, kDied}, {kDown}, {}, u""},
       {"both", {kUp}, {kUp, kDown, kUp}, {web, stop, start}, u""},
       {"only replication", {kDown}, {kUp, kDown, kUp}, {stop, start}, u""},
       {"disabled", {kUp}, {kUp}, {web}, u""},

@@ -21,13 +21,14 @@ class HttpsFlowTest : public ::testing::Test {
     return server.HttpStatus("alice", "secret", url, body);
   }
 
-  void UseTls(bool secure, const std::string& addresses) {
-    server.scheme = secure ? "https" : "http";
-    const Reply set = server.CallService(
-        "SetNetworkOptions", {"Port=" + std::to_string(server.CurrentPort()),
-                              std::string("UseSecureConnection=") + (secure ? "true" : "false"),
-                              "ListenIPAddressesArray:=" + addresses});
-    EXPECT_TRUE(set.ok()) << set.message();
+  void Set(const std::vector<std::string>& parameters) const {
+    const Reply set = server.Call("PS_SvnServerConfiguration", "Set", parameters);
+    EXPECT_TRUE(set.ok()) << set.message() << set.warnings();
+  }
+
+  ProcessResult Svn(std::vector<std::string> arguments) const {
+    arguments.push_back("--trust-server-cert-failures=unknown-ca,cn-mismatch");
+    return server.Svn("alice", "secret", arguments);
   }
 
   ProcessResult Handshake(std::vector<std::string> options) const {
@@ -44,8 +45,8 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
   server.Start();
   const std::string plain = server.Url("demo/");
   EXPECT_EQ(Status(plain), 200);
-  UseTls(true, "[\"127.0.0.1\"]");
-  server.Restart();
+  Set({"EnableSSL=true"});
+  server.scheme = "https";
   EXPECT_TRUE(Eventually([&] { return Status(server.Url("demo/")) == 200; }));
   EXPECT_EQ(Status(plain), 0) << "the old port is still served";
 
@@ -58,10 +59,8 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
     EXPECT_NE(Handshake({version}).exit_code, 0) << version;
 
   const std::string work = server.folder + "/work";
-  const std::vector<std::string> trust = {"--trust-server-cert-failures=unknown-ca,cn-mismatch"};
-  const auto svn = [&](std::vector<std::string> arguments) {
-    arguments.insert(arguments.end(), trust.begin(), trust.end());
-    const ProcessResult result = server.Svn("alice", "secret", arguments);
+  const auto svn = [&](const std::vector<std::string>& arguments) {
+    const ProcessResult result = Svn(arguments);
     EXPECT_EQ(result.exit_code, 0) << result.all();
   };
   EXPECT_NE(server.Svn("alice", "secret", {"ls", server.Url("demo")}).exit_code, 0)
@@ -71,8 +70,7 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
   RunProcess({"svn", "add", work + "/file"});
   svn({"commit", "-m", "First", work});
 
-  UseTls(false, "[\"127.0.0.1\"]");
-  server.Restart();
+  Set({"EnableSSL=false"});
   EXPECT_TRUE(Eventually([&] { return Status(plain + "file") == 200; }));
 }
 
@@ -90,12 +88,11 @@ TEST_F(HttpsFlowTest, OnlyTheChosenAddressesAreServed) {
   } rows[] = {
       {"[\"127.0.0.2\"]", 0, 200, 0},
       {"[\"127.0.0.1\",\"127.0.0.2\"]", 200, 200, 0},
-      {"null", 200, 200, ipv6 ? 200 : 0},
+      {"[\"All\"]", 200, 200, ipv6 ? 200 : 0},
       {"[\"::1\"]", 0, 0, 200},
   };
   for (const auto& row : std::span(rows, std::size(rows) - (ipv6 ? 0 : 1))) {
-    UseTls(false, row.addresses);
-    server.Restart();
+    Set({std::string("ListeningIPAddress:=") + row.addresses});
     EXPECT_TRUE(Eventually([&] {
       return at("127.0.0.1") == row.first && at("127.0.0.2") == row.second &&
              at("[::1]") == row.sixth;
@@ -104,35 +101,54 @@ TEST_F(HttpsFlowTest, OnlyTheChosenAddressesAreServed) {
   }
 }
 
-TEST_F(HttpsFlowTest, RepositoriesAndStartPagesFollowThePrefix) {
-  const std::string port = ":" + std::to_string(server.port);
+// Each step is one call, which restarts the server; nobody waits for anything else.
+TEST_F(HttpsFlowTest, ClientsAndStartPagesFollowEveryChange) {
   server.Start();
-  for (const std::string prefix : {"/svn", "/r_2-B", ""}) {
-    EXPECT_TRUE(
-        server.CallService("SetRepositoriesURLPrefix", {"RepositoriesURLPrefix=" + prefix}).ok());
-    server.Restart();
-    const std::string url = server.base() + prefix + "/demo";
-    EXPECT_TRUE(Eventually([&] { return Status(url + "/") == 200; })) << prefix;
-    const Reply demo = server.Ctl({"get", "Kelvarion_Repository.Name=\"demo\""});
-    EXPECT_TRUE(demo.object()["URL"].get<std::string>().ends_with(port + prefix + "/demo/"));
-    const ProcessResult made = server.Svn("alice", "secret", {"mkdir", "-m", "New", url + prefix});
-    EXPECT_EQ(made.exit_code == 0, !prefix.empty()) << made.all();
-    std::string page;
-    EXPECT_EQ(Status(server.base() + "/!/", &page), 200) << prefix;
-    EXPECT_NE(page.find("startSvnWebClient(\"" + prefix + "/\")"), std::string::npos) << page;
-    EXPECT_EQ(Status(server.base() + "/", &page), 200) << prefix;
-    if (!prefix.empty()) {
-      EXPECT_NE(page.find("URL=" + prefix + "/\""), std::string::npos) << page;
-      EXPECT_EQ(Status(server.base() + "/other/demo/"), 404) << prefix;
+  const std::string http = ":" + std::to_string(server.port);
+  const std::string https = ":" + std::to_string(server.ssl_port);
+  const std::string other = ":" + std::to_string(FreePort());
+  const std::string moved = server.folder + "/moved";
+  RunProcess({"cp", "-a", server.root, moved});
+  const struct {
+    std::vector<std::string> change;
+    std::string base;
+    std::string prefix;
+  } steps[] = {
+      {{"EnableSSL=true"}, "https://127.0.0.1" + https, "/svn"},
+      {{"ListenPort=" + other.substr(1)}, "https://127.0.0.1" + other, "/svn"},
+      {{"ListeningIPAddress:=[\"127.0.0.2\"]"}, "https://127.0.0.2" + other, "/svn"},
+      {{"RepositoriesURLPrefix=/r_2-B"}, "https://127.0.0.2" + other, "/r_2-B"},
+      {{"RepositoriesURLPrefix="}, "https://127.0.0.2" + other, ""},
+      {{"RepositoriesRoot=" + moved}, "https://127.0.0.2" + other, ""},
+      {{"EnableSSL=false", "ListeningIPAddress:=[\"All\"]"}, "http://127.0.0.1" + http, ""},
+      {{"EnableSSL=true", "RepositoriesURLPrefix=/svn"}, "https://127.0.0.1" + other, "/svn"},
+      {{"EnableSSL=false", "ListeningIPAddress:=[\"::1\"]"}, "http://[::1]" + http, "/svn"},
+  };
+  for (const auto& step : std::span(steps, std::size(steps) - (HasIpv6Loopback() ? 0 : 1))) {
+    SCOPED_TRACE(step.change.front());
+    Set(step.change);
+    const std::string demo = step.base + step.prefix + "/demo";
+    const std::string folder = demo + "/" + std::to_string(&step - steps);
+    for (const std::vector<std::string>& words :
+         {std::vector<std::string>{"mkdir", "-m", "New", folder}, {"ls", folder}}) {
+      const ProcessResult result = Svn(words);
+      EXPECT_EQ(result.exit_code, 0) << result.all();
     }
+    std::string page;
+    EXPECT_EQ(Status(step.base + "/!/", &page), 200);
+    EXPECT_NE(page.find("startSvnWebClient(\"" + step.prefix + "/\")"), std::string::npos) << page;
+    EXPECT_EQ(Status(step.base + "/", &page), 200);
+    if (!step.prefix.empty()) {
+      EXPECT_NE(page.find("URL=" + step.prefix + "/\""), std::string::npos) << page;
+      EXPECT_EQ(Status(step.base + "/other/demo/"), 404);
+    }
+    const std::string url = server.Ctl({"get", "Kelvarion_Repository.Name=\"demo\""})
+                                .object()["URL"]
+                                .get<std::string>();
+    EXPECT_TRUE(url.ends_with(demo.substr(demo.rfind(':')) + "/")) << url;
   }
-  for (const std::string refused : {"/", "svn", "/svn/", "/a/b", "/svn.1", "/a b", "/ä"}) {
-    const Reply reply =
-        server.CallService("SetRepositoriesURLPrefix", {"RepositoriesURLPrefix=" + refused});
-    EXPECT_EQ(reply.status(), 0x8004102F) << refused;
-    EXPECT_TRUE(reply.message().starts_with("Invalid repositories URL prefix")) << refused;
-  }
-  EXPECT_EQ(server.Service()["RepositoriesURLPrefix"], "");
+  EXPECT_FALSE(Svn({"ls", "file://" + moved + "/demo"}).out.empty());
+  EXPECT_TRUE(Svn({"ls", "file://" + moved + "/demo/0"}).exit_code != 0) << "was made before";
 }
 
 }  // namespace

@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <optional>
 
 #include "tests/support/real_server.h"
 
 namespace kelvarion::testing {
 namespace {
 
+constexpr const char* kSettings = "PS_SvnServerConfiguration";
 constexpr const char* kAlreadyRunning = "0x80070420";  // 1056
 constexpr const char* kNotActive = "0x80070426";       // 1062
 
@@ -119,16 +121,8 @@ class BrokenFileTest : public ServiceFlowTest {
   struct Row {
     const char* what;
     const char* file;
-    const char* content;  // Null to remove it.
+    std::optional<std::string> content;  // Nothing to remove it.
     const char* reason;
-  };
-  static constexpr Row kRows[] = {
-      {"syntax error", "conf/httpd-custom.conf", "Nonsense on\n", "Invalid command 'Nonsense'"},
-      {"missing custom file", "conf/httpd-custom.conf", nullptr, "httpd-custom.conf"},
-      {"missing types", "conf/mime.types", nullptr, "mime.types"},
-      {"damaged configuration", "conf/httpd.conf", "<Location /svn>\n", "Location"},
-      {"certificate of another kind", "certs/server.pem", "no certificate\n", "server.pem"},
-      {"empty certificate", "certs/server.pem", "", "server.pem"},
   };
 
   BrokenFileTest() {
@@ -140,12 +134,26 @@ class BrokenFileTest : public ServiceFlowTest {
   }
 
   void WithEach(const std::function<void(const Row&)>& check) const {
-    for (const Row& row : kRows) {
+    const std::string own = ReadText(server.File("server/certs/server.pem"));
+    const std::string certificate = own.substr(own.find("-----BEGIN CERTIFICATE"));
+    const std::string key = RunProcess({"openssl", "genpkey", "-algorithm", "RSA"}).out;
+    const Row rows[] = {
+        {"syntax error", "conf/httpd-custom.conf", "Nonsense on\n", "Invalid command 'Nonsense'"},
+        {"missing custom file", "conf/httpd-custom.conf", {}, "httpd-custom.conf"},
+        {"missing types", "conf/mime.types", {}, "mime.types"},
+        {"damaged configuration", "conf/httpd.conf", "<Location /svn>\n", "Location"},
+        {"certificate of another kind", "certs/server.pem", "no certificate\n", "server.pem"},
+        {"empty certificate", "certs/server.pem", "", "server.pem"},
+        {"no key", "certs/server.pem", certificate, "server.pem"},
+        {"key of another certificate", "certs/server.pem", key + certificate, "key"},
+        {"no chain", "certs/certchain.pem", {}, "certchain.pem"},
+    };
+    for (const Row& row : rows) {
       SCOPED_TRACE(row.what);
       const std::string path = server.File(std::string("server/") + row.file);
       const std::string before = ReadText(path);
       std::filesystem::remove(path);
-      if (row.content) WriteText(path, row.content);
+      if (row.content) WriteText(path, *row.content);
       check(row);
       WriteText(path, before);
     }
@@ -163,7 +171,10 @@ TEST_F(BrokenFileTest, NeverReachesTheRunningServer) {
   server.Start();
   const int pid = server.ServerPid();
   WithEach([&](const Row& row) {
-    const Reply refused = server.CallService("RestartService");
+    // A change of settings would write the damaged configuration anew.
+    const bool change = std::string(row.file) != "conf/httpd.conf";
+    const Reply refused = change ? server.Call(kSettings, "Set", {"EnableAccessLogging=true"})
+                                 : server.CallService("RestartService");
     EXPECT_EQ(refused.status(), 0x80041001);
     EXPECT_TRUE(refused.message().starts_with("Cannot control service")) << refused.message();
     for (const std::string& text : {refused.warnings(), server.Events()})
@@ -193,17 +204,19 @@ TEST_F(ServiceFlowTest, APortTakenByOthersIsNotTakenUpByTheRunningServer) {
                 .message(),
             "The specified TCP port is occupied by another service. Please stop that service or "
             "use another port.");
-  EXPECT_TRUE(server
-                  .CallService("SetNetworkOptions",
-                               {"Port=" + std::to_string(server.port), "UseSecureConnection=false",
-                                "ListenIPAddressesArray:=[\"127.0.0.1\"]"})
-                  .ok());
-  const Reply refused = server.CallService("RestartService");
+  // The settings stay as they were asked for; the server does not follow.
+  const std::string taken = "ListenPort=" + std::to_string(server.port);
+  const Reply refused = server.Call(kSettings, "Set", {taken, "EnableAccessLogging=true"});
   EXPECT_EQ(refused.status(), 0x80041001);
   EXPECT_NE(refused.warnings().find(std::to_string(server.port)), std::string::npos)
       << refused.process.out;
   ExpectState(4, false);
+  EXPECT_EQ(server.Service()["UnsecurePort"], server.port);
+  EXPECT_EQ(server.Service()["AccessLoggingEnabled"], true);
   server.port = old_port;
+  EXPECT_EQ(RootStatus(), 200);
+  server.port = FreePort();
+  EXPECT_TRUE(server.Call(kSettings, "Set", {"ListenPort=" + std::to_string(server.port)}).ok());
   EXPECT_EQ(RootStatus(), 200);
 }
 
