@@ -39,6 +39,16 @@ bool Contains(const std::vector<platform::Certificate>& list, const platform::Ce
 
 }  // namespace
 
+std::vector<std::u16string> CommonNames(const ChainReport& chain) {
+  std::vector<std::u16string> names;
+  for (const platform::Certificate& element : chain.elements) {
+    platform::CertificateDescription description;
+    Require(platform::DescribeCertificate(element, description), u"Cannot read the certificate");
+    names.push_back(std::move(description.subject.common_name));
+  }
+  return names;
+}
+
 CertificateState GetInstalledState(const ServerContext& context) {
   const CertificatePaths paths = PathsOf(context.configuration());
   const InstalledCertificate installed = ReadInstalled(paths);

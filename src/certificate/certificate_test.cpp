@@ -100,6 +100,7 @@ class CertificateTest : public ::testing::Test {
     OpenSsl({"pkey", "-in", ca_.File("own.key"), "-pubout", "-out", ca_.File("public.key")});
     OpenSsl({"genrsa", "-out", ca_.File("weak.key"), "1024"});
     ca_.MakeFor(ca_.File("weak.key"), "weak", "", "");
+    ca_.Make("mute", "inter", "keyUsage=keyEncipherment\n");
     WriteFile(ca_.File("damaged"),
               "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n");
     std::string cut = ca_.Text("own.key");
@@ -162,6 +163,7 @@ TEST_F(CertificateTest, WhatIsSuppliedIsInstalledWithItsKeyAndChainOrNothingChan
       {"own.pem encrypted.key", "is encrypted", "is encrypted", ""},
       {"own.pem cut.key", "Cannot read the private key: error:", "Cannot read the private", ""},
       {"weak.pem weak.key", "1", "cannot use this certificate: error:", ""},
+      {"mute.pem mute.key inter.pem", "1", "cannot use this certificate: error:", ""},
       {"", "There is no certificate", "There is no certificate", ""},
       {"words own.key", "There is no certificate", "There is no certificate", ""},
       {"damaged leaf.pem", "Cannot read the certificate: error:", "Cannot read the cert", ""},

@@ -1,6 +1,7 @@
 #include "certificate/install.h"
 
 #include "certificate/failure.h"
+#include "platform/crypto/tls_trial.h"
 #include "platform/text/encoding.h"
 #include "util/base64.h"
 
@@ -50,7 +51,7 @@ ChainReport Install(const CertificatePaths& paths, const platform::Certificate& 
   ChainReport report = ExamineChain(
       util::CreateCertificateContext(platform::Utf16ForDisplay(certificate_text)), candidates);
   const std::vector<platform::Certificate> intermediates = report.Intermediates();
-  Require(platform::CheckServable(key, certificate, intermediates),
+  Require(platform::TryHandshake(key, certificate, intermediates),
           u"The web server cannot use this certificate");
   ReplaceFiles(paths, key_text + certificate_text, ChainText(intermediates));
   return report;

@@ -68,7 +68,7 @@ struct CertificateDescription {
   DistinguishedName issuer;
   CertificateTime valid_from;
   CertificateTime valid_to;
-  std::vector<std::u16string> alternative_names;  // DNS names and IP addresses.
+  std::vector<std::u16string> alternative_names;  // DNS names and IP addresses, each once.
   std::u16string fingerprint;                     // SHA-256: "0A:1B:…".
   std::u16string key;                             // "RSA 3072", "EC 256".
 };

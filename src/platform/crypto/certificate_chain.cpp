@@ -1,7 +1,6 @@
 #include "platform/crypto/certificate_chain.h"
 
 #include <openssl/err.h>
-#include <openssl/ssl.h>
 
 #include "platform/crypto/openssl_handles.h"
 #include "platform/text/encoding.h"
@@ -92,19 +91,6 @@ Win32Error BuildServerChain(const Certificate& certificate,
   ERR_clear_error();
   out = std::move(chain);
   return ERROR_SUCCESS;
-}
-
-SslError CheckServable(const PrivateKey& key, const Certificate& certificate,
-                       const std::vector<Certificate>& intermediates) {
-  ERR_clear_error();
-  const std::unique_ptr<SSL_CTX, OpenSslDeleter<SSL_CTX_free>> context(
-      SSL_CTX_new(TLS_server_method()));
-  if (!context || SSL_CTX_use_certificate(context.get(), certificate.get()) != 1 ||
-      SSL_CTX_use_PrivateKey(context.get(), key.get()) != 1)
-    return TakeSslError();
-  for (const Certificate& intermediate : intermediates)
-    if (SSL_CTX_add1_chain_cert(context.get(), intermediate.get()) != 1) return TakeSslError();
-  return {};
 }
 
 }  // namespace kelvarion::platform

@@ -24,9 +24,4 @@ struct CertificateChain {
 Win32Error BuildServerChain(const Certificate& certificate,
                             const std::vector<Certificate>& candidates, CertificateChain& out);
 
-// Fails when a TLS server of this machine could not serve with these: keys that are too short or
-// signatures that are too weak for the machine's level of security.
-SslError CheckServable(const PrivateKey& key, const Certificate& certificate,
-                       const std::vector<Certificate>& intermediates);
-
 }  // namespace kelvarion::platform

@@ -3,6 +3,7 @@
 #include <openssl/err.h>
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <ctime>
 
 #include "platform/crypto/certificate.h"
@@ -57,12 +58,15 @@ std::u16string AddressText(const ASN1_OCTET_STRING* address) {
 
 std::vector<std::u16string> AlternativeNames(const X509* certificate) {
   std::vector<std::u16string> texts;
+  const auto add = [&](const std::u16string& text) {
+    if (std::ranges::find(texts, text) == texts.end()) texts.push_back(text);
+  };
   const GeneralNamesHandle names(static_cast<GENERAL_NAMES*>(
       X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
   for (int i = 0; names && i < sk_GENERAL_NAME_num(names.get()); ++i) {
     const GENERAL_NAME* const name = sk_GENERAL_NAME_value(names.get(), i);
-    if (name->type == GEN_DNS) texts.push_back(ToText(name->d.dNSName));
-    if (name->type == GEN_IPADD) texts.push_back(AddressText(name->d.iPAddress));
+    if (name->type == GEN_DNS) add(ToText(name->d.dNSName));
+    if (name->type == GEN_IPADD) add(AddressText(name->d.iPAddress));
   }
   return texts;
 }
