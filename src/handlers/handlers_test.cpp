@@ -9,6 +9,7 @@
 #include "handlers/ext/access_rule_class_handler.h"
 #include "handlers/ext/effective_access_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
+#include "handlers/ext/server_certificate_class_handler.h"
 #include "handlers/group_class_handler.h"
 #include "handlers/ormu_service_class_handler.h"
 #include "handlers/ps/access_rule_class_handler.h"
@@ -74,9 +75,10 @@ TEST_F(HandlersTest, EveryBoundMethodIsDeclaredAndEveryDeclaredMethodOfAFinished
       {u"Kelvarion_User", UserClassHandler::Methods().Names(), true},
       {u"Kelvarion_Group", GroupClassHandler::Methods().Names(), true},
       {u"Kelvarion_Repository", RepositoryClassHandler::Methods().Names(), true},
-      {u"Kelvarion_Service", ServiceClassHandler::Methods().Names(), false},
       {u"Kelvarion_OrmuService", OrmuServiceClassHandler::Methods().Names(), true},
       {u"PS_SvnServerConfiguration", PS_ServerConfigurationClassHandler::Methods().Names(), true},
+      {u"Kelvarion_Service", ServiceClassHandler::Methods().Names(), true},
+      {u"Kelvarion_ServerCertificate", ServerCertificateClassHandler::Methods().Names(), true},
       {u"Kelvarion_AccessRule", AccessRuleClassHandler::Methods().Names(), true},
       {u"PS_SvnRepository", PS_RepositoryClassHandler::Methods().Names(), true},
       {u"PS_SvnRepositoryHook", PS_RepositoryHookClassHandler::Methods().Names(), true},

@@ -165,6 +165,11 @@ void ServiceClassHandler::SetWebInterfaceOptions(MethodCall& call) {
 
 const MethodTable<ServiceClassHandler>& ServiceClassHandler::Methods() {
   static const MethodTable<ServiceClassHandler> table{
+      {u"GetCertificateInformation", &ServiceClassHandler::GetCertificateInformation},
+      {u"ImportCertificate", &ServiceClassHandler::ImportCertificate},
+      {u"ValidateCertificate", &ServiceClassHandler::ValidateCertificate},
+      {u"CreateSelfSignedCertificate", &ServiceClassHandler::CreateSelfSignedCertificate},
+      {u"CreateCertificateRequest", &ServiceClassHandler::CreateCertificateRequest},
       {u"SetRepositoriesRoot", &ServiceClassHandler::SetRepositoriesRoot},
       {u"SetServerName", &ServiceClassHandler::SetServerName},
       {u"SetNetworkOptions", &ServiceClassHandler::SetNetworkOptions},

@@ -11,7 +11,8 @@ class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler
   ServiceClassHandler(const WMINamespace& name_space, CallContext* context,
                       const ServerContext& server_context, const AccountClassSet& accounts)
       : MethodsClassHandler(u"Kelvarion_Service", name_space, context, server_context),
-        accounts_(accounts) {}
+        accounts_(accounts),
+        certificate_class_(name_space.LoadClass(u"Kelvarion_CertifcateInformation", context)) {}
 
   HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
@@ -23,6 +24,11 @@ class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler
  private:
   WMIObject Describe() const;
 
+  void GetCertificateInformation(MethodCall& call);
+  void ImportCertificate(MethodCall& call);
+  void ValidateCertificate(MethodCall& call);
+  void CreateSelfSignedCertificate(MethodCall& call);
+  void CreateCertificateRequest(MethodCall& call);
   void SetRepositoriesRoot(MethodCall& call);
   void SetServerName(MethodCall& call);
   void SetNetworkOptions(MethodCall& call);
@@ -39,6 +45,7 @@ class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler
   void SetWebInterfaceOptions(MethodCall& call);
 
   const AccountClassSet& accounts_;
+  const WMIClass certificate_class_;
 };
 
 }  // namespace kelvarion

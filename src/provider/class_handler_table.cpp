@@ -7,6 +7,7 @@
 #include "handlers/ext/effective_access_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/ext/repository_backup_class_handler.h"
+#include "handlers/ext/server_certificate_class_handler.h"
 #include "handlers/group_class_handler.h"
 #include "handlers/ormu_service_class_handler.h"
 #include "handlers/ps/access_rule_class_handler.h"
@@ -49,6 +50,7 @@ ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContex
   Add<RepositoryBackupClassHandler>(name_space, context, server);
   Add<ServiceClassHandler>(name_space, context, server, accounts);
   Add<OrmuServiceClassHandler>(name_space, context, server, accounts);
+  Add<ServerCertificateClassHandler>(name_space, context, server);
   Add<SecurityDescriptorClassHandler>(name_space, context, server, accounts);
   Add<AccessRuleClassHandler>(name_space, context, server);
   Add<GroupMemberClassHandler>(name_space, context, server);

@@ -76,4 +76,17 @@ std::u16string DateTimeText(double local_time) {
   return value;
 }
 
+double ToAutomation(std::chrono::sys_seconds time) {
+  const std::time_t seconds = time.time_since_epoch().count();
+  std::tm parts{};
+  if (!localtime_r(&seconds, &parts))
+    throw Win32Exception(ERROR_INVALID_PARAMETER, u"Cannot convert datetime");
+  const std::chrono::local_seconds local(
+      (time + std::chrono::seconds(parts.tm_gmtoff)).time_since_epoch());
+  const auto day = std::chrono::floor<days>(local);
+  const double whole = (day - kAutomationEpoch).count();
+  const double fraction = static_cast<double>((local - day).count()) / 86400;
+  return whole < 0 ? whole - fraction : whole + fraction;
+}
+
 }  // namespace kelvarion

@@ -1,6 +1,7 @@
 // Times in the text form that management clients read.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 namespace kelvarion {
@@ -10,5 +11,8 @@ namespace kelvarion {
 // "Cannot convert datetime." outside the years 100 to 9999, Win32Exception "Cannot convert
 // datetime" before 1601, ComException when the object that forms the text fails.
 std::u16string DateTimeText(double local_time);
+
+// The automation date of a moment, in local time.
+double ToAutomation(std::chrono::sys_seconds time);
 
 }  // namespace kelvarion

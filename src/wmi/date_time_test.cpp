@@ -99,5 +99,21 @@ TEST_F(DateTimeTextTest, IsWhatDateTimePropertiesTake) {
   EXPECT_TRUE(object.IsNull(kChanged));
 }
 
+TEST_F(DateTimeTextTest, AMomentGoesThroughLocalTimeAndBack) {
+  using std::chrono::sys_seconds;
+  const std::pair<long, const char16_t*> rows[] = {
+      {1783080000, u"20260703120000.000000+000"},  // Summer.
+      {1795433935, u"20261123113855.000000+000"},  // Winter.
+      {4102444799, u"20991231235959.000000+000"},
+      {-2209161601, u"18991229235959.000000+000"},  // Negative as an automation date.
+  };
+  for (const char* zone : {"UTC", "Europe/Berlin", "America/New_York"}) {
+    const TimeZone here(zone);
+    for (const auto& [seconds, text] : rows)
+      EXPECT_EQ(DateTimeText(ToAutomation(sys_seconds(std::chrono::seconds(seconds)))), text)
+          << zone;
+  }
+}
+
 }  // namespace
 }  // namespace kelvarion
