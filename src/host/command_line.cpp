@@ -11,6 +11,7 @@
 #include "host/console.h"
 #include "host/everyday/access_commands.h"
 #include "host/everyday/account_commands.h"
+#include "host/everyday/certificate_commands.h"
 #include "host/everyday/repository_commands.h"
 #include "host/init.h"
 #include "host/manual.h"
@@ -299,6 +300,7 @@ int RunKelvarionctl(int argc, char** argv) {
   AddHookCommands(app, parsed.command);
   AddItemCommands(app, parsed.command);
   AddAccessCommands(app, parsed.command);
+  AddCertificateCommands(app, parsed.command);
   AddEvents(app, parsed);
   AddSettings(app, parsed);
   AddRegistration(app, parsed);

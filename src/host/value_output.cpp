@@ -23,15 +23,6 @@ Variant PropertyValue(IWbemClassObject& object, const std::u16string& name) {
   return value;
 }
 
-// "2026-01-31 12:00:00" from "20260131120000.000000+000"; any other text as it is.
-std::string ShownDateTime(const std::string& text) {
-  if (text.size() < 25 || text[14] != '.' || text.find('*') != std::string::npos) return text;
-  const auto part = [&](std::size_t from, std::size_t count) { return text.substr(from, count); };
-  std::string shown = part(0, 4) + "-" + part(4, 2) + "-" + part(6, 2) + " " + part(8, 2) + ":" +
-                      part(10, 2) + ":" + part(12, 2);
-  return text.substr(21) == "+000" ? shown + " UTC" : shown + " " + text.substr(21) + " min";
-}
-
 std::string ShownElement(const Declaration& declaration, const Variant& value) {
   if (value.type() == VT_UNKNOWN) {
     const auto object = value.AsObject().As<IWbemClassObject>();
@@ -78,6 +69,14 @@ std::string ListLine(const std::string& name, std::size_t name_width, const std:
 }
 
 }  // namespace
+
+std::string ShownDateTime(const std::string& text) {
+  if (text.size() < 25 || text[14] != '.' || text.find('*') != std::string::npos) return text;
+  const auto part = [&](std::size_t from, std::size_t count) { return text.substr(from, count); };
+  std::string shown = part(0, 4) + "-" + part(4, 2) + "-" + part(6, 2) + " " + part(8, 2) + ":" +
+                      part(10, 2) + ":" + part(12, 2);
+  return text.substr(21) == "+000" ? shown + " UTC" : shown + " " + text.substr(21) + " min";
+}
 
 Json ScalarToJson(CIMTYPE type, const Variant& value) {
   switch (value.type()) {

@@ -20,6 +20,9 @@ Json ScalarToJson(CIMTYPE type, const Variant& value);
 // 2026-01-31 12:00:00. Empty for null.
 std::string ShownValue(const Declaration& declaration, const Variant& value);
 
+// "2026-01-31 12:00:00 UTC" from "20260131120000.000000+000"; any other text as it is.
+std::string ShownDateTime(const std::string& text);
+
 // An aligned list of the object's properties, embedded objects indented below theirs.
 std::string PropertyList(IWbemClassObject& object);
 
