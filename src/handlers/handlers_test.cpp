@@ -9,6 +9,7 @@
 #include "handlers/ext/effective_access_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/ext/server_certificate_class_handler.h"
+#include "handlers/ext/trusted_master_class_handler.h"
 #include "handlers/group_class_handler.h"
 #include "handlers/ormu_service_class_handler.h"
 #include "handlers/ps/access_rule_class_handler.h"
@@ -83,6 +84,7 @@ TEST_F(HandlersTest, EveryDeclaredMethodIsBoundAndNoOther) {
       {u"PS_SvnRepositoryItem", PS_RepositoryItemClassHandler::Methods().Names()},
       {u"Kelvarion_GroupMember", GroupMemberClassHandler::Methods().Names()},
       {u"Kelvarion_EffectiveAccess", EffectiveAccessClassHandler::Methods().Names()},
+      {u"Kelvarion_TrustedMaster", TrustedMasterClassHandler::Methods().Names()},
       {u"PS_SvnAccessRule", PS_AccessRuleClassHandler::Methods().Names()},
   };
   for (const auto& row : rows) {

@@ -12,6 +12,7 @@
 #include "host/everyday/access_commands.h"
 #include "host/everyday/account_commands.h"
 #include "host/everyday/certificate_commands.h"
+#include "host/everyday/replication_commands.h"
 #include "host/everyday/repository_commands.h"
 #include "host/init.h"
 #include "host/manual.h"
@@ -297,6 +298,7 @@ int RunKelvarionctl(int argc, char** argv) {
   AddUserCommands(app, parsed.command);
   AddGroupCommands(app, parsed.command);
   AddRepositoryCommands(app, parsed.command);
+  AddReplicationCommands(app, parsed.command);
   AddHookCommands(app, parsed.command);
   AddItemCommands(app, parsed.command);
   AddAccessCommands(app, parsed.command);

@@ -8,6 +8,7 @@
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/ext/repository_backup_class_handler.h"
 #include "handlers/ext/server_certificate_class_handler.h"
+#include "handlers/ext/trusted_master_class_handler.h"
 #include "handlers/group_class_handler.h"
 #include "handlers/ormu_service_class_handler.h"
 #include "handlers/ps/access_rule_class_handler.h"
@@ -48,6 +49,7 @@ ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContex
   const auto& entry = Add<RepositoryEntryClassHandler>(name_space, context, server);
   Add<RepositoryClassHandler>(name_space, context, server, accounts, entry);
   Add<RepositoryBackupClassHandler>(name_space, context, server);
+  Add<TrustedMasterClassHandler>(name_space, context, server);
   Add<ServiceClassHandler>(name_space, context, server, accounts);
   Add<OrmuServiceClassHandler>(name_space, context, server, accounts);
   Add<ServerCertificateClassHandler>(name_space, context, server);

@@ -1,6 +1,5 @@
 #include "host/everyday/repository_commands.h"
 
-#include <filesystem>
 #include <memory>
 
 #include "host/commands.h"
@@ -51,12 +50,6 @@ Outcome Rename(Session& session, const RepositoryWords& words) {
   return Call(session, PathOf(words), "Rename", {"NewName=" + words.other});
 }
 
-// The provider may run elsewhere: it gets a path that means the same there.
-std::filesystem::path Absolute(const std::string& path) {
-  std::filesystem::path absolute = std::filesystem::absolute(path).lexically_normal();
-  return absolute.has_filename() ? absolute : absolute.parent_path();
-}
-
 Outcome Import(Session& session, const RepositoryWords& words) {
   std::vector<std::string> parameters{"Path=" + Absolute(words.other).string()};
   if (!words.name.empty()) parameters.push_back("DestinationName=" + words.name);
@@ -68,10 +61,8 @@ Outcome Import(Session& session, const RepositoryWords& words) {
   return outcome;
 }
 
-// A folder that exists receives the backup under the repository's name.
 Outcome Backup(Session& session, const RepositoryWords& words) {
-  std::filesystem::path path = Absolute(words.other);
-  if (std::filesystem::is_directory(path)) path /= words.name;
+  const std::filesystem::path path = NewFolder(words.other, words.name);
   Outcome outcome =
       Call(session, kBackupClass, "Create", {"Name=" + words.name, "Path=" + path.string()});
   if (Succeeded(outcome.status)) outcome.text = path.string() + "\n";

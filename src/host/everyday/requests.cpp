@@ -6,6 +6,7 @@
 
 #include "host/commands.h"
 #include "host/table.h"
+#include "host/text.h"
 #include "platform/process/process.h"
 
 namespace kelvarion::host {
@@ -77,6 +78,31 @@ void Confirm(const std::string& question, bool yes) {
   std::string answer;
   std::getline(std::cin, answer);
   if (answer != "y" && answer != "Y" && answer != "yes") throw UsageError("Nothing was changed.");
+}
+
+std::string ReadPassword(const std::string& prompt, Typed typed) {
+  std::string password;
+  std::string again;
+  if (!platform::ReadSecretLine(prompt, password))
+    throw UsageError("No password was given; nothing is changed.");
+  if (typed == Typed::kTwice && platform::InputIsTerminal()) {
+    if (!platform::ReadSecretLine("Again: ", again) || again != password)
+      throw UsageError("The two passwords differ; nothing is changed.");
+  }
+  std::u16string text;
+  if (!platform::Utf8ToUtf16(password, text))
+    throw UsageError("The password is not valid UTF-8; nothing is changed.");
+  return password;
+}
+
+std::filesystem::path Absolute(const std::string& path) {
+  std::filesystem::path absolute = std::filesystem::absolute(path).lexically_normal();
+  return absolute.has_filename() ? absolute : absolute.parent_path();
+}
+
+std::filesystem::path NewFolder(const std::string& path, const std::string& name) {
+  const std::filesystem::path folder = Absolute(path);
+  return std::filesystem::is_directory(folder) ? folder / name : folder;
 }
 
 std::string ReadInput(const std::string& file) {

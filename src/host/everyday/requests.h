@@ -2,6 +2,7 @@
 // wrapping, show lists and ask before they destroy something.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -32,6 +33,16 @@ Outcome ListNames(Session& session, const std::string& class_name);
 
 // Asks on a terminal; without one only `yes` lets the command go on. Throws UsageError otherwise.
 void Confirm(const std::string& question, bool yes);
+
+// The next line of standard input; on a terminal it is asked for. Passwords are no words of the
+// command line: those can be seen by everybody on the machine. Throws UsageError without one.
+enum class Typed { kOnce, kTwice };
+std::string ReadPassword(const std::string& prompt, Typed typed);
+
+// The provider may run elsewhere: it gets a path that means the same there.
+std::filesystem::path Absolute(const std::string& path);
+// The same for a folder that is made; one that exists receives it under `name`.
+std::filesystem::path NewFolder(const std::string& path, const std::string& name);
 
 // All of a file, or of standard input for "-". Throws UsageError when it cannot be read.
 std::string ReadInput(const std::string& file);

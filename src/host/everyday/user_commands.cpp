@@ -3,32 +3,18 @@
 #include "host/commands.h"
 #include "host/everyday/account_commands.h"
 #include "host/everyday/requests.h"
-#include "host/text.h"
-#include "platform/process/process.h"
 
 namespace kelvarion::host {
 namespace {
 
 constexpr const char* kClass = "Kelvarion_User";
 
-// Passwords are no words of the command line: those can be seen by everybody on the machine.
-std::string ReadPassword(const std::string& name) {
-  std::string password;
-  std::string again;
-  if (!platform::ReadSecretLine("New password for " + name + ": ", password))
-    throw UsageError("No password was given; nothing is changed.");
-  if (platform::InputIsTerminal()) {
-    if (!platform::ReadSecretLine("Again: ", again) || again != password)
-      throw UsageError("The two passwords differ; nothing is changed.");
-  }
-  std::u16string text;
-  if (!platform::Utf8ToUtf16(password, text))
-    throw UsageError("The password is not valid UTF-8; nothing is changed.");
-  return password;
+std::string NewPassword(const std::string& name) {
+  return ReadPassword("New password for " + name + ": ", Typed::kTwice);
 }
 
 Outcome Create(Session& session, const std::string& name) {
-  return Call(session, kClass, "Create", {"Name=" + name, "Password=" + ReadPassword(name)});
+  return Call(session, kClass, "Create", {"Name=" + name, "Password=" + NewPassword(name)});
 }
 
 // The method itself leaves a user that does not exist alone without a word.
@@ -36,7 +22,7 @@ Outcome SetPassword(Session& session, const std::string& name) {
   const std::string path = ObjectPath(kClass, {{"Name", name}});
   Outcome found = Get(session, path);
   if (Failed(found.status)) return found;
-  return Call(session, path, "SetPassword", {"Password=" + ReadPassword(name)});
+  return Call(session, path, "SetPassword", {"Password=" + NewPassword(name)});
 }
 
 Outcome Remove(Session& session, const std::string& name) {

@@ -1,0 +1,25 @@
+// Whom the slaves of this server may follow, as clients say it. What is stored is in ormu/trust.h.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "context/server_context.h"
+
+namespace kelvarion::repos {
+
+struct TrustRequest {
+  std::u16string server;                 // host[:port]
+  std::optional<std::u16string> scheme;  // https without one. Not together with `url`.
+  std::optional<std::u16string> url;
+  std::u16string account;   // May be empty.
+  std::u16string password;  // Only for an account.
+  std::u16string
+      certificate_sha256;  // Hex digits in either case, with or without colons; or empty.
+};
+
+// Throws WMIException WBEM_E_INVALID_METHOD_PARAMETERS for what cannot be meant, else as
+// ormu::TrustMaster does.
+void TrustMaster(const ServerContext& context, const TrustRequest& request);
+
+}  // namespace kelvarion::repos
