@@ -5,10 +5,10 @@ JOBS ?= $(shell nproc)
 
 # Whoever only builds and runs is spared the packages of the tests.
 PURPOSE := run
-test bench load check packages: PURPOSE := test
+test bench load faults check packages: PURPOSE := test
 fuzz: PURPOSE := fuzz
 
-.PHONY: help build run stop test bench load fuzz check docs clean packages installed
+.PHONY: help build run stop test bench load faults fuzz check docs clean packages installed
 
 help: ## List the targets
 	@grep -hE '^[a-z]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 10
@@ -37,6 +37,10 @@ test: installed $(BUILD)/build.ninja ## Build and run every test
 bench: installed $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data; BENCH=rules: one group)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-bench
 	@$(BUILD)/bin/kelvarion-bench $(BENCH)
+
+faults: installed $(BUILD)/build.ninja ## Hit every change at each of its calls, by failures and by kills (`make test` takes some)
+	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests
+	@KELVARION_EVERY_CALL=1 $(BUILD)/bin/flow_tests --gtest_filter='*FailingCalls*' --gtest_brief=1
 
 fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 for each)
 	@cmake --preset fuzz >/dev/null

@@ -16,7 +16,7 @@ namespace kelvarion::svn {
 // puts it in the file's place when closed. Readers see the old or the new text whole, whatever
 // happens to this process. A replaced file keeps its mode, owner and access list; `access`
 // says who may use a new one. Unless closed, it leaves no trace but what a killed process leaves:
-// the temporary file, which later writers step around. One thread; failures throw SvnException.
+// the temporary file, which the next writer removes. One thread; failures throw SvnException.
 class AtomicFileStream {
  public:
   AtomicFileStream(const std::u16string& path, platform::NewFile access, const Pool& parent);
@@ -30,6 +30,8 @@ class AtomicFileStream {
   void Close();
 
  private:
+  bool MakeTemporary();
+
   Pool pool_;
   platform::NewFile access_;
   std::string target_;

@@ -51,11 +51,18 @@ TEST_F(AtomicFileTest, AFailedReplacementLeavesNoTrace) {
   EXPECT_EQ(Files(), 1);
 }
 
-TEST_F(AtomicFileTest, WhatAKilledWriterLeftIsSteppedAround) {
+TEST_F(AtomicFileTest, WhatAKilledWriterLeftIsRemovedAndWhatIsBeingWrittenSteppedAround) {
   WriteFile(Native("rules.tmp"), "left behind");
-  ReplaceFile(Path(u"rules"), "new", NewFile::kPrivate, pool_);
-  EXPECT_EQ(ReadFile(Native("rules")), "new");
-  EXPECT_EQ(ReadFile(Native("rules.tmp")), "left behind");
+  {
+    AtomicFileStream first(Path(u"rules"), NewFile::kPrivate, pool_);
+    first.Write("first");
+    ReplaceFile(Path(u"rules"), "second", NewFile::kPrivate, pool_);
+    EXPECT_EQ(ReadFile(Native("rules")), "second");
+    EXPECT_EQ(ReadFile(Native("rules.tmp")), "first");
+    first.Close();
+  }
+  EXPECT_EQ(ReadFile(Native("rules")), "first");
+  EXPECT_EQ(Files(), 1);
 }
 
 TEST_F(AtomicFileTest, WhileItIsWrittenOnlyTheOwnerReadsIt) {
