@@ -49,12 +49,18 @@ bool Says(const std::u16string& target, const std::string& text) {
   return exists ? present == text : text.empty();
 }
 
+std::u16string TargetPath(const std::u16string& install_dir) {
+  return util::JoinPath(install_dir, u"conf/httpd.conf");
+}
+
+std::u16string TemporaryPath(const std::u16string& target) { return Format(u"%s.tmp", target); }
+
 // The temporary file is the lock, held from the first setting read to the rename: without it an
 // older reading could replace a younger one. What a killed generation left is taken over by the
 // next.
 template <class Generate>
 void WithTemporary(const std::u16string& target, const Generate& generate) {
-  const std::u16string temporary = Format(u"%s.tmp", target);
+  const std::u16string temporary = TemporaryPath(target);
   const platform::FileLock lock(temporary);
   if (lock.Error() != ERROR_SUCCESS) {
     throw Win32Exception(lock.Error(), u"Couldn't write Apache configuration file");
@@ -68,6 +74,13 @@ void WithTemporary(const std::u16string& target, const Generate& generate) {
 }
 
 }  // namespace
+
+ConfigurationLock::ConfigurationLock(const IcRegistryAccessor& store)
+    : file_(TemporaryPath(TargetPath(store.GetInstallDir()))), lock_(file_) {}
+
+ConfigurationLock::~ConfigurationLock() {
+  if (lock_.Error() == ERROR_SUCCESS) platform::DeleteFile(file_);
+}
 
 // Mostly there is nothing to do, and then nothing is touched.
 bool RegenerateReplicationConfig(const IcRegistryAccessor& store) {
@@ -88,7 +101,7 @@ bool RegenerateReplicationConfig(const IcRegistryAccessor& store) {
 
 void RegenerateApacheConfig(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
-  const std::u16string target = util::JoinPath(install_dir, u"conf/httpd.conf");
+  const std::u16string target = TargetPath(install_dir);
   WithTemporary(target, [&](const std::u16string& temporary) {
     Replace(ConfigurationText(ReadServerValues(store, install_dir)), temporary, target);
   });

@@ -3,8 +3,24 @@
 #pragma once
 
 #include "config/configuration.h"
+#include "platform/files/files.h"
 
 namespace kelvarion::apache {
+
+// Keeps the generated configuration as it is while the object lives, in other processes too: the
+// configuration that a server reads must be the one that was tested for it. Whoever holds it must
+// not generate. Where the lock cannot be made, generating fails as well.
+class ConfigurationLock {
+ public:
+  explicit ConfigurationLock(const IcRegistryAccessor& store);
+  ~ConfigurationLock();
+  ConfigurationLock(const ConfigurationLock&) = delete;
+  ConfigurationLock& operator=(const ConfigurationLock&) = delete;
+
+ private:
+  const std::u16string file_;
+  const platform::FileLock lock_;
+};
 
 // Writes conf\httpd.conf below the installation folder from the settings as they are now. The web
 // server sees the previous or the complete new file; it reads the file when it restarts.

@@ -3,6 +3,7 @@
 
 #include "handlers/service_class_handler.h"
 
+#include "apache/configuration_generator.h"
 #include "platform/text/compare.h"
 #include "repos/root.h"
 #include "services/explained_request.h"
@@ -151,6 +152,7 @@ void ServiceClassHandler::StopService(MethodCall& call) {
 }
 
 void ServiceClassHandler::RestartService(MethodCall& call) {
+  const apache::ConfigurationLock unchanged(context().configuration());
   services::RunExplainedStart(context(), services::kServerServiceName, call.warn(),
                               services::RestartServer);
 }

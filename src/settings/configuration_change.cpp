@@ -2,6 +2,7 @@
 // order of the plan's members, then taken up by the services that run.
 #include "settings/configuration_change.h"
 
+#include "apache/configuration_generator.h"
 #include "errors/exception.h"
 #include "repos/root.h"
 #include "services/explained_request.h"
@@ -47,6 +48,7 @@ class Restart {
         warn_([this](const std::u16string& text) { notify_.Warning(text); }) {}
 
   void Server() const {
+    const apache::ConfigurationLock unchanged(context_.configuration());
     if (!ServerIsUp()) return;
     notify_.ServiceChanging(u"Restarting HTTP service");
     services::RunExplained(

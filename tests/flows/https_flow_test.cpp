@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <span>
+#include <thread>
 
 #include "tests/support/ipv6.h"
 #include "tests/support/real_server.h"
@@ -149,6 +150,24 @@ TEST_F(HttpsFlowTest, ClientsAndStartPagesFollowEveryChange) {
   }
   EXPECT_FALSE(Svn({"ls", "file://" + moved + "/demo"}).out.empty());
   EXPECT_TRUE(Svn({"ls", "file://" + moved + "/demo/0"}).exit_code != 0) << "was made before";
+}
+
+// Two lists of addresses that overlap make each restart one with a new process.
+TEST_F(HttpsFlowTest, ChangesThatComeAtOnceAllSucceed) {
+  server.Start();
+  std::vector<std::thread> clients;
+  for (const char* address : {"All", "127.0.0.1", "127.0.0.2"}) {
+    clients.emplace_back([this, address] {
+      const std::string list = std::string("ListeningIPAddress:=[\"") + address + "\"]";
+      for (int i = 0; i < 2; ++i) Set({list});
+    });
+  }
+  for (std::thread& client : clients) client.join();
+  const Json service = server.Service();
+  EXPECT_EQ(service["ServiceState"], 4);
+  const bool all = service["ListenAllIPAddresses"];
+  const std::string address = all ? "127.0.0.1" : service["ListenIPAddressesArray"][0];
+  EXPECT_EQ(Status("http://" + address + ":" + std::to_string(server.port) + "/svn/demo/"), 200);
 }
 
 }  // namespace

@@ -180,26 +180,21 @@ Win32Error LinuxServiceManager::Restart(const Service& service, const ServiceSta
   // Without its folders the server would die of the first file that it cannot open.
   if (const Win32Error error = MakeFolders(service); error != ERROR_SUCCESS) return error;
   std::string reason;
-  switch (CheckReload(service, state.process, reason)) {
-    case ReloadVerdict::kRefused:
-      return Fail(service, ERROR_SERVICE_SPECIFIC_ERROR, reason);
-    case ReloadVerdict::kGraceful:
-      if (!Reload(service, state.process)) return ERROR_ACCESS_DENIED;
-      break;
-    case ReloadVerdict::kNeedsNewProcess: {
-      ServiceRecord record = state.record;
-      record.phase = Phase::kRestarting;
-      if (!IsRunning(record.supervisor))
-        return Fail(service, ERROR_SERVICE_CANNOT_ACCEPT_CTRL,
-                    "The new addresses overlap those in use: stop the service and start it.");
-      // As with a stop: the supervisor records it too, should nobody be left to do it here.
-      if (!SignalProcess(record.supervisor, SIGHUP)) return ERROR_ACCESS_DENIED;
-      if (const Win32Error error = WriteRecord(service, record); error != ERROR_SUCCESS)
-        return error;
-    }
-  }
+  const ReloadVerdict verdict = CheckReload(service, state.process, reason);
+  if (verdict == ReloadVerdict::kRefused)
+    return Fail(service, ERROR_SERVICE_SPECIFIC_ERROR, reason);
+  // Before anything happens: should the server die of it, the words that tell why stay.
   WriteFailure(service, "");
-  return ERROR_SUCCESS;
+  if (verdict == ReloadVerdict::kGraceful)
+    return Reload(service, state.process) ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+  if (!IsRunning(state.record.supervisor))
+    return Fail(service, ERROR_SERVICE_CANNOT_ACCEPT_CTRL,
+                "The new addresses overlap those in use: stop the service and start it.");
+  // As with a stop: the supervisor records it too, should nobody be left to do it here.
+  if (!SignalProcess(state.record.supervisor, SIGHUP)) return ERROR_ACCESS_DENIED;
+  ServiceRecord record = state.record;
+  record.phase = Phase::kRestarting;
+  return WriteRecord(service, record);
 }
 
 }  // namespace
