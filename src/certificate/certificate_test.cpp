@@ -1,7 +1,10 @@
 // What administrators bring and have made, judged by the openssl program.
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -319,6 +322,40 @@ TEST_F(CertificateTest, AFileThatCannotBeWrittenOrUsedLeavesWhatWasThere) {
   }
   std::filesystem::remove(ServerFile());
   EXPECT_TRUE(Has(Import(text), "Cannot read file")) << Import(text);
+}
+
+TEST_F(CertificateTest, AKillAtAnyMomentLeavesACertificateWithItsKeyAndItsChain) {
+  ca_.Make("other", "root", kAuthority);
+  ca_.Make("first", "inter", kServer);
+  ca_.Make("second", "other", kServer);
+  const CertificatePaths paths = PathsOf(home_.configuration());
+  const std::string servers[] = {ca_.Text("first.key first.pem"),
+                                 ca_.Text("second.key second.pem")};
+  const std::string chains[] = {ca_.Text("inter.pem"), ca_.Text("other.pem")};
+  ReplaceFiles(paths, servers[0], chains[0]);
+  for (int round = 0; round < 60; ++round) {
+    int channel[2];
+    ASSERT_EQ(pipe(channel), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+      for (int i = 1;; ++i) {
+        ReplaceFiles(paths, servers[i % 2], chains[i % 2]);
+        if (write(channel[1], "x", 1) != 1) _exit(1);
+      }
+    }
+    close(channel[1]);
+    char told = 0;
+    ASSERT_EQ(read(channel[0], &told, 1), 1);
+    usleep(static_cast<useconds_t>(97 * round));  // Somewhere in one of the next replacements.
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    close(channel[0]);
+    const std::string server = ReadFile(ServerFile());
+    EXPECT_TRUE(server == servers[0] || server == servers[1]) << server;
+    EXPECT_TRUE(Has(ReadFile(ChainFile()), chains[server == servers[1]])) << ReadFile(ChainFile());
+  }
+  ReplaceFiles(paths, servers[1], chains[1]);
+  EXPECT_EQ(ReadFile(ChainFile()), chains[1]);
 }
 
 }  // namespace
