@@ -119,13 +119,20 @@ TEST(VolumeInfoTest, TellsAMissingPathApart) {
 TEST(Base64Test, FailuresAreThrown) {
   const std::u16string text = EncodeBase64("x", platform::Base64Format::kCertificate);
   EXPECT_EQ(DecodeBase64(text), "x");
-  try {
-    DecodeBase64(u"nothing");
-    ADD_FAILURE();
-  } catch (const Win32Exception& e) {
-    EXPECT_EQ(e.hresult(), HresultFromWin32(ERROR_INVALID_DATA));
-    EXPECT_TRUE(e.Message().starts_with(u"Cannot decode base64 data: "));
-  }
+  const auto message = [](auto action) -> std::u16string {
+    try {
+      action();
+    } catch (const Win32Exception& e) {
+      EXPECT_EQ(e.hresult(), HresultFromWin32(ERROR_INVALID_DATA));
+      return e.Message();
+    }
+    return {};
+  };
+  EXPECT_TRUE(
+      message([] { DecodeBase64(u"nothing"); }).starts_with(u"Cannot decode base64 data: "));
+  EXPECT_TRUE(message([&] {
+                CreateCertificateContext(text);
+              }).starts_with(u"Cannot create certificate context: "));
 }
 
 TEST(ResourcesTest, FilesOfTheProgramAreFoundByTypeAndName) {

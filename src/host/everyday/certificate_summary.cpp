@@ -6,15 +6,22 @@
 namespace kelvarion::host {
 namespace {
 
+// Whoever made a certificate chose its words; they make neither lines nor commands to a terminal.
+std::string Plain(std::string text) {
+  for (char& c : text)
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7F') c = '?';
+  return text;
+}
+
 std::string Text(const Json& certificate, const char* property) {
   const Json& value = certificate.at(property);
-  return value.is_string() ? value.get<std::string>() : std::string();
+  return value.is_string() ? Plain(value.get<std::string>()) : std::string();
 }
 
 std::string List(const Json& certificate, const char* property) {
   std::string joined;
   for (const Json& each : certificate.at(property))
-    joined += (joined.empty() ? "" : ", ") + each.get<std::string>();
+    joined += (joined.empty() ? "" : ", ") + Plain(each.get<std::string>());
   return joined;
 }
 
