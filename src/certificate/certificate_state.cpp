@@ -23,6 +23,14 @@ CertificateState Describe(const platform::Certificate& certificate) {
   return state;
 }
 
+// Certificates for several names and old roots may do without a common name.
+std::u16string NameOf(const platform::CertificateDescription& description) {
+  const platform::DistinguishedName& subject = description.subject;
+  if (!subject.common_name.empty()) return subject.common_name;
+  if (!description.alternative_names.empty()) return description.alternative_names.front();
+  return subject.organization_unit.empty() ? subject.organization : subject.organization_unit;
+}
+
 KeyMatch MatchInstalledKey(const InstalledCertificate& installed) {
   try {
     const bool match = platform::BelongTogether(installed.certificate(), installed.key());
@@ -39,12 +47,12 @@ bool Contains(const std::vector<platform::Certificate>& list, const platform::Ce
 
 }  // namespace
 
-std::vector<std::u16string> CommonNames(const ChainReport& chain) {
+std::vector<std::u16string> ElementNames(const ChainReport& chain) {
   std::vector<std::u16string> names;
   for (const platform::Certificate& element : chain.elements) {
     platform::CertificateDescription description;
     Require(platform::DescribeCertificate(element, description), u"Cannot read the certificate");
-    names.push_back(std::move(description.subject.common_name));
+    names.push_back(NameOf(description));
   }
   return names;
 }

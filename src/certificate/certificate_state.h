@@ -24,8 +24,9 @@ struct CertificateState {
   ChainReport chain;
 };
 
-// Of the elements, the server's own first.
-std::vector<std::u16string> CommonNames(const ChainReport& chain);
+// What the elements are called, the server's own first: by their common names, or by what there is
+// instead of one.
+std::vector<std::u16string> ElementNames(const ChainReport& chain);
 
 // Of the installed files. The chain is what clients get to see: one that only this machine's store
 // completes, since certchain.pem lacks intermediates, is incomplete. A key that cannot be read

@@ -193,6 +193,7 @@ TEST_F(CertificateTest, OpensslVerifiesWhatIsInstalledAndTheStateSaysHowItStands
   EXPECT_TRUE(Has(OpenSsl({"x509", "-in", ServerFile(), "-noout", "-fingerprint", "-sha256"}),
                   Utf8(state.fingerprint)));
   EXPECT_EQ(state.key, u"RSA 2048");
+  EXPECT_EQ(ElementNames(state.chain), (std::vector<std::u16string>{u"leaf", u"inter", u"root"}));
   // The machine could complete the chain, but its clients could not.
   ca_.Trust("inter");
   WriteFile(ChainFile(), "\n");

@@ -44,7 +44,7 @@ WMIObject ServerCertificateClassHandler::Describe(
   object.Set(kKeyMatch, static_cast<std::uint32_t>(state.match));
   object.Set(kChainState, static_cast<std::uint32_t>(state.chain.state));
   object.Set(kChainProblem, state.chain.problem);
-  object.Set(kChain, certificate::CommonNames(state.chain));
+  object.Set(kChain, certificate::ElementNames(state.chain));
   object.Set(kRootTrusted, state.chain.root_trusted);
   return object;
 }
