@@ -2,6 +2,9 @@
 // the two start pages, generated from the settings.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "config/configuration.h"
 #include "platform/files/files.h"
 
@@ -42,5 +45,13 @@ bool RegenerateReplicationConfig(const IcRegistryAccessor& store);
 // Writes WebUI\index.html and htdocs\index.html below the installation folder. Needed only after
 // the URL prefix of the repositories changed.
 void RegenerateStartPages(const IcRegistryAccessor& store);
+
+// A file as generating it now would make it.
+struct GeneratedFile {
+  std::u16string path;
+  std::string text;
+};
+// All that the two functions above write; nothing is written. Fails as they do.
+std::vector<GeneratedFile> PreviewGeneratedFiles(const IcRegistryAccessor& store);
 
 }  // namespace kelvarion::apache

@@ -1,4 +1,5 @@
 #include "apache/configuration_generator.h"
+#include "apache/sections.h"
 #include "apache/server_values.h"
 #include "util/atomic_file.h"
 #include "util/paths.h"
@@ -21,17 +22,30 @@ std::string FillTemplate(std::string_view page, std::string_view prefix) {
   }
 }
 
+std::vector<GeneratedFile> StartPages(const IcRegistryAccessor& store) {
+  const std::u16string install_dir = store.GetInstallDir();
+  const std::string prefix = ReadUrlPrefix(store);
+  const auto page = [&](const char16_t* path, const char16_t* resource) {
+    return GeneratedFile{util::JoinPath(install_dir, path),
+                         FillTemplate(util::LoadTextResource(resource), prefix)};
+  };
+  return {page(u"WebUI/index.html", u"WebUI.Index.Template"),
+          page(u"htdocs/index.html", u"ServerRoot.Index.Template")};
+}
+
 }  // namespace
 
 void RegenerateStartPages(const IcRegistryAccessor& store) {
+  for (const GeneratedFile& page : StartPages(store))
+    util::WriteFileAtomically(page.path, page.text);
+}
+
+std::vector<GeneratedFile> PreviewGeneratedFiles(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
-  const std::string prefix = ReadUrlPrefix(store);
-  const std::string web_page = util::LoadTextResource(u"WebUI.Index.Template");
-  const std::string root_page = util::LoadTextResource(u"ServerRoot.Index.Template");
-  util::WriteFileAtomically(util::JoinPath(install_dir, u"WebUI/index.html"),
-                            FillTemplate(web_page, prefix));
-  util::WriteFileAtomically(util::JoinPath(install_dir, u"htdocs/index.html"),
-                            FillTemplate(root_page, prefix));
+  std::vector<GeneratedFile> files = StartPages(store);
+  files.insert(files.begin(), {util::JoinPath(install_dir, u"conf/httpd.conf"),
+                               ConfigurationText(ReadServerValues(store, install_dir))});
+  return files;
 }
 
 }  // namespace kelvarion::apache

@@ -7,8 +7,10 @@
 
 #include "handlers/ext/access_rule_class_handler.h"
 #include "handlers/ext/effective_access_class_handler.h"
+#include "handlers/ext/finding_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/ext/server_certificate_class_handler.h"
+#include "handlers/ext/server_status_class_handler.h"
 #include "handlers/ext/trusted_master_class_handler.h"
 #include "handlers/group_class_handler.h"
 #include "handlers/ormu_service_class_handler.h"
@@ -86,6 +88,8 @@ TEST_F(HandlersTest, EveryDeclaredMethodIsBoundAndNoOther) {
       {u"Kelvarion_EffectiveAccess", EffectiveAccessClassHandler::Methods().Names()},
       {u"Kelvarion_TrustedMaster", TrustedMasterClassHandler::Methods().Names()},
       {u"PS_SvnAccessRule", PS_AccessRuleClassHandler::Methods().Names()},
+      {u"Kelvarion_ServerStatus", ServerStatusClassHandler::Methods().Names()},
+      {u"Kelvarion_Finding", FindingClassHandler::Methods().Names()},
   };
   for (const auto& row : rows) {
     Strings names;

@@ -14,6 +14,7 @@
 #include "host/everyday/certificate_commands.h"
 #include "host/everyday/replication_commands.h"
 #include "host/everyday/repository_commands.h"
+#include "host/everyday/server_commands.h"
 #include "host/init.h"
 #include "host/manual.h"
 #include "host/text.h"
@@ -56,8 +57,7 @@ void AddInit(CLI::App& app, Parsed& parsed) {
                    "Host name in addresses (default: the name of the machine)");
   init->footer(
       "Example:\n  kelvarionctl --home ~/server init --port 8080 --listen all\n"
-      "Then:\n  kelvarionctl --home ~/server call "
-      "'Kelvarion_Service.Name=\"KelvarionServer\"' StartService");
+      "Then:\n  kelvarionctl --home ~/server server start");
 }
 
 void AddSchema(CLI::App& app, Parsed& parsed) {
@@ -218,8 +218,8 @@ void AddGlobal(CLI::App& app, Parsed& parsed) {
       "Exit codes: 0 the request succeeded, 1 it failed, 2 wrong usage or no home.\n"
       "First steps:\n"
       "  kelvarionctl init\n"
-      "  kelvarionctl call 'Kelvarion_Service.Name=\"KelvarionServer\"' StartService\n"
-      "  kelvarionctl call Kelvarion_Repository Create Name=demo\n"
+      "  kelvarionctl server start\n"
+      "  kelvarionctl repository create demo\n"
       "  kelvarionctl user create alice\n"
       "  kelvarionctl access add demo / alice write\n"
       "  kelvarionctl classes");
@@ -295,6 +295,8 @@ int RunKelvarionctl(int argc, char** argv) {
   AddSchema(app, parsed);
   AddRequests(app, parsed);
   AddCall(app, parsed);
+  AddServerCommands(app, parsed.command);
+  AddDoctorCommand(app, parsed.command);
   AddUserCommands(app, parsed.command);
   AddGroupCommands(app, parsed.command);
   AddRepositoryCommands(app, parsed.command);

@@ -319,9 +319,8 @@ Outcome Initialization::Finish() {
   for (const std::string& what : done_) outcome_.text += what + "\n";
   if (done_.empty()) outcome_.text = "Everything is in place already.\n";
   outcome_.text += "\nThe home " + home_ + " is complete. Next:\n  " + program +
-                   " call 'Kelvarion_Service.Name=\"KelvarionServer\"' StartService\n  " + program +
-                   " call Kelvarion_Repository Create Name=demo\n  " + program +
-                   " call Kelvarion_User Create Name=alice Password=...\n";
+                   " server start\n  " + program + " repository create demo\n  " + program +
+                   " user create alice\n";
   outcome_.objects.push_back({{"Home", home_},
                               {"InstallDir", Utf8(store.GetInstallDir())},
                               {"RepositoriesRoot", Utf8(RepositoriesRoot())},

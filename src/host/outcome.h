@@ -10,7 +10,7 @@
 
 namespace kelvarion::host {
 
-enum ExitCode { kExitSuccess = 0, kExitFailed = 1, kExitUsage = 2 };
+enum ExitCode { kExitSuccess = 0, kExitFailed = 1, kExitUsage = 2, kExitWarnings = 3 };
 
 struct Outcome {
   HRESULT status = S_OK;

@@ -5,9 +5,11 @@
 #include "handlers/ext/access_finding_class_handler.h"
 #include "handlers/ext/access_rule_class_handler.h"
 #include "handlers/ext/effective_access_class_handler.h"
+#include "handlers/ext/finding_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
 #include "handlers/ext/repository_backup_class_handler.h"
 #include "handlers/ext/server_certificate_class_handler.h"
+#include "handlers/ext/server_status_class_handler.h"
 #include "handlers/ext/trusted_master_class_handler.h"
 #include "handlers/group_class_handler.h"
 #include "handlers/ormu_service_class_handler.h"
@@ -58,6 +60,8 @@ ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContex
   Add<GroupMemberClassHandler>(name_space, context, server);
   Add<EffectiveAccessClassHandler>(name_space, context, server);
   Add<AccessFindingClassHandler>(name_space, context, server);
+  Add<ServerStatusClassHandler>(name_space, context, server);
+  Add<FindingClassHandler>(name_space, context, server);
   Add<PS_AccessRuleClassHandler>(name_space, context, server);
   Add<PS_RepositoryClassHandler>(name_space, context, server);
   Add<PS_RepositoryHookClassHandler>(name_space, context, server);

@@ -66,6 +66,14 @@ class Hooks {
   svn_repos_t* repository_;
 };
 
+// The program that the script's first line names, read as the launcher reads it.
+std::u16string InterpreterOf(const std::string& script) {
+  std::string_view line = std::string_view(script).substr(0, script.find('\n'));
+  if (!line.starts_with("#!")) return {};
+  line.remove_prefix(std::min(line.find_first_not_of(" \t", 2), line.size()));
+  return platform::Utf16ForDisplay(line.substr(0, line.find_first_of(" \t\r")));
+}
+
 // For listings, where a folder that is no repository simply has no hooks.
 std::optional<Hooks> TryOpen(const ServerContext& context, const std::u16string& repository) {
   try {
@@ -141,6 +149,34 @@ void DeleteHook(const ServerContext& context, const std::u16string& repository, 
   if (const auto script = svn::FindHookScript(hook, hooks.pool()))
     svn::Check(svn_io_remove_file2(script->c_str(), TRUE, hooks.pool()));
   svn::RemoveUnusedHookLauncher(hook, hooks.pool());
+}
+
+std::vector<HookState> InspectHooks(const ServerContext& context,
+                                    const std::u16string& repository) {
+  const Hooks hooks(context, repository);
+  std::vector<HookState> states;
+  for (std::uint32_t kind = 0; kind < kHookKinds; ++kind) {
+    HookState state;
+    state.kind = static_cast<HookKind>(kind);
+    const std::string hook = hooks.Path(state.kind);
+    state.program_path = svn::PathFromDirent(hook);
+    state.program = svn::InspectHookProgram(hook, hooks.pool());
+    if (const auto script = svn::FindHookScript(hook, hooks.pool())) {
+      state.script = svn::PathFromDirent(*script);
+      state.interpreter =
+          InterpreterOf(svn::ReadFileIfPresent(*state.script, hooks.pool()).value_or(""));
+    }
+    if (state.script || state.program != svn::HookProgram::kNothing) states.push_back(std::move(state));
+  }
+  return states;
+}
+
+void RepairHookLauncher(const ServerContext& context, const std::u16string& repository,
+                        HookKind kind) {
+  const Hooks hooks(context, repository);
+  const std::string hook = hooks.Path(kind);
+  if (svn::InstallHookLauncher(hook, hooks.pool()))
+    svn::Check(svn_io_set_file_executable(hook.c_str(), TRUE, FALSE, hooks.pool()));
 }
 
 void InstallHookLaunchers(svn_repos_t* repository, const svn::Pool& scratch) {

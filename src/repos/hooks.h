@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "context/server_context.h"
+#include "svn/hook_launcher.h"
 
 struct svn_repos_t;
 
@@ -65,6 +66,21 @@ std::optional<HookRecord> WriteHook(const ServerContext& context, const std::u16
                                     OverwriteHook overwrite);
 // Removes the script that counts; success when there is none.
 void DeleteHook(const ServerContext& context, const std::u16string& repository, HookKind kind);
+
+// A hook as it would run.
+struct HookState {
+  HookKind kind = HookKind::PostCommit;
+  std::u16string program_path;
+  svn::HookProgram program = svn::HookProgram::kNothing;
+  std::optional<std::u16string> script;  // The path of the script, if there is one.
+  std::u16string interpreter;  // That the script's first line names; empty when it names none.
+};
+// The hooks that have a script or a program. Throws SvnException.
+std::vector<HookState> InspectHooks(const ServerContext& context, const std::u16string& repository);
+// Makes the launcher of the hook, or brings it up to date and makes it executable; a program that
+// is not ours stays.
+void RepairHookLauncher(const ServerContext& context, const std::u16string& repository,
+                        HookKind kind);
 
 // For a repository that came with its scripts, such as a copy: they run from now on. A hook that
 // has a program of the administrator's keeps it.

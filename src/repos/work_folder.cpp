@@ -21,6 +21,11 @@ namespace {
 
 constexpr apr_fileperms_t kPrivate = APR_FPROT_UREAD | APR_FPROT_UWRITE | APR_FPROT_UEXECUTE;
 
+std::string BaseOf(const ServerContext& context) {
+  return svn::JoinDirent(svn::DirentFromPath(access::RepositoriesRoot(context)),
+                         svn::Utf8(kWorkFolderName));
+}
+
 std::string RepositoryIn(const std::string& folder) {
   return svn::JoinDirent(folder, "repository");
 }
@@ -111,8 +116,7 @@ void MakeBase(const std::string& base, const svn::Pool& pool) {
 WorkFolder::WorkFolder(const ServerContext& context)
     : context_(context),
       pool_(context.root_pool()),
-      base_(svn::JoinDirent(svn::DirentFromPath(access::RepositoriesRoot(context)),
-                            svn::Utf8(kWorkFolderName))),
+      base_(BaseOf(context)),
       folder_(svn::JoinDirent(base_, svn_uuid_generate(pool_))),
       repository_(RepositoryIn(folder_)),
       memory_folder_(MemoryFolderOf(folder_)) {
@@ -134,6 +138,17 @@ WorkFolder::~WorkFolder() {
     svn::Check(svn_io_dir_remove_nonrecursive(base_.c_str(), pool_));
   } catch (const Exception&) {  // Others are at work in theirs; the last one removes it.
   }
+}
+
+std::vector<std::u16string> ListAbandonedWork(const ServerContext& context) {
+  const svn::Pool pool(context.root_pool());
+  const std::string base = BaseOf(context);
+  std::vector<std::u16string> folders;
+  if (!svn::IsFolder(svn::PathFromDirent(base), pool)) return folders;
+  const NamesLock names(context);
+  for (const Abandoned& each : ClaimAbandoned(base, pool))
+    folders.push_back(svn::PathFromDirent(each.folder));
+  return folders;
 }
 
 void WorkFolder::RemoveRepository() { svn::RemoveTree(repository_, pool_); }

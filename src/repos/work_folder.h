@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "context/server_context.h"
 #include "svn/pool.h"
@@ -38,5 +39,9 @@ class WorkFolder {
   std::string repository_;
   std::string memory_folder_;
 };
+
+// The folders that killed processes left behind, in local style. Making the next WorkFolder removes
+// them.
+std::vector<std::u16string> ListAbandonedWork(const ServerContext& context);
 
 }  // namespace kelvarion::repos

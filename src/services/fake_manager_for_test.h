@@ -29,6 +29,10 @@ class FakeManager final : public platform::ServiceManager {
   Win32Error Control(const std::u16string& name, std::uint32_t control) override {
     return Answer(Format(u"control %s %u", name, control));
   }
+  Win32Error CheckConfiguration(const std::u16string&, std::u16string&) const override {
+    return ERROR_NOT_SUPPORTED;
+  }
+  std::int64_t ConfigurationTime(const std::u16string&) const override { return 0; }
   std::u16string LastFailure(const std::u16string& name) const override {
     return u"words of " + name;
   }

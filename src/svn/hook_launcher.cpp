@@ -43,6 +43,14 @@ std::optional<std::string> FindHookScript(const std::string& hook, const Pool& s
   return std::nullopt;
 }
 
+HookProgram InspectHookProgram(const std::string& hook, const Pool& scratch) {
+  const auto text = TextOf(hook, scratch);
+  if (!text) return HookProgram::kNothing;
+  if (!IsLauncher(*text)) return HookProgram::kForeign;
+  return text == util::LoadTextResource(u"hook-launcher") ? HookProgram::kLauncher
+                                                          : HookProgram::kOutdatedLauncher;
+}
+
 bool InstallHookLauncher(const std::string& hook, const Pool& scratch) {
   const auto text = TextOf(hook, scratch);
   if (text && !IsLauncher(*text)) return false;

@@ -13,6 +13,10 @@ namespace kelvarion::svn {
 // under which Subversion runs the hook, in its internal style.
 std::optional<std::string> FindHookScript(const std::string& hook, const Pool& scratch);
 
+// What stands under the hook's own name.
+enum class HookProgram { kNothing, kLauncher, kOutdatedLauncher, kForeign };
+HookProgram InspectHookProgram(const std::string& hook, const Pool& scratch);
+
 // Makes the launcher of the hook, or brings it up to date. False, and nothing is changed, when
 // something that is no launcher has the name.
 bool InstallHookLauncher(const std::string& hook, const Pool& scratch);

@@ -83,6 +83,17 @@ svn_repos_t* CreateRepository(const std::u16string& path, const Pool& pool, Warn
   return repository;
 }
 
+void RequireReadable(const std::u16string& path, const Pool& scratch) {
+  const Pool pool(scratch);
+  svn_fs_t* const fs = svn_repos_fs(OpenRepository(path, pool));
+  svn_revnum_t youngest = SVN_INVALID_REVNUM;
+  Check(svn_fs_youngest_rev(&youngest, fs, pool));
+  svn_fs_root_t* root = nullptr;
+  Check(svn_fs_revision_root(&root, fs, youngest, pool));
+  svn_node_kind_t kind = svn_node_none;
+  Check(svn_fs_check_path(&kind, root, "/", pool));
+}
+
 StoreInfo ReadStoreInfo(svn_repos_t* repository, const Pool& scratch) {
   const svn_fs_info_placeholder_t* answer = nullptr;
   Check(svn_fs_info(&answer, svn_repos_fs(repository), scratch, scratch));

@@ -39,6 +39,10 @@ svn_repos_t* OpenRepository(const std::u16string& path, const Pool& pool,
                             WarningSink warnings = nullptr, Caching caching = Caching::kDefault,
                             Flushing flushing = Flushing::kEachRevision);
 
+// Opens the repository of a folder and reads the root of its youngest revision. Throws
+// SvnException.
+void RequireReadable(const std::u16string& path, const Pool& scratch);
+
 // Creates an empty FSFS repository with physical addressing; otherwise as OpenRepository. What the
 // libraries could not finish they remove again.
 svn_repos_t* CreateRepository(const std::u16string& path, const Pool& pool,

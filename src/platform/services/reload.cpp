@@ -27,17 +27,20 @@ std::filesystem::file_time_type PidFileTime(const Service& service) {
 
 }  // namespace
 
-ReloadVerdict CheckReload(const Service& service, const ProcessIdentity& server,
-                          std::string& reason) {
+std::string WhyUnusable(const Service& service) {
   std::vector<std::string> arguments = service.check_arguments;
   arguments.insert(arguments.end(), service.arguments.begin(), service.arguments.end());
   const ProgramResult check = RunProgram(service.program, arguments, kCheckTimeoutMs);
-  if (!check.Succeeded()) {
-    reason = check.error != 0 ? service.program + ": " + std::strerror(check.error)
-                              : PlainWords(check.output);
-    if (reason.empty()) reason = "The configuration could not be checked.";
-    return ReloadVerdict::kRefused;
-  }
+  if (check.Succeeded()) return "";
+  if (check.error != 0) return service.program + ": " + std::strerror(check.error);
+  const std::string reason = PlainWords(check.output);
+  return reason.empty() ? "The configuration could not be checked." : reason;
+}
+
+ReloadVerdict CheckReload(const Service& service, const ProcessIdentity& server,
+                          std::string& reason) {
+  reason = WhyUnusable(service);
+  if (!reason.empty()) return ReloadVerdict::kRefused;
   const std::vector<ListenAddress> addresses = ReadListenAddresses(service.configuration);
   switch (CheckListenAddresses(addresses, server, reason)) {
     case ListenVerdict::kReady:

@@ -17,6 +17,10 @@ enum class ReloadVerdict {
   kRefused,          // It could not run with this configuration; `reason` says why.
 };
 
+// What the service's program says against its configuration as it is on the disk; empty when it
+// could run with it, as far as the program can tell without running.
+std::string WhyUnusable(const Service& service);
+
 ReloadVerdict CheckReload(const Service& service, const ProcessIdentity& server,
                           std::string& reason);
 

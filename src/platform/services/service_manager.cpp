@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -97,6 +98,23 @@ class LinuxServiceManager : public ServiceManager {
     if (text.empty() && ObserveService(*service).status.win32_exit_code != ERROR_SUCCESS)
       return u"The service's process and its supervisor were ended without a word.";
     return Utf16ForDisplay(text);
+  }
+
+  Win32Error CheckConfiguration(const std::u16string& name, std::u16string& reason) const override {
+    const std::optional<Service> service = FindService(home_, name);
+    if (!service) return ERROR_SERVICE_DOES_NOT_EXIST;
+    if (service->check_arguments.empty()) return ERROR_SUCCESS;
+    reason = Utf16ForDisplay(WhyUnusable(*service));
+    return reason.empty() ? ERROR_SUCCESS : ERROR_SERVICE_SPECIFIC_ERROR;
+  }
+
+  // The program writes the file anew whenever it has read its configuration.
+  std::int64_t ConfigurationTime(const std::u16string& name) const override {
+    const std::optional<Service> service = FindService(home_, name);
+    if (!service || ObserveService(*service).status.current_state != SERVICE_RUNNING) return 0;
+    struct stat status {};
+    if (stat(service->File(".pid").c_str(), &status) != 0) return 0;
+    return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
   }
 
  private:

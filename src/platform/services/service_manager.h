@@ -65,6 +65,13 @@ class ServiceManager {
   // What the service said when it last failed (its stderr or the end of its log), for people;
   // empty when its last start and control went well.
   virtual std::u16string LastFailure(const std::u16string& name) const = 0;
+  // Whether the service could run with its configuration as it is now; ERROR_SERVICE_SPECIFIC_ERROR
+  // with what its own program says against it. Changes nothing and takes a moment.
+  virtual Win32Error CheckConfiguration(const std::u16string& name,
+                                        std::u16string& reason) const = 0;
+  // When the running service last took its configuration up, in nanoseconds since 1970; 0 where
+  // nobody knows.
+  virtual std::int64_t ConfigurationTime(const std::u16string& name) const = 0;
 };
 
 // The services of the home `home` (UTF-8 path). State outlives the caller: see

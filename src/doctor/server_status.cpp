@@ -1,0 +1,52 @@
+#include "doctor/server_status.h"
+
+#include "access/users.h"
+#include "doctor/doctor.h"
+#include "errors/exception.h"
+#include "repos/repository_store.h"
+
+namespace kelvarion::doctor {
+namespace {
+
+template <class Count>
+std::optional<std::uint32_t> TryCount(const Count& count) {
+  try {
+    return static_cast<std::uint32_t>(count());
+  } catch (const Exception&) {
+    return std::nullopt;
+  }
+}
+
+std::vector<std::u16string> Listening(const settings::ServerSettings& settings) {
+  const std::uint32_t port =
+      settings.use_secure_connection ? settings.secure_port : settings.unsecure_port;
+  if (settings.listen_all_ip_addresses) return {Format(u"*:%u", port)};
+  std::vector<std::u16string> places;
+  for (const std::u16string& address : settings.listen_ip_addresses) {
+    const bool bare_ipv6 = address.find(u':') != address.npos && !address.starts_with(u'[');
+    places.push_back(bare_ipv6 ? Format(u"[%s]:%u", address, port)
+                               : Format(u"%s:%u", address, port));
+  }
+  return places;
+}
+
+}  // namespace
+
+ServerStatus ReadServerStatus(const ServerContext& context) {
+  ServerStatus status;
+  status.settings = settings::ReadServerSettings(context);
+  status.last_failure = context.machine().services->LastFailure(settings::kServerInstanceName);
+  status.listening = Listening(status.settings);
+  status.repositories = TryCount([&] { return repos::ListRepositoryNames(context).size(); });
+  if (status.settings.auth_type == 0)
+    status.users = TryCount([&] { return access::ListUsers(context).size(); });
+  const auto found = [&](const Finding& finding) {
+    if (finding.check == kRestartPendingCheck) status.restart_pending = true;
+    if (finding.severity == Severity::kInformation) return;
+    status.warnings.push_back(Format(u"%s: %s %s", finding.where, finding.text, finding.remedy));
+  };
+  Examine(context, Extent::kGlance, Repairs::kNo, {found, nullptr, {[] { return false; }, u""}});
+  return status;
+}
+
+}  // namespace kelvarion::doctor
