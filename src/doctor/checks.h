@@ -13,6 +13,7 @@ void CheckLogins(Examination& run);
 void CheckHomeFiles(Examination& run);
 void CheckWebServerReach(Examination& run);
 void CheckGeneratedFiles(Examination& run);
+void CheckCertificate(Examination& run);
 void CheckWebServerConfiguration(Examination& run);
 void CheckWebServer(Examination& run);
 void CheckRestartPending(Examination& run);

@@ -23,6 +23,7 @@ constexpr ServerCheck kServerChecks[] = {
     {u"HomeFiles", u"home", CheckHomeFiles, true},
     {u"WebServerReach", u"home", CheckWebServerReach, true},
     {u"GeneratedFiles", u"server/conf", CheckGeneratedFiles, true},
+    {u"Certificate", u"server/certs", CheckCertificate, true},
     {u"WebServerConfiguration", u"server/conf", CheckWebServerConfiguration, false},
     {u"WebServer", u"KelvarionServer", CheckWebServer, true},
     {kRestartPendingCheck, u"KelvarionServer", CheckRestartPending, true},

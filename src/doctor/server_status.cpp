@@ -1,6 +1,9 @@
 #include "doctor/server_status.h"
 
+#include <chrono>
+
 #include "access/users.h"
+#include "certificate/certificate_state.h"
 #include "doctor/doctor.h"
 #include "errors/exception.h"
 #include "repos/repository_store.h"
@@ -30,6 +33,24 @@ std::vector<std::u16string> Listening(const settings::ServerSettings& settings) 
   return places;
 }
 
+void FillCertificate(const ServerContext& context, ServerStatus& status) {
+  try {
+    const auto state = certificate::GetInstalledState(context);
+    status.certificate_days_left = state.days_left;
+    if (!state.info.valid_to) return;
+    const std::chrono::year_month_day date(
+        std::chrono::floor<std::chrono::days>(*state.info.valid_to));
+    const auto two = [](unsigned number) {
+      return std::u16string(number < 10 ? u"0" : u"") + Format(u"%u", number);
+    };
+    status.certificate_expires =
+        Format(u"%d-%s-%s", static_cast<int>(date.year()), two(static_cast<unsigned>(date.month())),
+               two(static_cast<unsigned>(date.day())));
+  } catch (const Exception&) {
+    // What is wrong with it is among the warnings.
+  }
+}
+
 }  // namespace
 
 ServerStatus ReadServerStatus(const ServerContext& context) {
@@ -40,6 +61,7 @@ ServerStatus ReadServerStatus(const ServerContext& context) {
   status.repositories = TryCount([&] { return repos::ListRepositoryNames(context).size(); });
   if (status.settings.auth_type == 0)
     status.users = TryCount([&] { return access::ListUsers(context).size(); });
+  FillCertificate(context, status);
   const auto found = [&](const Finding& finding) {
     if (finding.check == kRestartPendingCheck) status.restart_pending = true;
     if (finding.severity == Severity::kInformation) return;

@@ -18,6 +18,9 @@ struct ServerStatus {
   // Nothing where it cannot be found out.
   std::optional<std::uint32_t> repositories;
   std::optional<std::uint32_t> users;  // Nothing, too, while accounts of the machine log in.
+  // Of the server's certificate; negative days once it has expired.
+  std::optional<std::int64_t> certificate_days_left;
+  std::u16string certificate_expires;  // "2036-01-31"; empty where it cannot be found out.
   // What needs attention, a sentence each: what the examination finds at a glance.
   std::vector<std::u16string> warnings;
 };

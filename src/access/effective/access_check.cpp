@@ -4,6 +4,7 @@
 #include "access/effective/access_finding.h"
 #include "access/effective/check_internal.h"
 #include "access/effective/machine_rules.h"
+#include "access/effective/server_reader.h"
 #include "errors/exception.h"
 #include "svn/atomic_file.h"
 #include "svn/error.h"
@@ -16,24 +17,15 @@ namespace {
 // Of a file that has to be there, everything else is reported and read as nothing.
 enum class Missing { kIsFine, kIsReported };
 
-std::optional<std::string> ReadText(const std::u16string& path, Missing missing,
-                                    const CheckReport& report, const svn::Pool& pool) {
-  try {
-    auto text = svn::ReadFileIfPresent(path, pool);
-    if (!text && missing == Missing::kIsReported)
-      report(findings::kMissingFile, 0, u"the file does not exist");
-    return text;
-  } catch (const SvnException& exception) {
-    report(findings::kUnreadableFile, 0, exception.Message());
-    return std::nullopt;
-  }
-}
-
 class Run {
  public:
   Run(const ServerContext& context, const svn::Cancellation& cancellation,
       const CheckReport::Sink& found)
-      : context_(context), cancellation_(cancellation), found_(found), pool_(context.root_pool()) {}
+      : context_(context),
+        cancellation_(cancellation),
+        found_(found),
+        pool_(context.root_pool()),
+        reader_(context) {}
 
   void UserRules() {
     UnusedGlobalRules();
@@ -74,7 +66,22 @@ class Run {
     return {found_, std::move(repository), std::move(file)};
   }
 
-  void UnusedGlobalRules() const {
+  std::optional<std::string> ReadText(const std::u16string& path, Missing missing,
+                                      const CheckReport& report, const svn::Pool& pool) {
+    try {
+      auto text = svn::ReadFileIfPresent(path, pool);
+      if (!text && missing == Missing::kIsReported)
+        report(findings::kMissingFile, 0, u"the file does not exist");
+      if (const auto problem = reader_.WhyUnreadable(path))
+        report(findings::kUnreadableFile, 0, u"the web server cannot use it: " + problem->text);
+      return text;
+    } catch (const SvnException& exception) {
+      report(findings::kUnreadableFile, 0, exception.Message());
+      return std::nullopt;
+    }
+  }
+
+  void UnusedGlobalRules() {
     const CheckReport report = ReportOn({}, GlobalRulesFile(context_));
     const auto text = ReadText(GlobalRulesFile(context_), Missing::kIsFine, report, pool_);
     const MachineRules rules(text.value_or(""));
@@ -100,6 +107,7 @@ class Run {
   const svn::Cancellation& cancellation_;
   const CheckReport::Sink& found_;
   svn::Pool pool_;
+  ServerReader reader_;
 };
 
 }  // namespace

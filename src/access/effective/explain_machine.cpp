@@ -4,6 +4,7 @@
 #include "access/authz_files.h"
 #include "access/effective/explain_internal.h"
 #include "access/effective/machine_rules.h"
+#include "access/effective/server_reader.h"
 #include "access/sid.h"
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
@@ -38,7 +39,7 @@ class Explainer {
         own_(WindowsRulesFile(context, where.repository), pool),
         global_(GlobalRulesFile(context), pool),
         path_(svn::Utf8(where.path)),
-        refusal_(Refusal()) {}
+        refusal_(Refusal(context)) {}
 
   // Whoever is named where the path, a folder above it or the whole server has its rules.
   std::vector<std::u16string> NamedAccounts() const {
@@ -76,7 +77,11 @@ class Explainer {
   }
 
  private:
-  std::u16string Refusal() const {
+  std::u16string Refusal(const ServerContext& context) const {
+    ServerReader reader(context);
+    for (const File* file : {&own_, &global_})
+      if (const auto problem = reader.WhyUnreadable(file->path))
+        return RefusedBecauseOf(file->path, *problem);
     for (const File* file : {&own_, &global_}) {
       if (!file->rules.problems().empty())
         return RefusedBecauseOf(file->path, file->rules.problems().front());

@@ -8,6 +8,7 @@
 #include "access/authz_files.h"
 #include "access/effective/authz_rules.h"
 #include "access/effective/explain_internal.h"
+#include "access/effective/server_reader.h"
 #include "access/users_file.h"
 #include "platform/text/encoding.h"
 #include "platform/text/format.h"
@@ -72,7 +73,7 @@ class Explainer {
         rules_(rules_file_.text.value_or(""), groups_),
         repository_(svn::Utf8(where.repository)),
         path_(svn::Utf8(where.path)),
-        refusal_(Refusal()) {
+        refusal_(Refusal(context)) {
     if (refusal_) return;
     levels_ = rules_.LevelsOf(repository_, path_);
     if (rules_.has_wildcards()) library_.emplace(*rules_file_.text, *groups_file_.text, pool);
@@ -95,12 +96,15 @@ class Explainer {
 
  private:
   // Null when not everything is refused.
-  std::shared_ptr<const AccessReason> Refusal() const {
+  std::shared_ptr<const AccessReason> Refusal(const ServerContext& context) const {
     const auto because = [](const File& file, const AuthzProblem& problem) {
       return Reason(RefusedBecauseOf(file.path, problem));
     };
     for (const File* file : {&rules_file_, &groups_file_})
       if (!file->text) return because(*file, {{}, 0, {}, {}, u"it is missing"});
+    ServerReader reader(context);
+    for (const File* file : {&rules_file_, &groups_file_})
+      if (const auto problem = reader.WhyUnreadable(file->path)) return because(*file, *problem);
     if (!rules_.problems().empty()) return because(rules_file_, rules_.problems().front());
     if (!groups_.problems().empty()) return because(groups_file_, groups_.problems().front());
     return nullptr;

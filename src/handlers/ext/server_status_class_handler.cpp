@@ -2,6 +2,8 @@
 
 #include "handlers/ext/server_status_class_handler.h"
 
+#include <algorithm>
+
 #include "doctor/server_status.h"
 #include "services/server_control.h"
 
@@ -23,6 +25,8 @@ constexpr Number kAuthType{u"AuthType"};
 constexpr Text kRepositoriesRoot{u"RepositoriesRoot"};
 constexpr Number kRepositories{u"Repositories"};
 constexpr Number kUsers{u"Users"};
+constexpr Text kCertificateExpires{u"CertificateExpires"};
+constexpr Number kCertificateDaysLeft{u"CertificateDaysLeft"};
 constexpr Flag kRestartPending{u"RestartPending"};
 constexpr Texts kWarnings{u"Warnings"};
 constexpr Flag kChanged{u"Changed"};
@@ -43,6 +47,10 @@ WMIObject ServerStatusClassHandler::Describe() const {
   object.Set(kRepositoriesRoot, settings.repositories_root);
   object.SetOptional(kRepositories, status.repositories);
   object.SetOptional(kUsers, status.users);
+  if (!status.certificate_expires.empty())
+    object.Set(kCertificateExpires, status.certificate_expires);
+  if (const auto& days = status.certificate_days_left)
+    object.Set(kCertificateDaysLeft, static_cast<std::uint32_t>(std::max<std::int64_t>(*days, 0)));
   object.Set(kRestartPending, status.restart_pending);
   object.Set(kWarnings, status.warnings);
   return object;

@@ -42,6 +42,9 @@ std::string StatusText(const Json& status) {
   line("Repositories", Count(status.at("Repositories")) + " in " +
                            status.at("RepositoriesRoot").get<std::string>());
   if (users) line("Users", Count(status.at("Users")));
+  if (!status.at("CertificateExpires").is_null())
+    line("Certificate", "expires " + status.at("CertificateExpires").get<std::string>() + ", in " +
+                            Count(status.at("CertificateDaysLeft")) + " days");
   for (const Json& warning : status.at("Warnings")) line("Attention", warning.get<std::string>());
   return text;
 }
