@@ -166,7 +166,8 @@ std::vector<HookState> InspectHooks(const ServerContext& context,
       state.interpreter =
           InterpreterOf(svn::ReadFileIfPresent(*state.script, hooks.pool()).value_or(""));
     }
-    if (state.script || state.program != svn::HookProgram::kNothing) states.push_back(std::move(state));
+    if (state.script || state.program != svn::HookProgram::kNothing)
+      states.push_back(std::move(state));
   }
   return states;
 }
