@@ -71,7 +71,7 @@ Outcome Control(Session& session, const char* method, const char* done, const ch
 
 void AddServerCommands(CLI::App& app, Command& chosen) {
   CLI::App* const server =
-      app.add_subcommand("server", "Show how the server is; start, stop and restart it");
+      app.add_subcommand("server", "Show how the server is; start, stop, restart and configure it");
   server->require_subcommand(1);
   AddCommand(*server, "status", "Show state, address, logins and what needs attention", chosen,
              Status)
@@ -93,6 +93,7 @@ void AddServerCommands(CLI::App& app, Command& chosen) {
       ->footer(
           "No connection is dropped. A server that refuses the configuration says why and serves\n"
           "on with the old one; one that is stopped is started.");
+  AddServerConfigureCommand(*server, chosen);
 }
 
 }  // namespace kelvarion::host

@@ -6,6 +6,8 @@
 namespace kelvarion::host {
 
 void AddServerCommands(CLI::App& app, Command& chosen);
+// The command below it that changes settings.
+void AddServerConfigureCommand(CLI::App& server, Command& chosen);
 void AddDoctorCommand(CLI::App& app, Command& chosen);
 
 }  // namespace kelvarion::host
