@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "apache/configuration_generator.h"
 #include "doctor/server_status.h"
 #include "services/server_control.h"
 
@@ -78,6 +79,8 @@ void ServerStatusClassHandler::Stop(MethodCall& call) {
 }
 
 void ServerStatusClassHandler::Restart(MethodCall& call) {
+  // What was tested is what the server reads.
+  const apache::ConfigurationLock unchanged(context().configuration());
   services::RestartServerAndWait(*context().machine().services, call.cancel());
 }
 
