@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <optional>
 #include <sstream>
+#include <vector>
 
 #include "platform/files/files.h"
 #include "svn/atomic_file.h"
@@ -95,7 +96,15 @@ void GoBackTo(const std::string& folder, std::int64_t revision, const svn::Pool&
   const std::string store = svn::JoinDirent(folder, "db");
   svn::ReplaceFile(svn::PathFromDirent(svn::JoinDirent(store, "current")),
                    std::to_string(revision) + "\n", platform::NewFile::kAsFolderSays, scratch);
-  RemoveRevisionsAbove(store, revision);
+  try {
+    RemoveRevisionsAbove(store, revision);
+  } catch (const fs::filesystem_error& error) {
+    svn::ThrowAprError(error.code().value(),
+                       Format(u"Can't remove revisions of '%s'", svn::PathFromDirent(folder)));
+  }
+  // Names of transactions, of which there is none now.
+  svn::ReplaceFile(svn::PathFromDirent(svn::JoinDirent(store, "txn-current")), "0\n",
+                   platform::NewFile::kAsFolderSays, scratch);
   // It speaks of revisions that are gone; the libraries make it anew.
   for (const char* name : {"rep-cache.db", "rep-cache.db-journal"})
     svn::Check(svn_io_remove_file2(svn::JoinDirent(store, name).c_str(), TRUE, scratch));
@@ -112,8 +121,8 @@ BulkLoad::BulkLoad(const std::string& folder, std::int64_t youngest, const svn::
 
 BulkLoad::~BulkLoad() {
   try {
-    if (transactions_) transactions_->Finish();
-  } catch (const Exception&) {  // The next writer finds out and begins with an empty place.
+    if (!finished_) Finish();
+  } catch (const Exception&) {  // The next writer sees the note and does it.
   }
   std::error_code ignored;
   if (!memory_folder_.empty()) fs::remove_all(memory_folder_, ignored);
@@ -132,6 +141,7 @@ void BulkLoad::Finish() {
   transactions_->Finish();
   Flush(folder_);
   RemoveNote(folder_, pool_);
+  finished_ = true;
 }
 
 void BulkLoad::NoteDurable(std::int64_t revision) {
@@ -143,6 +153,7 @@ void BulkLoad::NoteDurable(std::int64_t revision) {
 
 void EndBulkLoad(const std::string& folder, const svn::Pool& scratch) {
   const svn::Pool pool(scratch);
+  svn::AbandonMemoryTransactions(folder);
   const auto note = ReadNote(folder, pool);
   if (!note) return;
   std::istringstream boot(BootOfMachine());

@@ -18,7 +18,7 @@ class BulkLoad {
  public:
   // `youngest` and what is before it is on the disk.
   BulkLoad(const std::string& folder, std::int64_t youngest, const svn::Pool& scratch);
-  // Everything is where it is in any repository, though perhaps not on the disk.
+  // Finishes unless that was done.
   ~BulkLoad();
   BulkLoad(const BulkLoad&) = delete;
   BulkLoad& operator=(const BulkLoad&) = delete;
@@ -36,11 +36,13 @@ class BulkLoad {
   std::string memory_folder_;
   std::unique_ptr<svn::MemoryTransactions> transactions_;
   std::chrono::steady_clock::time_point noted_;
+  bool finished_ = false;
 };
 
-// Ends what a bulk load left when it was killed: makes everything durable, or, when the machine was
-// started anew since, removes the revisions that may not be whole. To be called with the right to
-// write, before the repository is opened.
+// Ends what a bulk load left when it was killed: brings unfinished revisions back to the disk,
+// empty, and makes everything durable, or, when the machine was started anew since, removes the
+// revisions that may not be whole. To be called with the right to write, before the repository is
+// opened.
 void EndBulkLoad(const std::string& folder, const svn::Pool& scratch);
 
 }  // namespace kelvarion::ormu

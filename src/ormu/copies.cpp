@@ -6,7 +6,7 @@
 #include <svn_repos.h>
 
 #include <filesystem>
-#include <initializer_list>
+#include <vector>
 
 #include "ormu/make_whole.h"
 #include "ormu/slave_guard.h"
@@ -55,8 +55,10 @@ void RemoveSetting(const std::string& folder, const char* name, const svn::Pool&
 
 // All but the examples that come with every repository.
 void RemoveHooks(const std::string& folder, const svn::Pool& scratch) {
+  std::vector<fs::path> removed;
   for (const auto& entry : fs::directory_iterator(svn::JoinDirent(folder, "hooks")))
-    if (entry.path().extension() != ".tmpl") svn::RemoveTree(entry.path(), scratch);
+    if (entry.path().extension() != ".tmpl") removed.push_back(entry.path());
+  for (const fs::path& hook : removed) svn::RemoveTree(hook, scratch);
 }
 
 struct Address {

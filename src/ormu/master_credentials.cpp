@@ -6,6 +6,8 @@
 #include <svn_hash.h>
 #include <svn_string.h>
 
+#include <string>
+
 namespace kelvarion::ormu {
 namespace {
 
@@ -21,16 +23,11 @@ std::string HexSha256(const svn_string_t& bytes) {
   return hex;
 }
 
-ShownCertificate Describe(const svn_auth_ssl_server_cert_info_t& info, apr_pool_t* pool) {
-  const auto text = [](const char* value) { return std::string(value ? value : ""); };
-  const svn_string_t* const encoded = svn_string_create(text(info.ascii_cert).c_str(), pool);
-  return {HexSha256(*svn_base64_decode_string(encoded, pool)), text(info.hostname),
-          text(info.issuer_dname), text(info.valid_until)};
-}
+const MasterAccess& AccessOf(void* baton) { return *static_cast<const MasterAccess*>(baton); }
 
 svn_error_t* GivePassword(void** given, void** state, void* baton, apr_hash_t*, const char*,
                           apr_pool_t* pool) {
-  const MasterAccess& access = static_cast<Credentials*>(baton)->access;
+  const MasterAccess& access = AccessOf(baton);
   *state = *given = nullptr;
   if (access.account.empty()) return nullptr;
   auto* const answer =
@@ -43,7 +40,7 @@ svn_error_t* GivePassword(void** given, void** state, void* baton, apr_hash_t*, 
 
 svn_error_t* GiveName(void** given, void** state, void* baton, apr_hash_t*, const char*,
                       apr_pool_t* pool) {
-  const MasterAccess& access = static_cast<Credentials*>(baton)->access;
+  const MasterAccess& access = AccessOf(baton);
   auto* const answer =
       static_cast<svn_auth_cred_username_t*>(apr_pcalloc(pool, sizeof(svn_auth_cred_username_t)));
   answer->username = apr_pstrdup(pool, access.account.c_str());
@@ -56,18 +53,15 @@ svn_error_t* GiveName(void** given, void** state, void* baton, apr_hash_t*, cons
 // compare with no authority counts.
 svn_error_t* JudgeCertificate(void** given, void** state, void* baton, apr_hash_t* parameters,
                               const char*, apr_pool_t* pool) {
-  Credentials& credentials = *static_cast<Credentials*>(baton);
   *state = *given = nullptr;
   const auto* const info = static_cast<svn_auth_ssl_server_cert_info_t*>(
       svn_hash_gets(parameters, SVN_AUTH_PARAM_SSL_SERVER_CERT_INFO));
   const auto* const failures =
       static_cast<apr_uint32_t*>(svn_hash_gets(parameters, SVN_AUTH_PARAM_SSL_SERVER_FAILURES));
-  if (!info || !failures) return nullptr;
-  const ShownCertificate shown = Describe(*info, pool);
-  if (shown.sha256 != credentials.access.certificate_sha256) {
-    credentials.refused = shown;
+  if (!info || !info->ascii_cert || !failures) return nullptr;
+  const svn_string_t* const encoded = svn_string_create(info->ascii_cert, pool);
+  if (HexSha256(*svn_base64_decode_string(encoded, pool)) != AccessOf(baton).certificate_sha256)
     return nullptr;
-  }
   auto* const answer = static_cast<svn_auth_cred_ssl_server_trust_t*>(
       apr_pcalloc(pool, sizeof(svn_auth_cred_ssl_server_trust_t)));
   answer->accepted_failures = *failures;
@@ -83,14 +77,14 @@ constexpr svn_auth_provider_t kProviders[] = {
 
 }  // namespace
 
-svn_auth_baton_t* MakeAuthBaton(Credentials& credentials, apr_pool_t* pool) {
+svn_auth_baton_t* MakeAuthBaton(const MasterAccess& access, apr_pool_t* pool) {
   apr_array_header_t* const providers =
       apr_array_make(pool, 3, sizeof(svn_auth_provider_object_t*));
   for (const svn_auth_provider_t& provider : kProviders) {
     auto* const object = static_cast<svn_auth_provider_object_t*>(
         apr_pcalloc(pool, sizeof(svn_auth_provider_object_t)));
     object->vtable = &provider;
-    object->provider_baton = &credentials;
+    object->provider_baton = const_cast<MasterAccess*>(&access);
     APR_ARRAY_PUSH(providers, svn_auth_provider_object_t*) = object;
   }
   svn_auth_baton_t* baton = nullptr;

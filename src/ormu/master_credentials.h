@@ -4,20 +4,12 @@
 
 #include <svn_auth.h>
 
-#include <optional>
-
-#include "ormu/master_session.h"
+#include "ormu/master_access.h"
 
 namespace kelvarion::ormu {
 
-// Outlives the baton.
-struct Credentials {
-  MasterAccess access;
-  // The certificate that was refused last.
-  std::optional<ShownCertificate> refused;
-};
-
-// Knows these credentials and nothing else: no store, no prompt.
-svn_auth_baton_t* MakeAuthBaton(Credentials& credentials, apr_pool_t* pool);
+// Knows what is needed for this access and nothing else: no store, no prompt. The access outlives
+// the baton.
+svn_auth_baton_t* MakeAuthBaton(const MasterAccess& access, apr_pool_t* pool);
 
 }  // namespace kelvarion::ormu

@@ -82,17 +82,14 @@ std::string AddressOf(const Master& master, apr_pool_t* pool) {
 class MasterSession::Connection {
  public:
   Connection(Master master, svn::Cancellation cancellation, const svn::Pool& parent)
-      : pool_(parent),
-        master_(std::move(master)),
-        cancellation_(std::move(cancellation)),
-        credentials_{master_.access, std::nullopt} {}
+      : pool_(parent), master_(std::move(master)), cancellation_(std::move(cancellation)) {}
 
   // The address need not be a repository's: that is the caller's to find out.
   svn_error_t* Open(const std::string& address) {
     InitializeAccess();
     svn_ra_callbacks2_t* callbacks = nullptr;
     svn::Check(svn_ra_create_callbacks(&callbacks, pool_));
-    callbacks->auth_baton = MakeAuthBaton(credentials_, pool_);
+    callbacks->auth_baton = MakeAuthBaton(master_.access, pool_);
     callbacks->cancel_func = svn::CancelFunction;
     callbacks->get_client_string = GiveClientName;
     return svn_ra_open5(&ra_, nullptr, nullptr, address.c_str(), nullptr, callbacks, &cancellation_,
@@ -115,7 +112,6 @@ class MasterSession::Connection {
   svn::Pool pool_;
   const Master master_;
   svn::Cancellation cancellation_;
-  Credentials credentials_;
   svn_ra_session_t* ra_ = nullptr;
   std::string uuid_;
   std::string agreed_folder_;
@@ -177,25 +173,6 @@ std::optional<std::int64_t> MasterSession::DateOf(std::int64_t revision) {
     return std::nullopt;
   }
   return when;
-}
-
-std::optional<ShownCertificate> CertificateToTrust(const std::string& url,
-                                                   const svn::Cancellation& cancellation,
-                                                   const svn::Pool& parent) {
-  Master master;
-  master.access.url = url;
-  const svn::Pool pool(parent);
-  const std::string address = Canonical(url, pool);
-  master.server = address;
-  MasterSession::Connection connection(master, cancellation, parent);
-  try {
-    connection.Check(connection.Open(address));
-  } catch (const SvnException& refusal) {
-    if (connection.credentials_.refused) return connection.credentials_.refused;
-    // What comes after the certificate does not matter here.
-    if (refusal.Has(SVN_ERR_CANCELLED) || refusal.Has(ORMU_ERR_SYSTEM + 1722)) throw;
-  }
-  return std::nullopt;
 }
 
 }  // namespace kelvarion::ormu

@@ -61,25 +61,8 @@ class MasterSession {
   void Check(struct svn_error_t* error) const;
 
  private:
-  friend std::optional<struct ShownCertificate> CertificateToTrust(const std::string&,
-                                                                   const svn::Cancellation&,
-                                                                   const svn::Pool&);
   class Connection;
   std::unique_ptr<Connection> connection_;
 };
-
-// What a server shows of itself to whoever has to decide whether to trust it.
-struct ShownCertificate {
-  std::string sha256;  // As in MasterAccess.
-  std::string host;
-  std::string issuer;
-  std::string valid_until;
-};
-
-// Connects to `url` (https) only as far as the certificate is shown; nothing when an authority of
-// this machine vouches for it. Throws as a session does when there is no connection.
-std::optional<ShownCertificate> CertificateToTrust(const std::string& url,
-                                                   const svn::Cancellation& cancellation,
-                                                   const svn::Pool& parent);
 
 }  // namespace kelvarion::ormu

@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <thread>
 
+#include "ormu/bulk_load.h"
 #include "svn/error.h"
 #include "svn/hook_launcher.h"
-#include "svn/memory_transactions.h"
 #include "svn/replica_role.h"
 #include "svn/text.h"
 
@@ -140,15 +140,16 @@ void MendGuard(const std::string& folder, const svn::Pool& scratch) {
   InstallGuardHooks(folder, pool);
   const auto lock = TryLock(folder);
   if (!lock) return;
-  svn::AbandonMemoryTransactions(folder);
+  EndBulkLoad(folder, pool);
   CloseStore(folder);
 }
 
 SlaveWriteAccess::SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,
                                    const svn::Pool& parent)
     : folder_(folder), pool_(parent), lock_(WaitForLock(folder, cancellation)) {
-  svn::AbandonMemoryTransactions(folder);
-  if (IsSlave(folder, pool_)) InstallGuardHooks(folder, pool_);
+  if (!IsSlave(folder, pool_)) return;
+  EndBulkLoad(folder, pool_);
+  InstallGuardHooks(folder, pool_);
   OpenStore(folder);
 }
 

@@ -197,7 +197,6 @@ std::int64_t Synchronise(MasterSession& master, const std::string& folder, std::
   const std::int64_t last = std::min(until, master_youngest);
   const SlaveWriteAccess access(folder, master.cancellation(), pool);
   RequireSlave(folder, pool);  // Still, after who had it before.
-  EndBulkLoad(folder, pool);
   svn_repos_t* const slave = Open(folder, pool);
   RequireSameHistory(master, folder, slave, master_youngest, pool);
   RemoveTransactions(svn_repos_fs(slave), pool);
@@ -218,6 +217,7 @@ std::int64_t SynchroniseProperties(MasterSession& master, const std::string& fol
   const Differing differing = FindDifferingProperties(master, fs, first, last);
   if (differing.empty()) return 0;
   const SlaveWriteAccess access(folder, master.cancellation(), pool);
+  RequireSlave(folder, pool);
   for (const auto& [revision, properties] : differing)
     SetRevisionProperties(fs, revision, properties, pool);
   return static_cast<std::int64_t>(differing.size());

@@ -1,0 +1,283 @@
+#include "ormu/synchronise.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "ormu/replication_for_test.h"
+#include "ormu/slave_guard.h"
+#include "platform/ormu/ormu.h"
+#include "tests/support/real_server.h"
+#include "tests/support/test_home.h"
+
+namespace kelvarion::ormu {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::Eventually;
+using ::testing::HasSubstr;
+using testing::ReadFile;
+using testing::WriteFile;
+
+class SynchroniseTest : public ReplicationTest {
+ protected:
+  std::string Text(const std::string& name, const std::string& text) const {
+    WriteFile(Path(name), text);
+    return Path(name);
+  }
+
+  // One revision of each kind that a replay can get wrong.
+  void ChangeInEveryWay(const std::string& name) const {
+    std::string lines;
+    for (int i = 0; i < 3000; ++i) lines += "line " + std::to_string(i) + "\n";
+    std::string binary(70000, '\0');
+    for (std::size_t i = 0; i < binary.size(); ++i) binary[i] = static_cast<char>(i * i >> 5);
+    Change(name, {"mkdir", "trunk", "mkdir", "branches", "put", Text("long", lines), "trunk/long",
+                  "put", Text("bin", binary), "trunk/bin", "put", Text("e", ""), "trunk/empty"});
+    Change(name, {"put", Text("long", lines + "one more\n"), "trunk/long", "propset", "color",
+                  "blue", "trunk", "propset", "svn:mime-type", "image/png", "trunk/bin"});
+    Change(name, {"mkdir", "trunk/\u00e4 %20&", "put", Text("x", "x"), "trunk/\u00e4 %20&/\u20ac"});
+    Change(name, {"cp", "HEAD", "trunk", "branches/b", "rm", "branches/b/bin", "put",
+                  Text("y", "other\n"), "branches/b/long", "propdel", "color", "branches/b"});
+    Change(name, {"mv", "trunk/long", "trunk/moved", "propset", "p", "v", "trunk/moved"});
+    Change(name, {"rm", "trunk/bin", "cp", "2", "trunk/long", "trunk/bin"});  // Replaced.
+    Change(name, {"rm", "trunk/empty", "mkdir", "trunk/empty"});
+    Run({"svnadmin", "setrevprop", Path(name), "-r2", "custom", Text("v", "a\nvalue")});
+    Run({"svn", "propdel", "-q", "--revprop", "-r3", "svn:author", Url(name)});
+    Run({"svn", "propset", "-q", "--revprop", "-r0", "zero", "\u00fc", Url(name)});
+    Run({"svn", "propset", "-q", "--revprop", "-r0", "svn:sync-lock", "somebody", Url(name)});
+  }
+  // A revision that changes nothing, and one without a date.
+  void AddOddRevisions(const std::string& name) const {
+    WriteFile(Path("odd.dump"),
+              "SVN-fs-dump-format-version: 2\n\nRevision-number: 1\nProp-content-length: 10\n"
+              "Content-length: 10\n\nPROPS-END\n\nRevision-number: 2\nProp-content-length: 36\n"
+              "Content-length: 36\n\nK 7\nsvn:log\nV 6\nnodate\nPROPS-END\n\n");
+    Run({"svnadmin", "load", "-q", Path(name), "-F", Path("odd.dump")});
+  }
+  void ChangeOften(const std::string& name, int times) const {
+    for (int i = 0; i < times; ++i)
+      Change(name, {"put", Text("n", std::to_string(i)), "n" + std::to_string(i % 7)});
+  }
+
+  // Byte for byte, but for the notes of the libraries' mirroring program in revision 0.
+  void ExpectEqual(const std::string& master, const std::string& slave) const {
+    Run({"svnadmin", "verify", "-q", Path(slave)});
+    Run({"svn", "propdel", "-q", "--revprop", "-r0", "svn:sync-lock", Url(master)});
+    EXPECT_TRUE(Dump(master) == Dump(slave)) << "the dumps differ";
+  }
+};
+
+TEST_F(SynchroniseTest, ASlaveIsWhatItsMasterIs) {
+  Create("master");
+  ChangeInEveryWay("master");
+  AddOddRevisions("master");
+  MakeSlave("master", "slave");
+  Sync("master", "slave");  // One by one.
+  ExpectEqual("master", "slave");
+  EXPECT_FALSE(fs::exists(Path("slave/db/bulk-load")));
+
+  ChangeOften("master", 55);
+  Run({"svn", "propset", "-q", "--revprop", "-r1", "svn:author", "else", Url("master")});
+  Sync("master", "slave");  // In bulk.
+  ExpectEqual("master", "slave");
+  EXPECT_FALSE(fs::exists(Path("slave/db/bulk-load")));
+  EXPECT_TRUE(fs::is_directory(fs::symlink_status(Path("slave/db/transactions"))));
+
+  // Nothing is done twice, and no further than asked.
+  MasterSession session = Connect("master");
+  const std::int64_t youngest = session.Youngest();
+  EXPECT_EQ(SynchroniseProperties(session, Path("slave"), 0, youngest), 0);
+  ChangeOften("master", 3);
+  std::vector<std::int64_t> told;
+  Synchronise(session, Path("slave"), youngest + 2,
+              [&](std::int64_t revision) { told.push_back(revision); });
+  EXPECT_EQ(told, (std::vector<std::int64_t>{youngest + 1, youngest + 2}));
+}
+
+// The network's own ways differ in what they send.
+TEST_F(SynchroniseTest, TheStockServerIsAMasterToo) {
+  Create("master");
+  ChangeInEveryWay("master");
+  AddOddRevisions("master");
+  WriteFile(Path("master/conf/svnserve.conf"),
+            "[general]\nanon-access = none\nauth-access = read\npassword-db = passwd\n");
+  WriteFile(Path("master/conf/passwd"), "[users]\nslave = se cret\n");
+  const int port = testing::FreePort();
+  const testing::ChildProcess server({"svnserve", "-d", "--foreground", "-r", folder_.native(),
+                                      "--listen-host", "127.0.0.1", "--listen-port",
+                                      std::to_string(port)});
+  Master master = MasterNamed("master", "svn://127.0.0.1:" + std::to_string(port));
+  const svn::Cancellation never{[] { return false; }, u""};
+  const auto connect = [&] { MasterSession session(master, never, pool_); };
+  // Nobody in particular asks, and is refused once the server answers.
+  ASSERT_TRUE(Eventually([&] {
+    return FailureOf(connect).text.find("The account may not replicate") != std::string::npos;
+  }));
+  EXPECT_EQ(FailureOf(connect).code, ORMU_ERR_MASTER_FAILED);
+  master.access.account = "slave";
+  master.access.password = "se cret";
+  MasterSession session(master, never, pool_);
+  MakeEmptySlave(session, Path("slave"));
+  Synchronise(session, Path("slave"), session.Youngest(), nullptr);
+  SynchroniseProperties(session, Path("slave"), 0, session.Youngest());
+  ExpectEqual("master", "slave");
+}
+
+// Runs in a process of its own, to be killed.
+class SynchroniseProcess : public SynchroniseTest {};
+
+TEST_F(SynchroniseProcess, DISABLED_BringsASlaveUpToDate) {
+  const char* const folder = std::getenv("KELVARION_TEST_FOLDER");
+  ASSERT_TRUE(folder);
+  MasterSession session({"master.test", "master", {std::string("file://") + folder, "", "", ""}},
+                        {[] { return false; }, u""}, pool_);
+  const std::string slave = std::string(folder) + "/slave";
+  Synchronise(session, slave, session.Youngest(), nullptr);
+}
+
+TEST_F(SynchroniseTest, AKillAtAnyMomentCostsNothingThatWasDone) {
+  Create("master");
+  ChangeInEveryWay("master");
+  ChangeOften("master", 120);
+  MakeSlave("master", "slave");
+  setenv("KELVARION_TEST_FOLDER", folder_.native().c_str(), 1);
+  std::int64_t last = 0;
+  int killed = 0;
+  for (int delay = 0; last < 127; ++delay) {
+    testing::ChildProcess process({"/proc/self/exe", "--gtest_also_run_disabled_tests",
+                                   "--gtest_filter=SynchroniseProcess.*"});
+    // After some more revisions each time; the last process ends by itself.
+    const std::int64_t enough = last + delay * 5;
+    ASSERT_TRUE(Eventually([&] {
+      return YoungestRevision(Path("slave"), pool_) >= std::min<std::int64_t>(enough, 127);
+    }));
+    process.Kill();
+    ++killed;
+    process.Wait();
+    const std::int64_t youngest = YoungestRevision(Path("slave"), pool_);
+    EXPECT_GE(youngest, last);
+    last = youngest;
+    Run({"svnadmin", "verify", "-q", Path("slave")});
+    MendGuard(Path("slave"), pool_);
+    EXPECT_TRUE(fs::is_directory(Path("slave/db/write-lock")));
+  }
+  EXPECT_GT(killed, 3);
+  Sync("master", "slave");
+  ExpectEqual("master", "slave");
+  EXPECT_TRUE(fs::is_empty(Path("slave/db/transactions")));
+}
+
+TEST_F(SynchroniseTest, WhatALossOfPowerMayHaveHurtIsDoneAgain) {
+  Create("master");
+  ChangeOften("master", 9);
+  MakeSlave("master", "slave");
+  Sync("master", "slave");
+  // As when nothing after revision 5 reached the disk whole.
+  WriteFile(Path("slave/db/bulk-load"), "5\nan-earlier-start-of-the-machine\n");
+  for (const char* file : {"current", "txn-current", "rep-cache.db", "revs/0/9", "revprops/0/9"}) {
+    fs::remove(Path("slave/db/") + file);
+    WriteFile(Path("slave/db/") + file, "");
+  }
+  fs::remove(Path("slave/db/revs/0/7"));
+  fs::remove(Path("slave/db/transactions"));
+  fs::create_symlink("/dev/shm/kelvarion-gone", Path("slave/db/transactions"));
+  MendGuard(Path("slave"), pool_);
+  EXPECT_EQ(YoungestRevision(Path("slave"), pool_), 5);
+  Sync("master", "slave");
+  ExpectEqual("master", "slave");
+}
+
+TEST_F(SynchroniseTest, AHistoryOfItsOwnIsRefusedAndNotTouched) {
+  Create("master");
+  Change("master", {"mkdir", "trunk"});
+  const struct {
+    const char* what;
+    std::function<void()> diverge;
+    const char* text;
+  } rows[] = {
+      {"ahead",
+       [&] {
+         Change("slave", {"mkdir", "a"});
+       },
+       "it has revision 2"},
+      {"other paths",
+       [&] {
+         Change("slave", {"mkdir", "a"});
+         Change("master", {"mkdir", "b"});
+         const std::string date = Run({"svn", "pg", "--revprop", "-r2", "svn:date", Url("master")});
+         Run({"svn", "ps", "-q", "--revprop", "-r2", "svn:date", date.substr(0, 27), Url("slave")});
+       },
+       "'/b' was not changed"},
+      {"the same change at another time",
+       [&] {
+         Change("slave", {"mkdir", "c"});
+         Change("master", {"mkdir", "c"});
+       },
+       "was made at another time"},
+      {"another repository",
+       [&] {
+         Run({"svnadmin", "setuuid", Path("slave")});
+       },
+       "by its UUID"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    fs::remove_all(Path("slave"));
+    fs::remove_all(Path("master"));
+    Create("master");
+    Change("master", {"mkdir", "trunk"});
+    MakeSlave("master", "slave");
+    Sync("master", "slave");
+    TurnIntoMaster(Path("slave"), pool_);
+    testing::ChildProcess({"ln", "-s", "/bin/true", Path("slave/hooks/pre-revprop-change")}).Wait();
+    row.diverge();
+    TurnIntoSlave(Path("slave"), "master.test", "master", pool_);
+    const std::string before = Dump("slave");
+    const Failure failure = FailureOf([&] { Sync("master", "slave"); });
+    EXPECT_EQ(failure.code, ORMU_ERR_DIVERGED);
+    EXPECT_THAT(failure.text, HasSubstr(row.text));
+    EXPECT_EQ(Dump("slave"), before);
+  }
+}
+
+TEST_F(SynchroniseTest, WhatCannotBeAskedSaysWhy) {
+  Create("master");
+  Change("master", {"mkdir", "folder"});
+  const std::string closed = "127.0.0.1:" + std::to_string(testing::FreePort());
+  const struct {
+    const char* what;
+    Master master;
+    int code;
+    const char* text;
+  } rows[] = {
+      {"no repository", MasterNamed("other"), ORMU_ERR_NO_SUCH_MASTER, "no repository 'other'"},
+      {"another folder", MasterNamed("../etc"), ORMU_ERR_NO_SUCH_MASTER, "'../etc'"},
+      {"a folder inside", MasterNamed("folder", Url("master")), ORMU_ERR_NO_SUCH_MASTER, "inside"},
+      {"nobody listens", MasterNamed("m", "http://" + closed), ORMU_ERR_MASTER_FAILED,
+       "The server is unavailable"},
+      {"nobody listens", MasterNamed("m", "svn://" + closed), ORMU_ERR_MASTER_FAILED,
+       "The server is unavailable"},
+      {"no such machine", MasterNamed("m", "https://nowhere.invalid"), ORMU_ERR_MASTER_FAILED,
+       "The server is unavailable"},
+  };
+  for (const auto& row : rows) {
+    const Failure failure = FailureOf([&] {
+      MasterSession session(row.master, {[] { return false; }, u""}, pool_);
+    });
+    EXPECT_EQ(failure.code, row.code) << row.what << failure.text;
+    EXPECT_THAT(failure.text, HasSubstr(row.text)) << row.what;
+  }
+
+  MakeSlave("master", "slave");
+  MasterSession cancelled(MasterNamed("master"), {[] { return true; }, u"stop"}, pool_);
+  EXPECT_EQ(FailureOf([&] { Synchronise(cancelled, Path("slave"), 1, nullptr); }).text, "stop");
+  EXPECT_EQ(YoungestRevision(Path("slave"), pool_), 0);
+  MasterSession session = Connect("master");
+  EXPECT_EQ(FailureOf([&] { Synchronise(session, Path("master"), 1, nullptr); }).code,
+            ORMU_ERR_WRONG_ROLE);
+}
+
+}  // namespace
+}  // namespace kelvarion::ormu
