@@ -194,6 +194,7 @@ TEST_F(CertificateTest, OpensslVerifiesWhatIsInstalledAndTheStateSaysHowItStands
                   Utf8(state.fingerprint)));
   EXPECT_EQ(state.key, u"RSA 2048");
   EXPECT_EQ(ElementNames(state.chain), (std::vector<std::u16string>{u"leaf", u"inter", u"root"}));
+  EXPECT_TRUE(state.chain.valid_now);
   // The machine could complete the chain, but its clients could not.
   ca_.Trust("inter");
   WriteFile(ChainFile(), "\n");
@@ -204,6 +205,14 @@ TEST_F(CertificateTest, OpensslVerifiesWhatIsInstalledAndTheStateSaysHowItStands
   EXPECT_EQ(state.match, KeyMatch::kNone);
   EXPECT_EQ(state.chain.state, ChainState::kSelfSigned);
   EXPECT_FALSE(state.chain.root_trusted);
+
+  ca_.MakeFor(ca_.File("inter.key"), "stale", "root", kAuthority, -1);
+  std::filesystem::copy(ca_.File("inter.key"), ca_.File("stale.key"));
+  ca_.MakeFor(ca_.File("rsa.key"), "late", "stale", kServer);
+  for (const char* names : {"late.pem stale.pem root.pem", "late.pem stale.pem"}) {
+    const std::u16string text = platform::Utf16ForDisplay(ca_.Text(names));
+    EXPECT_FALSE(GetSuppliedState(home_.context(), text).chain.valid_now) << names;
+  }
 }
 
 TEST_F(CertificateTest, ANewCertificateAndARequestSayWhatWasAskedForWithRsaAndEc) {

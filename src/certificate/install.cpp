@@ -36,6 +36,7 @@ ChainReport ExamineChain(const platform::Certificate& certificate,
   else
     report.state = chain.partial ? ChainState::kIncomplete : ChainState::kUnsuitable;
   report.root_trusted = chain.root_trusted;
+  report.valid_now = chain.valid_now;
   report.problem = std::move(chain.problem);
   report.elements = std::move(chain.elements);
   return report;

@@ -18,8 +18,9 @@ enum class ChainState {
 
 struct ChainReport {
   ChainState state = ChainState::kIncomplete;
-  bool root_trusted = false;                    // The machine itself trusts it.
-  std::u16string problem;                       // In OpenSSL's words, unless it is complete.
+  bool root_trusted = false;  // The machine itself trusts it.
+  bool valid_now = false;     // None of the elements has expired or is yet to begin.
+  std::u16string problem;     // In OpenSSL's words, unless it is complete.
   std::vector<platform::Certificate> elements;  // As far as known, the server's own first.
 
   // Between the server's own certificate and the root; none unless the chain is complete.

@@ -60,6 +60,10 @@ void ServiceClassHandler::GetCertificateInformation(MethodCall& call) {
 void ServiceClassHandler::ImportCertificate(MethodCall& call) {
   const certificate::ChainReport chain =
       certificate::ImportCertificate(context(), call.in(kBase64Certificate));
+  if (!chain.valid_now)
+    call.sink().WriteWarning(
+        u"The certificate is installed, but it or one of its issuers' has expired or is not valid "
+        u"yet.");
   if (chain.problem.empty()) return;
   call.sink().WriteWarning(
       Format(u"The certificate is installed without intermediate certificates, so that clients may "

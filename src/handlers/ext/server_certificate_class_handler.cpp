@@ -24,6 +24,7 @@ constexpr Number kChainState{u"ChainState"};
 constexpr Text kChainProblem{u"ChainProblem"};
 constexpr TextList kChain{u"Chain"};
 constexpr Property<bool> kRootTrusted{u"RootTrusted"};
+constexpr Property<bool> kValidNow{u"ValidNow"};
 constexpr Text kBase64Certificate{u"Base64Certificate"};
 constexpr Property<WMIObject> kReturnValue{u"ReturnValue"};
 
@@ -46,6 +47,7 @@ WMIObject ServerCertificateClassHandler::Describe(
   object.Set(kChainProblem, state.chain.problem);
   object.Set(kChain, certificate::ElementNames(state.chain));
   object.Set(kRootTrusted, state.chain.root_trusted);
+  object.Set(kValidNow, state.chain.valid_now);
   return object;
 }
 

@@ -60,15 +60,21 @@ std::string Chain(const Json& certificate) {
   }
 }
 
+std::string Dates(const Json& certificate) {
+  return certificate.at("ValidNow").get<bool>()
+             ? ""
+             : "; NOT EVERY CERTIFICATE of the chain is valid at this time";
+}
+
 }  // namespace
 
 std::string CertificateSummary(const Json& certificate) {
-  return "Issued to    " + Text(certificate, "IssuedTo") + "\n" +          //
-         "Names        " + List(certificate, "AlternativeNames") + "\n" +  //
-         "Issued by    " + Text(certificate, "IssuedBy") + "\n" +          //
-         "Valid        " + Validity(certificate) + "\n" +                  //
-         "Key          " + Key(certificate) + "\n" +                       //
-         "Chain        " + Chain(certificate) + "\n" +                     //
+  return "Issued to    " + Text(certificate, "IssuedTo") + "\n" +            //
+         "Names        " + List(certificate, "AlternativeNames") + "\n" +    //
+         "Issued by    " + Text(certificate, "IssuedBy") + "\n" +            //
+         "Valid        " + Validity(certificate) + "\n" +                    //
+         "Key          " + Key(certificate) + "\n" +                         //
+         "Chain        " + Chain(certificate) + Dates(certificate) + "\n" +  //
          "Fingerprint  " + Text(certificate, "Fingerprint") + "\n";
 }
 

@@ -2,6 +2,8 @@
 
 #include <openssl/err.h>
 
+#include <algorithm>
+
 #include "platform/crypto/openssl_handles.h"
 #include "platform/text/encoding.h"
 
@@ -28,6 +30,11 @@ CertificateStack ToStack(const std::vector<Certificate>& certificates) {
 bool IsAboutTheRoot(int error) {
   return error == X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT ||
          error == X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN || error == X509_V_ERR_CERT_UNTRUSTED;
+}
+
+bool IsValidNow(const X509* certificate) {
+  return X509_cmp_current_time(X509_get0_notBefore(certificate)) < 0 &&
+         X509_cmp_current_time(X509_get0_notAfter(certificate)) > 0;
 }
 
 // Dates, names and revocation change or depend on the client; what is installed need not wait.
@@ -82,6 +89,8 @@ Win32Error BuildServerChain(const Certificate& certificate,
     X509_up_ref(element);
     chain.elements.emplace_back(element, OpenSslDeleter<X509_free>());
   }
+  chain.valid_now = std::ranges::all_of(
+      chain.elements, [](const Certificate& element) { return IsValidNow(element.get()); });
   chain.partial = chain.elements.empty() || X509_self_signed(chain.elements.back().get(), 0) != 1;
   chain.good = verified && !chain.partial;
   chain.root_trusted = chain.root_trusted && chain.good;

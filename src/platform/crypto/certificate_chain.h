@@ -15,6 +15,7 @@ struct CertificateChain {
   // not count.
   bool good = false;
   bool root_trusted = false;  // The machine's store has the root.
+  bool valid_now = false;     // None of the elements has expired or is yet to begin.
   std::u16string problem;     // Why it is not good, in OpenSSL's words.
 };
 
