@@ -112,8 +112,10 @@ class HomeFiles {
   }
 
   void CheckMode(const std::string& path, std::uint32_t mode, const Modes& modes) const {
+    // Only root's server has workers of another account.
+    const std::uint32_t least = owner_.user == 0 ? modes.least : modes.least & 0700;
     const std::uint32_t present = mode & 0777;
-    const std::uint32_t right = (present & modes.most) | modes.least;
+    const std::uint32_t right = (present & modes.most) | least;
     if (right == present) return;
     const std::uint32_t excess = present & ~modes.most;
     const bool others_write = (excess & 022) != 0;

@@ -163,7 +163,7 @@ void AddSettings(CLI::App& app, Parsed& parsed) {
   });
   settings->footer(
       "Examples:\n  kelvarionctl settings\n  kelvarionctl settings set HttpSvnCacheSize 256\n"
-      "The web server takes changes up when RestartService of Kelvarion_Service is called.");
+      "The web server takes changes up with: kelvarionctl server restart");
   CLI::App* const list = settings->add_subcommand("list", "Show all settings");
   list->final_callback([&parsed] { parsed.command = ListSettings; });
   CLI::App* const get = settings->add_subcommand("get", "Show one setting");

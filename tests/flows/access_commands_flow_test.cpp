@@ -59,6 +59,7 @@ TEST(AccessCommandsFlowTest, EachCommandChangesWhatTheServerAllows) {
   EXPECT_EQ(access({"add", "demo", "/", "S-1-5-18", "2"}).object().at("AccountName"),
             "NT AUTHORITY\\SYSTEM");
   EXPECT_EQ(access({"list", "demo", "/"}).document.at("objects").size(), 2U);
+  EXPECT_EQ(access({"list", "--global"}).document.at("objects").size(), 1U);
   ASSERT_TRUE(access({"remove", "--global", "root"}).ok());
   EXPECT_EQ(access({"list"}).document.at("objects").size(), 1U);
 }

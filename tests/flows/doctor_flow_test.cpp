@@ -30,7 +30,7 @@ struct Fault {
 constexpr Fault kFaults[] = {
     {"chmod 0644 server/certs/server.pem", "HomeFiles", "others could read it", kErrors},
     {"chmod 0777 server/conf", "HomeFiles", "others could change it", kErrors},
-    {"chmod 0700 server/WebUI/assets", "HomeFiles", "0700", kErrors},
+    {"chmod 0700 server/WebUI/assets", "HomeFiles", "0700", kErrors, nullptr, true},
     {"chown daemon registry.db", "HomeFiles", "another account", kErrors, nullptr, true},
     {"echo '# mine' >>server/conf/httpd.conf", "GeneratedFiles", "not what the settings say",
      kErrors},
@@ -131,7 +131,7 @@ TEST_F(DoctorFlowTest, TheServerTellsHowItIsAndWhatCameOfEachRequest) {
   type("status", 0, "changes wait for: server restart");
   type("restart", 1, "Invalid command 'Nonsense'");
   EXPECT_EQ(server.HttpStatus("alice", "secret", server.base() + "/"), 200);
-  WriteText(server.File("server/conf/httpd-custom.conf"), "Header set X-Now yes\n");
+  WriteText(server.File("server/conf/httpd-custom.conf"), "Header always set X-Now yes\n");
   type("restart", 0, "new configuration");
   EXPECT_THAT(RunProcess({"curl", "-sI", server.base() + "/"}).out, HasSubstr("X-Now: yes"));
   type("stop", 0, "is stopped");

@@ -72,11 +72,14 @@ HRESULT AccessRuleClassHandler::EnumerateInstances(CallContext* call_context, Re
   const auto indicate = [&](const access::AccessRule& rule) {
     sink.IndicateNext(Describe(rule, names));
   };
-  if (const auto name = ContextText(call_context, u"QueryOption_RepositoryName"))
+  const auto name = ContextText(call_context, u"QueryOption_RepositoryName");
+  if (!name)
+    ForEachExplicitRule(context(), indicate);
+  else if (name == kAllRepositories)
+    std::ranges::for_each(access::GlobalRules(context()), indicate);
+  else
     std::ranges::for_each(
         access::RepositoryRules(context(), repos::RequireRepository(context(), *name)), indicate);
-  else
-    ForEachExplicitRule(context(), indicate);
   return S_OK;
 }
 

@@ -97,6 +97,10 @@ Outcome ListExplicit(Session& session, const std::string& repository) {
 }
 
 Outcome List(Session& session, const RuleWords& words) {
+  if (words.global) {
+    if (!words.repository.empty()) throw UsageError("--global goes without REPOSITORY and PATH.");
+    return ListExplicit(session, "*");
+  }
   if (words.path.empty()) return ListExplicit(session, words.repository);
   Outcome outcome =
       Call(session, kClass, "Select", {"Repository=" + words.repository, "Path=" + words.path});
@@ -143,6 +147,7 @@ void AddList(CLI::App& access, Command& chosen) {
   list->add_option("REPOSITORY", words->repository, "Only the rules of this repository");
   list->add_option("PATH", words->path,
                    "The rules that count at this path: for each account the nearest one");
+  list->add_flag("--global", words->global, "Only the rules for all repositories");
   list->footer(
       "Examples:\n  kelvarionctl access list\n  kelvarionctl access list demo\n"
       "  kelvarionctl access list demo /trunk/src");
