@@ -34,9 +34,10 @@ test: installed $(BUILD)/build.ninja ## Build and run every test
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	@ctest --test-dir $(BUILD) --output-on-failure -j2
 
-bench: installed $(BUILD)/build.ninja ## Measure against the usual tools (BENCH_QUICK=1: on small data; BENCH=rules: one group)
-	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-bench
-	@$(BUILD)/bin/kelvarion-bench $(BENCH)
+bench: installed ## Measure against the usual tools (BENCH_QUICK=1: on small data; BENCH=rules: one group)
+	@cmake --preset release >/dev/null
+	@cmake --build --preset release --parallel $(JOBS) --target kelvarion-bench
+	@$(BUILD)/release/bin/kelvarion-bench $(BENCH)
 
 faults: installed $(BUILD)/build.ninja ## Hit every change at each of its calls, by failures and by kills (`make test` takes some)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests

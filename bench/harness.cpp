@@ -59,10 +59,12 @@ double Median(int rounds, const std::function<void()>& call) {
 
 Pair MedianPair(int rounds, const std::function<void()>& ours,
                 const std::function<void()>& theirs) {
-  ours();
-  theirs();
-  std::vector<double> our_times;
-  std::vector<double> their_times;
+  std::vector<double> our_times{Seconds(ours)};
+  std::vector<double> their_times{Seconds(theirs)};
+  if (rounds > 0) {
+    our_times.clear();
+    their_times.clear();
+  }
   for (int i = 0; i < rounds; ++i) {
     our_times.push_back(Seconds(ours));
     their_times.push_back(Seconds(theirs));

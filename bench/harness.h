@@ -17,6 +17,7 @@ struct Pair {
   double ours = 0;
   double theirs = 0;
 };
+// With no rounds, the one call each that is otherwise not counted: for what takes minutes.
 Pair MedianPair(int rounds, const std::function<void()>& ours, const std::function<void()>& theirs);
 
 struct Row {

@@ -5,6 +5,7 @@
 #include <svn_repos.h>
 
 #include <cstring>
+#include <utility>
 
 #include "access/authz_files.h"
 #include "errors/exception.h"
@@ -71,15 +72,18 @@ void WarnOfShortage(const ServerContext& context, const DumpFile& dump,
              svn::Utf16(std::to_string(dump.size)), svn::Utf16(std::to_string(free))));
 }
 
+// Asks whether to go on for each piece, since the libraries do so only between files. A piece is
+// read when the one before has been loaded; only that one is told.
 svn_stream_t* ContentOf(const DumpFile& dump, IcImportDumpFileNotify* notify,
-                        const svn::Pool& pool) {
-  svn_stream_t* stream = dump.stream;
-  if (notify) {
-    const auto tell = [notify](std::uint64_t bytes, std::uint64_t size) {
-      notify->BytesRead(bytes, size);
-    };
-    stream = svn::ProgressStream::Wrap(stream, dump.size, tell, pool);
-  }
+                        LongOperation& operation, const svn::Pool& pool) {
+  const auto tell = [notify, &operation, loaded = std::uint64_t{0}](std::uint64_t bytes,
+                                                                    std::uint64_t size) mutable {
+    const std::uint64_t before = std::exchange(loaded, bytes);
+    operation.Step([&] {
+      if (notify && bytes > before) notify->BytesRead(before, size);
+    });
+  };
+  svn_stream_t* stream = svn::ProgressStream::Wrap(dump.stream, dump.size, tell, pool);
   if (dump.compressed) stream = svn::GzipReadStream::Wrap(stream, pool);
   return svn::DumpInputStream::Wrap(stream, pool);
 }
@@ -112,16 +116,18 @@ void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileN
   svn_repos_t* const target = svn::CreateRepository(folder, pool, warn, svn::Flushing::kByCaller);
   const bool in_memory = repository.work().MakeMemoryFolder();
   svn::MemoryTransactions transactions(repository.folder(),
-                                       in_memory ? repository.work().memory_folder() : "");
+                                       in_memory ? repository.work().memory_folder() : "",
+                                       [&] { operation.Check(); });
   Load load{notify, &operation, &transactions};
-  operation.CheckAfter(svn_repos_load_fs6(target, ContentOf(dump, notify, pool), SVN_INVALID_REVNUM,
-                                          SVN_INVALID_REVNUM, svn_repos_load_uuid_force, nullptr,
-                                          FALSE, FALSE, FALSE, FALSE, FALSE, OnNotify, &load,
-                                          LongOperation::AskCancelled, &operation, pool));
+  operation.CheckAfter(svn_repos_load_fs6(
+      target, ContentOf(dump, notify, operation, pool), SVN_INVALID_REVNUM, SVN_INVALID_REVNUM,
+      svn_repos_load_uuid_force, nullptr, FALSE, FALSE, FALSE, FALSE, FALSE, OnNotify, &load,
+      LongOperation::AskCancelled, &operation, pool));
   transactions.Finish();
   if (const Win32Error error = platform::FlushVolume(folder)) {
     throw Win32Exception(error, u"Cannot write '%s' to the disk", folder);
   }
+  if (notify) notify->BytesRead(dump.size, dump.size);
 }
 
 }  // namespace

@@ -16,4 +16,9 @@ svn_error_t* LongOperation::AskCancelled(void* operation) {
   return self.cancellation_ ? svn::CancelFunction(&*self.cancellation_) : nullptr;
 }
 
+// What is thrown is dropped for what the notification threw.
+void LongOperation::StopWhenFailed() const {
+  if (callback_.failed()) svn::ThrowError(SVN_ERR_CANCELLED, u"");
+}
+
 }  // namespace kelvarion::repos

@@ -28,6 +28,15 @@ class LongOperation {
   void Notify(Body&& body) {
     if (!callback_.failed()) svn::Ignore(callback_.Run(body));  // Kept; the call ends with it.
   }
+  // The same for callbacks that can fail: throws once the operation is to end.
+  template <class Body>
+  void Step(Body&& body) {
+    Notify([&] {
+      Check();
+      body();
+    });
+    StopWhenFailed();
+  }
   // For the result of the library's call: throws what a notification threw, else the error.
   void CheckAfter(svn_error_t* error) { callback_.CheckAfter(error); }
   // Throws SvnException when cancelled; for steps of ours.
@@ -36,6 +45,8 @@ class LongOperation {
   }
 
  private:
+  void StopWhenFailed() const;
+
   std::optional<svn::Cancellation> cancellation_;
   svn::Callback callback_;
 };

@@ -30,7 +30,8 @@ class IcImportRepositoryNotify {
 
 class IcImportDumpFileNotify {
  public:
-  // Bytes of the file, which may be compressed.
+  // Bytes of the file, which may be compressed, whose contents have been loaded; all of them only
+  // at the end.
   virtual void BytesRead(std::uint64_t bytes, std::uint64_t file_size) = 0;
   virtual void RevisionCommitted(std::int64_t revision) = 0;
   virtual void Warning(const std::u16string& text) = 0;

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 #include "platform/text/encoding.h"
@@ -38,17 +39,17 @@ class Answer final : public IcVerifyRepositoryNotify {
 int VerifierMain(const std::string& folder) {
   svn::Initialize(svn::Threads::kOne);
   const svn::Pool pool = svn::Pool::Root();
-  const std::u16string path = platform::Utf16ForDisplay(folder);
   Answer answer;
+  LongOperation operation(nullptr, u"");
+  std::optional<RangeVerifier> verifier;
   for (std::string line; std::getline(std::cin, line);) {
     std::string word;
     RevisionRange range;
     if (!(std::istringstream(line) >> word >> range.first >> range.last)) return 2;
     answer.about_metadata = word == kMetadata;
-    LongOperation operation(nullptr, u"");
     try {
-      VerifyRange(path, range, answer.about_metadata ? Checks::kMetadataOnly : Checks::kAll,
-                  &answer, operation, pool);
+      if (!verifier) verifier.emplace(platform::Utf16ForDisplay(folder), &answer, operation, pool);
+      verifier->Verify(range, answer.about_metadata ? Checks::kMetadataOnly : Checks::kAll);
       answer.Say(kSound);
     } catch (const SvnException& fault) {
       answer.Say(kFault, Escaped(platform::Utf8ForDisplay(fault.FullText())));

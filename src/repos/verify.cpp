@@ -17,8 +17,10 @@
 namespace kelvarion::repos {
 namespace {
 
-// Enough work that starting over with an empty cache does not count.
-constexpr std::int64_t kRevisionsAtATime = 250;
+// So many that no processor waits long for the last one. Not more: each walks all of the index of
+// shared contents. A range takes at least as many revisions as make up for starting a program.
+constexpr std::int64_t kRangesPerProcessor = 6;
+constexpr std::int64_t kFewestRevisions = 16;
 
 struct Extent {
   std::int64_t youngest = 0;
@@ -38,9 +40,14 @@ Extent ReadExtent(const std::u16string& folder, const svn::Pool& scratch) {
 
 // What lies in one file is checked at once.
 std::vector<RevisionRange> Split(const Extent& extent) {
+  const std::int64_t all = kRangesPerProcessor * std::thread::hardware_concurrency();
+  const std::int64_t unpacked =
+      std::max(kFewestRevisions, extent.youngest / std::max<std::int64_t>(all, 1) + 1);
   std::vector<RevisionRange> ranges;
   for (std::int64_t first = 0; first <= extent.youngest; first = ranges.back().last + 1) {
-    const std::int64_t count = first < extent.packed_end ? extent.shard : kRevisionsAtATime;
+    const bool packed = first < extent.packed_end;
+    const std::int64_t count =
+        packed ? std::max<std::int64_t>(unpacked / extent.shard, 1) * extent.shard : unpacked;
     ranges.push_back({first, std::min(first + count - 1, extent.youngest)});
   }
   return ranges;
@@ -50,10 +57,10 @@ VerifyResult Verify(const std::u16string& folder, IcVerifyRepositoryNotify* noti
                     LongOperation& operation, const svn::Pool& pool) {
   const Extent extent = ReadExtent(folder, pool);
   const std::vector<RevisionRange> ranges = Split(extent);
-  if (ranges.size() > 1 && std::thread::hardware_concurrency() > 1) {
+  if (ranges.size() > 1) {
     if (const auto result = VerifyByWorkers(folder, ranges, notify, operation)) return *result;
   }
-  VerifyRange(folder, {0, extent.youngest}, Checks::kAll, notify, operation, pool);
+  RangeVerifier(folder, notify, operation, pool).Verify({0, extent.youngest}, Checks::kAll);
   return {true, {}};
 }
 

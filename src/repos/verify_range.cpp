@@ -44,19 +44,22 @@ svn_error_t* OnFault(void*, svn_revnum_t revision, svn_error_t* fault, apr_pool_
 
 }  // namespace
 
-void VerifyRange(const std::u16string& folder, const RevisionRange& range, Checks checks,
-                 IcVerifyRepositoryNotify* notify, LongOperation& operation,
-                 const svn::Pool& scratch) {
-  const svn::Pool pool(scratch);
-  const auto warn = [&](const std::u16string& text) {
-    if (notify) operation.Notify([&] { notify->Warning(text); });
+RangeVerifier::RangeVerifier(const std::u16string& folder, IcVerifyRepositoryNotify* notify,
+                             LongOperation& operation, const svn::Pool& parent)
+    : pool_(parent), notify_(notify), operation_(operation) {
+  const auto warn = [this](const std::u16string& text) {
+    if (notify_) operation_.Notify([&] { notify_->Warning(text); });
   };
-  svn_repos_t* const repository = svn::OpenRepository(folder, pool, warn, svn::Caching::kContents);
-  Run run{notify, &operation, range};
-  operation.CheckAfter(svn_repos_verify_fs3(repository, range.first, range.last, FALSE,
-                                            checks == Checks::kMetadataOnly,
-                                            notify ? OnNotify : nullptr, &run, OnFault, nullptr,
-                                            LongOperation::AskCancelled, &operation, pool));
+  repository_ = svn::OpenRepository(folder, pool_, warn, svn::Caching::kContents);
+}
+
+void RangeVerifier::Verify(const RevisionRange& range, Checks checks) {
+  const svn::Pool scratch(pool_);
+  Run run{notify_, &operation_, range};
+  operation_.CheckAfter(svn_repos_verify_fs3(repository_, range.first, range.last, FALSE,
+                                             checks == Checks::kMetadataOnly,
+                                             notify_ ? OnNotify : nullptr, &run, OnFault, nullptr,
+                                             LongOperation::AskCancelled, &operation_, scratch));
 }
 
 }  // namespace kelvarion::repos

@@ -8,6 +8,8 @@
 #include "repos/notify.h"
 #include "svn/pool.h"
 
+struct svn_repos_t;
+
 namespace kelvarion::repos {
 
 struct RevisionRange {
@@ -18,10 +20,22 @@ struct RevisionRange {
 // What is kept about all the revisions is checked before the contents of the first.
 enum class Checks { kMetadataOnly, kAll };
 
-// Ends at the first fault, with SvnException; the first line of its text names the revision.
-// `notify` may be null; it is told the range as the revisions of the run.
-void VerifyRange(const std::u16string& folder, const RevisionRange& range, Checks checks,
-                 IcVerifyRepositoryNotify* notify, LongOperation& operation,
-                 const svn::Pool& scratch);
+// An open repository whose contents are kept as far as there is room: a range is faster when it
+// follows on the one before. One thread.
+class RangeVerifier {
+ public:
+  // `notify` may be null. Throws SvnException.
+  RangeVerifier(const std::u16string& folder, IcVerifyRepositoryNotify* notify,
+                LongOperation& operation, const svn::Pool& parent);
+  // Ends at the first fault, with SvnException; the first line of its text names the revision.
+  // The notification is told the range as the revisions of the run.
+  void Verify(const RevisionRange& range, Checks checks);
+
+ private:
+  svn::Pool pool_;
+  IcVerifyRepositoryNotify* notify_;
+  LongOperation& operation_;
+  svn_repos_t* repository_;
+};
 
 }  // namespace kelvarion::repos

@@ -1,5 +1,6 @@
 #include "svn/memory_transactions.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "platform/files/files.h"
@@ -12,7 +13,9 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint64_t kMegabyte = 1024 * 1024;
-constexpr std::uint64_t kMostUsed = 128 * kMegabyte;
+// Some ten thousand changed files; where there is much memory, a revision may use this share of it.
+constexpr std::uint64_t kUsedAtLeast = 128 * kMegabyte;
+constexpr std::uint64_t kShare = 16;
 constexpr std::uint64_t kLeastFree = 256 * kMegabyte;
 constexpr int kNodesBetweenLooks = 256;
 constexpr const char* kOnDisk = ".disk";
@@ -36,22 +39,25 @@ void Require(const std::error_code& error, const std::string& path) {
 
 }  // namespace
 
-MemoryTransactions::MemoryTransactions(const std::string& repository, std::string memory_folder)
+MemoryTransactions::MemoryTransactions(const std::string& repository, std::string memory_folder,
+                                       std::function<void()> each)
     : transactions_(TransactionsOf(repository)),
       memory_folder_(std::move(memory_folder)),
-      free_at_start_(FreeMemory()) {
-  usable_ = !memory_folder_.empty() && free_at_start_ >= kMostUsed + kLeastFree;
+      each_(std::move(each)),
+      free_at_start_(FreeMemory()),
+      most_used_(std::max(kUsedAtLeast, free_at_start_ / kShare)) {
+  usable_ = !memory_folder_.empty() && free_at_start_ >= most_used_ + kLeastFree;
   if (usable_) MoveToMemory();
 }
 
 void MemoryTransactions::OnNode() {
   if (!in_memory_ || ++nodes_ % kNodesBetweenLooks != 0) return;
   const std::uint64_t free = FreeMemory();
-  if (free < kLeastFree || free + kMostUsed < free_at_start_) MoveToDisk();
+  if (free < kLeastFree || free + most_used_ < free_at_start_) MoveToDisk();
 }
 
 void MemoryTransactions::OnCommitted() {
-  if (!usable_ || in_memory_ || FreeMemory() < kMostUsed + kLeastFree) return;
+  if (!usable_ || in_memory_ || FreeMemory() < most_used_ + kLeastFree) return;
   free_at_start_ = FreeMemory();
   MoveToMemory();
 }
@@ -71,11 +77,19 @@ void MemoryTransactions::MoveToMemory() {
 }
 
 void MemoryTransactions::MoveToDisk() {
-  const std::string copy = transactions_ + kOnDisk;
+  const fs::path copy = transactions_ + kOnDisk;
   std::error_code error;
   fs::create_directory(copy, error);
   Require(error, copy);
-  fs::copy(memory_folder_, copy, fs::copy_options::recursive, error);
+  for (fs::recursive_directory_iterator i(memory_folder_, error), end; !error && i != end;) {
+    each_();
+    const fs::path target = copy / i->path().lexically_relative(memory_folder_);
+    if (i->is_directory(error))
+      fs::create_directory(target, error);
+    else
+      fs::copy_file(i->path(), target, error);
+    if (!error) i.increment(error);
+  }
   Require(error, copy);
   fs::remove(transactions_, error);  // The link.
   Require(error, transactions_);

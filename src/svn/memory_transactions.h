@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace kelvarion::svn {
@@ -13,8 +14,10 @@ namespace kelvarion::svn {
 class MemoryTransactions {
  public:
   // `memory_folder` is a private folder in the machine's memory that the caller removes afterwards;
-  // everything stays on the disk when it is empty. Paths are the libraries'.
-  MemoryTransactions(const std::string& repository, std::string memory_folder);
+  // everything stays on the disk when it is empty. Paths are the libraries'. `each` is called for
+  // each file that is moved while a revision is loaded; what it throws ends that.
+  MemoryTransactions(
+      const std::string& repository, std::string memory_folder, std::function<void()> each = [] {});
   MemoryTransactions(const MemoryTransactions&) = delete;
   MemoryTransactions& operator=(const MemoryTransactions&) = delete;
 
@@ -30,10 +33,12 @@ class MemoryTransactions {
 
   std::string transactions_;
   std::string memory_folder_;
+  std::function<void()> each_;
   bool usable_ = false;
   bool in_memory_ = false;
   int nodes_ = 0;
   std::uint64_t free_at_start_ = 0;
+  std::uint64_t most_used_ = 0;
 };
 
 // What a killed process left: a repository whose unfinished revisions were in memory has an empty
