@@ -13,6 +13,14 @@ Examination::Examination(const ServerContext& context, Repairs repairs, const Vi
       ERROR_SUCCESS)
     return;
   web_account_name_ = config.start_name;
+  // Root may look after the home of somebody else, whose server runs as its owner.
+  const std::u16string owner = platform::OwnerSid(home());
+  platform::AccountName name;
+  if (owner != platform::CurrentUserSid() &&
+      context.machine().security->LookupAccountSid(owner, name) == ERROR_SUCCESS) {
+    web_account_name_ = name.name;
+    own_home_ = false;
+  }
   web_account_ = platform::AccountAccess::Of(web_account_name_);
 }
 

@@ -37,6 +37,12 @@ constexpr Fault kFaults[] = {
     {"rm server/htdocs/index.html", "GeneratedFiles", "missing", kErrors},
     {"echo Nonsense >server/conf/httpd-custom.conf", "WebServerConfiguration",
      "Invalid command 'Nonsense'", kErrors, ": >server/conf/httpd-custom.conf"},
+    {"cp server/certs/server.pem kept; openssl req -x509 -newkey ec -pkeyopt "
+     "ec_paramgen_curve:P-256 -noenc -days 5 -subj /CN=localhost -keyout key -out new 2>/dev/null; "
+     "cat key new >server/certs/server.pem",
+     "Certificate", "expires in", kWarnings, "cat kept >server/certs/server.pem"},
+    {"cat new kept >server/certs/server.pem", "Certificate", "no private key", kWarnings,
+     "cat kept >server/certs/server.pem; rm kept key new"},
     {"rm repositories/demo/hooks/pre-commit", "Hooks", "launcher is missing", kErrors},
     {"chmod a-x repositories/demo/hooks/pre-commit", "Hooks", "may not run it", kErrors},
     {"echo '# old' >>repositories/demo/hooks/pre-commit", "Hooks", "of this version", kWarnings},
