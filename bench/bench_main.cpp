@@ -25,6 +25,7 @@ constexpr Group kGroups[] = {
     {"rules", MeasureRules},
     {"daemon", MeasureDaemon},
     {"maintenance", MeasureMaintenance},
+    {"replication", MeasureReplication},
 };
 
 int RefuseName(const char* name) {

@@ -14,12 +14,6 @@
 namespace kelvarion::bench {
 namespace {
 
-double Seconds(const std::function<void()>& call) {
-  const auto start = std::chrono::steady_clock::now();
-  call();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
 double MedianOf(std::vector<double> times) {
   std::ranges::sort(times);
   return times[times.size() / 2];
@@ -49,6 +43,12 @@ const char* Verdict(const Row& row, double measured) {
 }
 
 }  // namespace
+
+double Seconds(const std::function<void()>& call) {
+  const auto start = std::chrono::steady_clock::now();
+  call();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
 
 double Median(int rounds, const std::function<void()>& call) {
   call();

@@ -9,6 +9,9 @@
 
 namespace kelvarion::bench {
 
+// Seconds that one call takes, once: for work of minutes, and calls that make their data.
+double Seconds(const std::function<void()>& call);
+
 // Seconds that one call takes: the median of `rounds` calls after one that is not counted.
 double Median(int rounds, const std::function<void()>& call);
 

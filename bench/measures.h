@@ -26,6 +26,9 @@ void MeasureRules(std::vector<Row>& rows);
 // against the same in process; and what a client costs that asks nothing.
 void MeasureDaemon(std::vector<Row>& rows);
 
+// Filling a slave with a repository's whole history against svnsync, over file: and http:.
+void MeasureReplication(std::vector<Row>& rows);
+
 // Importing, verifying and measuring a repository against svnadmin load, hotcopy and verify and du.
 void MeasureMaintenance(std::vector<Row>& rows);
 

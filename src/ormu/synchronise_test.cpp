@@ -5,9 +5,11 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "ormu/consistency.h"
 #include "ormu/replication_for_test.h"
 #include "ormu/slave_guard.h"
 #include "platform/ormu/ormu.h"
+#include "tests/support/dav_server.h"
 #include "tests/support/real_server.h"
 #include "tests/support/test_home.h"
 
@@ -59,6 +61,20 @@ class SynchroniseTest : public ReplicationTest {
   void ChangeOften(const std::string& name, int times) const {
     for (int i = 0; i < times; ++i)
       Change(name, {"put", Text("n", std::to_string(i)), "n" + std::to_string(i % 7)});
+  }
+
+  // The fingerprint of a new certificate for this machine.
+  std::string MakeCertificate(const std::string& name) const {
+    const std::string key = Path(name + ".key");
+    const std::string certificate = Path(name + ".crt");
+    Run({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+         "-nodes", "-days", "2", "-subj", "/CN=localhost", "-keyout", key, "-out", certificate});
+    std::string print =
+        Run({"openssl", "x509", "-in", certificate, "-noout", "-fingerprint", "-sha256"});
+    print = print.substr(print.find('=') + 1);
+    std::erase_if(print, [](char c) { return c == ':' || c == '\n'; });
+    for (char& c : print) c = static_cast<char>(std::tolower(c));
+    return print;
   }
 
   // Byte for byte, but for the notes of the libraries' mirroring program in revision 0.
@@ -122,6 +138,67 @@ TEST_F(SynchroniseTest, TheStockServerIsAMasterToo) {
   MakeEmptySlave(session, Path("slave"));
   Synchronise(session, Path("slave"), session.Youngest(), nullptr);
   SynchroniseProperties(session, Path("slave"), 0, session.Youngest());
+  ExpectEqual("master", "slave");
+}
+
+TEST_F(SynchroniseTest, AMasterOnTheWebIsFollowedByWhomItKnowsIfItIsTheRightOne) {
+  Create("master");
+  ChangeInEveryWay("master");
+  const std::string right = MakeCertificate("right");
+  const std::string other = MakeCertificate("other");
+  Run({"htpasswd", "-b", "-c", Path("users"), "slave", "secret"});
+  // The web server's account reads the repositories.
+  Run({"chmod", "-R", "a+rX", folder_.native()});
+  fs::create_directory(Path("server"));
+  const testing::DavServer server(Path("server"), folder_.native(),
+                                  {Path("right.crt"), Path("right.key"), Path("users")});
+  const struct {
+    const char* what;
+    const char* repository;
+    MasterAccess access;
+    int code;
+    const char* text;
+  } rows[] = {
+      {"no authority vouches",
+       "master",
+       {server.url(), "slave", "secret", ""},
+       ORMU_ERR_UNTRUSTED_MASTER,
+       "kelvarionctl replication trust master.test"},
+      {"another certificate",
+       "master",
+       {server.url(), "slave", "secret", other},
+       ORMU_ERR_UNTRUSTED_MASTER,
+       "is not trusted"},
+      {"wrong password",
+       "master",
+       {server.url(), "slave", "no", right},
+       ORMU_ERR_MASTER_FAILED,
+       "The account may not replicate"},
+      {"nobody in particular",
+       "master",
+       {server.url(), "", "", right},
+       ORMU_ERR_MASTER_FAILED,
+       "The account may not replicate"},
+      {"no such repository",
+       "nothing",
+       {server.url(), "slave", "secret", right},
+       ORMU_ERR_NO_SUCH_MASTER,
+       "no repository 'nothing'"},
+  };
+  for (const auto& row : rows) {
+    const Failure failure = FailureOf([&] {
+      MasterSession({"master.test", row.repository, row.access}, {[] { return false; }, u""},
+                    pool_);
+    });
+    EXPECT_EQ(failure.code, row.code) << row.what << failure.text;
+    EXPECT_THAT(failure.text, HasSubstr(row.text)) << row.what;
+  }
+  MasterSession session({"master.test", "master", {server.url(), "slave", "secret", right}},
+                        {[] { return false; }, u""}, pool_);
+  MakeEmptySlave(session, Path("slave"));
+  Synchronise(session, Path("slave"), session.Youngest(), nullptr);
+  SynchroniseProperties(session, Path("slave"), 0, session.Youngest());
+  CheckConsistency(session, Path("slave"), session.Youngest());
   ExpectEqual("master", "slave");
 }
 
