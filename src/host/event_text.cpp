@@ -22,6 +22,8 @@ constexpr EventText kEventTexts[] = {
     {0xC00007D5, "A change of permissions could not be recorded: error %1"},
     {2006, "Permissions of %2 in repository %1 changed from [%3] to [%4]"},
     {2007, "Permissions of %2 in repository %1 changed from [%3] to [%4]; all below it were reset"},
+    {0xC0000BB8, "The slave %1 does not follow its master: %2"},
+    {3001, "The slave %1 follows its master again"},
     {2008, "Permissions of the whole server changed from [%1] to [%2]"},
 };
 

@@ -42,7 +42,8 @@ bool IsNowhere(const svn_error_t& link) {
     case SVN_ERR_RA_DAV_OPTIONS_REQ_FAILED:  // No repositories there at all.
       return true;
     case SVN_ERR_RA_CANNOT_CREATE_SESSION:  // As a web server says it.
-      return link.child && APR_STATUS_IS_ENOENT(link.child->apr_err);
+      return link.child && (APR_STATUS_IS_ENOENT(link.child->apr_err) ||
+                            link.child->apr_err == SVN_ERR_FS_NOT_FOUND);
     case SVN_ERR_RA_LOCAL_REPOS_OPEN_FAILED:  // With a cause: it is there and does not open.
       return !link.child;
     default:

@@ -74,6 +74,11 @@ Win32Error ListenLocal(const std::string& path, Descriptor& out) {
   return ERROR_SUCCESS;
 }
 
+bool AwaitReadable(int socket, int timeout_ms) {
+  pollfd readable{socket, POLLIN, 0};
+  return poll(&readable, 1, timeout_ms) == 1;
+}
+
 Win32Error AcceptLocal(int listener, Descriptor& out) {
   for (;;) {
     out = Descriptor(accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));

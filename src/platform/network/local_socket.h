@@ -16,6 +16,9 @@ namespace kelvarion::platform {
 // that may be there, when connections are taken already. The socket does not block.
 Win32Error ListenLocal(const std::string& path, Descriptor& out);
 
+// Whether a connection or bytes arrived within the time.
+bool AwaitReadable(int socket, int timeout_ms);
+
 // The next connection, which does not block; none is success without a descriptor.
 Win32Error AcceptLocal(int listener, Descriptor& out);
 

@@ -1,0 +1,116 @@
+#include "ormu/service/followers.h"
+
+#include <thread>
+
+#include "ormu/status_json.h"
+#include "svn/error.h"
+#include "svn/repository.h"
+#include "svn/text.h"
+
+namespace kelvarion::ormu {
+namespace {
+
+using namespace std::chrono_literals;
+
+}  // namespace
+
+Followers::Followers(const ServiceParts& parts, std::function<std::u16string()> root)
+    : parts_(parts), root_(std::move(root)) {}
+
+Followers::Slaves Followers::FindSlaves() const {
+  const svn::Pool pool(nullptr);
+  const std::u16string root = root_();
+  const std::string folder = svn::DirentFromPath(root);
+  Slaves slaves;
+  for (const SlaveStatus& slave : ReadSlaves(root, pool))
+    slaves.emplace(slave.name, svn::JoinDirent(folder, slave.name));
+  return slaves;
+}
+
+void Followers::Look() {
+  const std::lock_guard lock(mutex_);
+  if (parts_.stopping) return;
+  Slaves slaves = FindSlaves();
+  for (auto each = followers_.begin(); each != followers_.end();) {
+    const auto slave = slaves.find(each->first);
+    if (slave != slaves.end() && slave->second == each->second->folder()) {
+      slaves.erase(slave);
+      ++each;
+      continue;
+    }
+    each->second->Stop();
+    ending_.push_back(std::move(each->second));
+    each = followers_.erase(each);
+  }
+  for (const auto& [name, folder] : slaves)
+    if (!held_.contains(name))
+      followers_.emplace(name, std::make_unique<Follower>(parts_, name, folder));
+  ending_.remove_if([](const auto& follower) { return follower->Ended(); });
+}
+
+void Followers::Wake(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  if (const auto found = followers_.find(name); found != followers_.end()) found->second->Wake();
+}
+
+std::vector<SlaveStatus> Followers::Status() const {
+  const svn::Pool pool(nullptr);
+  std::vector<SlaveStatus> status = ReadSlaves(root_(), pool);
+  const std::lock_guard lock(mutex_);
+  for (SlaveStatus& each : status) {
+    const auto follower = followers_.find(each.name);
+    if (follower == followers_.end()) continue;
+    const SlaveStatus known = follower->second->Status();
+    // What the files say is as new as can be.
+    each.master_revision = known.master_revision;
+    each.revisions_behind = known.revisions_behind;
+    each.seconds_behind = known.seconds_behind;
+    each.last_contact = known.last_contact;
+    each.last_error = known.last_error;
+  }
+  return status;
+}
+
+bool Followers::Stop(std::chrono::milliseconds patience) {
+  const auto end = std::chrono::steady_clock::now() + patience;
+  const std::lock_guard lock(mutex_);
+  for (auto& [name, follower] : followers_) {
+    follower->Stop();
+    ending_.push_back(std::move(follower));
+  }
+  followers_.clear();
+  for (;;) {
+    ending_.remove_if([](const auto& follower) { return follower->Ended(); });
+    if (ending_.empty()) return true;
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(10ms);
+  }
+}
+
+Followers::Hold::Hold(Followers& followers, std::string name)
+    : followers_(followers), name_(std::move(name)) {
+  std::unique_ptr<Follower> follower;
+  std::unique_lock lock(followers_.mutex_);
+  followers_.changed_.wait(lock, [this] { return !followers_.held_.contains(name_); });
+  followers_.held_.insert(name_);
+  if (const auto found = followers_.followers_.find(name_); found != followers_.followers_.end()) {
+    follower = std::move(found->second);
+    followers_.followers_.erase(found);
+  }
+  lock.unlock();
+  follower.reset();
+}
+
+Followers::Hold::~Hold() {
+  {
+    const std::lock_guard lock(followers_.mutex_);
+    followers_.held_.erase(name_);
+    followers_.changed_.notify_all();
+  }
+  try {
+    followers_.Look();
+  } catch (const Exception&) {  // The next look sees it.
+  }
+}
+
+}  // namespace kelvarion::ormu

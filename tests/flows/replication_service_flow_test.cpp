@@ -1,0 +1,246 @@
+// The replication service of one home, run by its service manager, and a master on another home's
+// real server.
+
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "ormu/status.h"
+#include "ormu/trust.h"
+#include "platform/ormu/ormu.h"
+#include "svn/error.h"
+#include "svn/repository.h"
+#include "svn/text.h"
+#include "tests/flows/replication_server.h"
+
+namespace kelvarion::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsSupersetOf;
+
+std::vector<int> CodesOf(svn_error_t* error) {
+  const SvnException failure(error);
+  std::vector<int> codes;
+  for (const SvnException::Link& link : failure.Links()) codes.push_back(link.code);
+  return codes;
+}
+
+// A home whose slaves follow the masters of another one.
+class SlaveHome : public RealServer {
+ public:
+  SlaveHome() : pool((svn::Initialize(), svn::Pool(nullptr))) {}
+  ~SlaveHome() { EndService(); }
+
+  void Trust(const std::string& server, const std::string& account) const {
+    ormu::TrustMaster(home, server, {ormu::ReplicationUrl("http", server), account, account, ""});
+  }
+  bool ServiceReaches(int state) const {
+    return Eventually([&] { return Ctl({"get", kService}).object()["ServiceState"] == state; });
+  }
+  void StartService() const {
+    const Reply reply = Call(kService, "StartService");
+    ASSERT_TRUE(reply.ok()) << reply.message();
+    ASSERT_TRUE(ServiceReaches(4)) << ReadText(File("server/run/ormusvc.err"));
+  }
+  void EndService() const {
+    if (Call(kService, "StopService").ok()) {
+      EXPECT_TRUE(ServiceReaches(1));
+    }
+  }
+  int ServicePid() const { return std::atoi(ReadText(File("server/run/ormusvc.pid")).c_str()); }
+
+  ormu::ReplicationStatus Status() const {
+    return ormu::ReadReplicationStatus(home, {root.begin(), root.end()}, pool);
+  }
+  ormu::SlaveStatus StatusOf(const std::string& name) const {
+    for (const ormu::SlaveStatus& slave : Status().slaves)
+      if (slave.name == name) return slave;
+    return {};
+  }
+  std::string Log() const { return ReadText(File("server/logs/ormusvc.log")); }
+  std::string Youngest(const std::string& name) const {
+    return RunProcess({"svnlook", "youngest", root + "/" + name}).out;
+  }
+  bool Has(const std::string& name, int revision) const {
+    return Eventually([&] { return Youngest(name) == std::to_string(revision) + "\n"; });
+  }
+
+  static constexpr const char* kService = "Kelvarion_OrmuService.Name=\"ormusvc\"";
+  const svn::Pool pool;
+};
+
+// Takes connections and says nothing.
+class SilentServer {
+ public:
+  SilentServer() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    listen(socket_, 5);
+    socklen_t size = sizeof address;
+    getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
+    port_ = ntohs(address.sin_port);
+  }
+  ~SilentServer() { close(socket_); }
+  SilentServer(const SilentServer&) = delete;
+  SilentServer& operator=(const SilentServer&) = delete;
+
+  std::string Name() const { return "127.0.0.1:" + std::to_string(port_); }
+  bool WasAsked() const {
+    pollfd connection{socket_, POLLIN, 0};
+    return poll(&connection, 1, 0) == 1;
+  }
+
+ private:
+  int socket_;
+  int port_ = 0;
+};
+
+class ReplicationServiceTest : public ::testing::Test {
+ protected:
+  ReplicationServiceTest() {
+    slave.Trust(master.Name(), master.kPartnerName);
+    slave.StartService();
+  }
+  void CreateSlave() const {
+    svn::Check(ormusvc_client_create_slave(slave.home.c_str(), "copy", master.Name().c_str(),
+                                           "demo", slave.pool));
+  }
+  std::string Property(const std::string& root, const std::string& repository) const {
+    return RunProcess({"svn", "propget", "--revprop", "-r1", "svn:log",
+                       "file://" + root + "/" + repository})
+        .out;
+  }
+
+  const ReplicationServer master;
+  const SlaveHome slave;
+};
+
+TEST_F(ReplicationServiceTest, ASlaveFollowsThroughKillsAndWhileItsMasterComesAndGoes) {
+  master.Commit("open");
+  master.Commit("secret");
+  CreateSlave();
+  ASSERT_TRUE(slave.Has("copy", 2)) << slave.Log();
+  EXPECT_THAT(RunProcess({"svn", "ls", "file://" + slave.root + "/copy"}).out,
+              HasSubstr("secret/"));
+  master.Commit("third");
+  ASSERT_TRUE(slave.Has("copy", 3)) << slave.Log();
+
+  // What changes later in an old revision comes as well.
+  const std::string text = slave.folder + "/text";
+  WriteText(text, "another text");
+  RunProcess({"svnadmin", "setrevprop", "-r1", master.server().root + "/demo", "svn:log", text});
+  EXPECT_TRUE(Eventually([&] { return Property(slave.root, "copy") == "another text\n"; }));
+
+  kill(slave.ServicePid(), SIGKILL);
+  ASSERT_TRUE(slave.ServiceReaches(1));
+  const ormu::ReplicationStatus unserved = slave.Status();
+  EXPECT_FALSE(unserved.service_runs);
+  ASSERT_EQ(unserved.slaves.size(), 1u);
+  EXPECT_EQ(unserved.slaves[0].revision, 3);
+  master.Commit("fourth");
+  slave.StartService();
+  ASSERT_TRUE(slave.Has("copy", 4)) << slave.Log();
+
+  master.server().Stop();
+  EXPECT_TRUE(Eventually([&] { return !slave.StatusOf("copy").last_error.empty(); }));
+  master.server().Start();
+  master.Commit("fifth");
+  ASSERT_TRUE(slave.Has("copy", 5)) << slave.Log();
+  ASSERT_TRUE(Eventually([&] { return slave.StatusOf("copy").last_error.empty(); }));
+  const ormu::SlaveStatus status = slave.StatusOf("copy");
+  EXPECT_EQ(status.master_server + "/" + status.master_repository, master.Name() + "/demo");
+  EXPECT_EQ(status.revisions_behind, 0);
+  EXPECT_EQ(status.seconds_behind, 0);
+  // Told once, however often it was tried.
+  const std::string events = slave.Events();
+  const std::string failed = "The slave copy does not follow its master";
+  EXPECT_NE(events.find(failed), events.npos) << events;
+  EXPECT_EQ(events.find(failed, events.find(failed) + 1), events.npos) << events;
+  EXPECT_THAT(events, HasSubstr("The slave copy follows its master again"));
+}
+
+TEST_F(ReplicationServiceTest, RequestsChangeSlavesOrSayWhyNot) {
+  master.Commit("one");
+  CreateSlave();
+  const char* const home = slave.home.c_str();
+  const std::string name = master.Name();
+  const char* const server = name.c_str();
+  apr_pool_t* const pool = slave.pool;
+  std::int64_t revisions = 0;
+  svn::Check(ormusvc_client_test_connection(home, &revisions, server, "demo", pool));
+  EXPECT_EQ(revisions, 1);
+
+  const auto test = [&](const char* where, const char* what) {
+    return CodesOf(ormusvc_client_test_connection(home, &revisions, where, what, pool)).at(0);
+  };
+  EXPECT_EQ(test(server, "missing"), ORMU_ERR_NO_SUCH_MASTER);
+  EXPECT_EQ(test("stranger", "demo"), ORMU_ERR_UNTRUSTED_MASTER);
+  slave.Trust("localhost:1", "partner");
+  EXPECT_THAT(
+      CodesOf(ormusvc_client_test_connection(home, &revisions, "localhost:1", "demo", pool)),
+      IsSupersetOf({ORMU_ERR_MASTER_FAILED, ORMU_ERR_SYSTEM + 1722}));
+  EXPECT_EQ(CodesOf(ormusvc_client_create_slave(home, "../out", server, "demo", pool)).size(), 1u);
+  EXPECT_NE(ormusvc_client_create_slave(home, "copy", server, "demo", pool), nullptr);
+  EXPECT_EQ(CodesOf(ormusvc_client_downgrade_master(home, "copy", server, "demo", pool)).at(0),
+            ORMU_ERR_WRONG_ROLE);
+
+  svn::Check(ormusvc_client_rename_slave(home, "copy", "other", pool));
+  master.Commit("two");
+  svn::Check(ormusvc_client_sync_slave(home, "other", pool));
+  EXPECT_EQ(slave.Youngest("other"), "2\n");
+  svn::Check(ormusvc_client_check_consistency(home, "other", pool));
+  svn::Check(ormusvc_client_relocate_slave(home, "other", server, "demo", pool));
+
+  svn_repos_t* const other = svn::OpenRepository(svn::Utf16(slave.root + "/other"), slave.pool);
+  svn::Check(ormu_set_suspended(other, true, pool));
+  EXPECT_EQ(CodesOf(ormusvc_client_sync_slave(home, "other", pool)).at(0), ORMU_ERR_WRONG_ROLE);
+  EXPECT_TRUE(slave.StatusOf("other").suspended);
+  svn::Check(ormu_set_suspended(other, false, pool));
+  master.Commit("three");
+  EXPECT_TRUE(slave.Has("other", 3));
+
+  // A master of its own history cannot go back.
+  svn::Check(ormusvc_client_promote_slave(home, "other", pool));
+  svn::Check(ormusvc_client_downgrade_master(home, "other", server, "demo", pool));
+  svn::Check(ormusvc_client_promote_slave(home, "other", pool));
+  EXPECT_EQ(RunProcess({"svn", "mkdir", "-qm", "own", "file://" + slave.root + "/other/own"}).all(),
+            "");
+  EXPECT_EQ(CodesOf(ormusvc_client_downgrade_master(home, "other", server, "demo", pool)).at(0),
+            ORMU_ERR_DIVERGED);
+
+  CreateSlave();
+  svn::Check(ormusvc_client_delete_slave(home, "copy", pool));
+  EXPECT_FALSE(std::filesystem::exists(slave.root + "/copy"));
+  EXPECT_FALSE(std::filesystem::exists(slave.root + "/.kelvarion"));
+
+  slave.EndService();
+  EXPECT_THAT(CodesOf(ormusvc_client_sync_slave(home, "copy", pool)),
+              ElementsAre(ORMU_ERR_SERVICE_FAILED, ORMU_ERR_SYSTEM + 1722));
+}
+
+// A server that takes connections and says nothing holds nobody up.
+TEST_F(ReplicationServiceTest, StopsWhileItWaitsForASilentMaster) {
+  const SilentServer silent;
+  slave.Trust(silent.Name(), "partner");
+  CreateSlave();
+  ASSERT_TRUE(slave.Has("copy", 0));
+  WriteText(slave.root + "/copy/ormu.conf",
+            "role = slave\nsuspended = no\nserver = " + silent.Name() + "\nrepository = demo\n");
+  ASSERT_TRUE(Eventually([&] { return silent.WasAsked(); }));
+  slave.EndService();
+  EXPECT_EQ(slave.Ctl({"get", SlaveHome::kService}).object()["ExitCode"], 0);
+  EXPECT_THAT(slave.Log(), HasSubstr("stopped"));
+}
+
+}  // namespace
+}  // namespace kelvarion::testing
