@@ -6,6 +6,7 @@
 #include "ormu/status_json.h"
 #include "ormu/synchronise.h"
 #include "platform/ormu/ormu.h"
+#include "platform/text/encoding.h"
 #include "svn/error.h"
 #include "svn/replica_role.h"
 #include "svn/repository.h"
@@ -24,21 +25,24 @@ std::optional<std::int64_t> Number(const WireJson& json, const char* name) {
   return json.at(name).get<std::int64_t>();
 }
 
-// Nothing for what is no slave or cannot be read.
+// Nothing for what is no slave or does not say what it is.
 std::optional<SlaveStatus> StatusOfFiles(const std::string& root, const std::string& name,
-                                         const svn::Pool& scratch) try {
+                                         const svn::Pool& scratch) {
   const std::string folder = svn::JoinDirent(root, name);
-  const auto role = svn::ReadReplicaRole(folder, scratch);
-  if (!role || role->master) return std::nullopt;
   SlaveStatus status;
-  status.name = name;
-  status.master_server = role->master_server;
-  status.master_repository = role->master_repository;
-  status.suspended = role->suspended;
-  status.revision = YoungestRevision(folder, scratch);
+  try {
+    const auto role = svn::ReadReplicaRole(folder, scratch);
+    if (!role || role->master) return std::nullopt;
+    status.name = name;
+    status.master_server = role->master_server;
+    status.master_repository = role->master_repository;
+    status.suspended = role->suspended;
+    status.revision = YoungestRevision(folder, scratch);
+  } catch (const SvnException& exception) {
+    if (status.name.empty()) return std::nullopt;
+    status.last_error = platform::Utf8ForDisplay(exception.FullText());
+  }
   return status;
-} catch (const SvnException&) {
-  return std::nullopt;
 }
 
 }  // namespace

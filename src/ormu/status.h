@@ -31,8 +31,8 @@ struct ReplicationStatus {
 };
 
 // Asks the service of the home; where it cannot be asked, the status is what the repositories in
-// `repositories_root` say. A repository that cannot be read is left out. Throws SvnException when
-// the root cannot be read.
+// `repositories_root` say. A repository that does not say what it is is left out. Throws
+// SvnException when the root cannot be read.
 ReplicationStatus ReadReplicationStatus(const std::string& home,
                                         const std::u16string& repositories_root,
                                         const svn::Pool& scratch);

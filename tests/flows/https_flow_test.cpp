@@ -1,9 +1,13 @@
 // What clients meet on the wire: TLS, addresses and the place of repositories and start pages.
 #include <gtest/gtest.h>
+#include <strings.h>
 
 #include <span>
 #include <thread>
 
+#include "ormu/trust.h"
+#include "svn/error.h"
+#include "svn/pool.h"
 #include "tests/support/ipv6.h"
 #include "tests/support/real_server.h"
 
@@ -56,6 +60,16 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
   const ProcessResult shaken = Handshake({"-CAfile", certificate, "-verify_return_error"});
   EXPECT_NE(shaken.out.find("TLSv1.2"), std::string::npos) << shaken.all();
   EXPECT_NE(shaken.out.find("Verify return code: 0 (ok)"), std::string::npos) << shaken.all();
+  // What whoever is to trust a master's server is shown.
+  svn::Initialize();
+  std::string print =
+      RunProcess({"openssl", "x509", "-in", certificate, "-noout", "-fingerprint", "-sha256"}).out;
+  std::erase(print, ':');
+  const std::string name = "127.0.0.1:" + std::to_string(server.ssl_port);
+  const ormu::ServerCertificate shown = ormu::FetchCertificate(name);
+  EXPECT_EQ(strcasecmp(("sha256 Fingerprint=" + shown.sha256 + "\n").c_str(), print.c_str()), 0)
+      << shown.sha256 << " is not " << print;
+  EXPECT_FALSE(shown.vouched_for);
   for (const char* version : {"-tls1_1", "-tls1_3"})
     EXPECT_NE(Handshake({version}).exit_code, 0) << version;
 
@@ -73,6 +87,7 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
 
   Set({"EnableSSL=false"});
   EXPECT_TRUE(Eventually([&] { return Status(plain + "file") == 200; }));
+  EXPECT_THROW(ormu::FetchCertificate("127.0.0.1:" + std::to_string(server.port)), SvnException);
 }
 
 TEST_F(HttpsFlowTest, OnlyTheChosenAddressesAreServed) {

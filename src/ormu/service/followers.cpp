@@ -66,7 +66,7 @@ std::vector<SlaveStatus> Followers::Status() const {
     each.revisions_behind = known.revisions_behind;
     each.seconds_behind = known.seconds_behind;
     each.last_contact = known.last_contact;
-    each.last_error = known.last_error;
+    if (!known.last_error.empty()) each.last_error = known.last_error;
   }
   return status;
 }

@@ -104,6 +104,7 @@ int Serve(const std::string& home) {
                            ? platform::OpenMachine(home, reason)
                            : nullptr;
   if (!machine) return Fail("There is no home in " + home + " " + platform::Utf8ForDisplay(reason));
+  platform::IgnoreBrokenPipes();
   svn::Initialize();
   Service service(machine);
   const platform::InterruptWatch watch([&] { service.Stop(); });

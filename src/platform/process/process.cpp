@@ -1,5 +1,6 @@
 #include "platform/process/process.h"
 
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -36,6 +37,8 @@ std::vector<std::u16string> CurrentGroupSids() {
 }
 
 void KeepNewFilesPrivate() { umask(077); }
+
+void IgnoreBrokenPipes() { signal(SIGPIPE, SIG_IGN); }
 
 bool OutputIsTerminal() { return isatty(STDOUT_FILENO) == 1; }
 bool ErrorOutputIsTerminal() { return isatty(STDERR_FILENO) == 1; }

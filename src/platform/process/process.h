@@ -20,6 +20,9 @@ std::vector<std::u16string> CurrentGroupSids();
 // Files and folders made from now on are for their owner alone, unless they are opened up later.
 void KeepNewFilesPrivate();
 
+// Writing to a connection whose other end is gone is an error from now on, not the process's end.
+void IgnoreBrokenPipes();
+
 bool OutputIsTerminal();
 bool ErrorOutputIsTerminal();
 bool InputIsTerminal();
