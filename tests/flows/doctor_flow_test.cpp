@@ -121,6 +121,19 @@ TEST_F(DoctorFlowTest, EachFaultIsFoundAndHealedAndThenNothingIsLeft) {
   }
 }
 
+// Whoever asks can read the file; what counts is that the web server cannot.
+TEST_F(DoctorFlowTest, RulesThatTheWebServerMayNotReadRefuseAccess) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root's server has workers of another account";
+  EXPECT_TRUE(server.Ctl({"access", "add", "demo", "/", "alice", "write"}).ok());
+  EXPECT_EQ(server.Ctl({"access", "check"}).process.exit_code, 0);
+  Shell("chmod 0600 repositories/demo/conf/Kelvarion-SvnAuthz.ini");
+  EXPECT_EQ(server.HttpStatus("alice", "secret", server.Url("demo/")), 403);
+  EXPECT_EQ(server.Ctl({"access", "check"}).process.exit_code, 1);
+  const Json access = server.Ctl({"access", "explain", "demo", "/", "--account", "alice"}).object();
+  EXPECT_EQ(access["AccessLevel"], 0);
+  EXPECT_THAT(access["Explanation"].get<std::string>(), HasSubstr("'www-data' may not read it"));
+}
+
 TEST_F(DoctorFlowTest, TheServerTellsHowItIsAndWhatCameOfEachRequest) {
   const auto type = [&](const char* verb, int exit_code, const std::string& words) {
     const ProcessResult result = RunProcess(
