@@ -3,9 +3,6 @@
 #include <apr_errno.h>
 #include <svn_error_codes.h>
 
-#include <algorithm>
-#include <functional>
-
 #include "ormu/boundary.h"
 #include "platform/ormu/ormu.h"
 #include "svn/text.h"
@@ -16,11 +13,14 @@ namespace {
 constexpr int kServerUnavailable = ORMU_ERR_SYSTEM + 1722;
 constexpr int kAccessDenied = ORMU_ERR_SYSTEM + 5;
 
-bool Any(const svn_error_t* chain, const std::function<bool(const svn_error_t&)>& matches) {
-  for (; chain; chain = chain->child)
-    if (matches(*chain)) return true;
-  return false;
+using Matches = bool (*)(const svn_error_t&);
+
+const svn_error_t* Find(const svn_error_t* chain, Matches matches) {
+  while (chain && !matches(*chain)) chain = chain->child;
+  return chain;
 }
+
+bool Any(const svn_error_t* chain, Matches matches) { return Find(chain, matches) != nullptr; }
 
 bool IsCancelled(const svn_error_t& link) { return link.apr_err == SVN_ERR_CANCELLED; }
 
@@ -80,7 +80,10 @@ void ThrowMasterError(const Master& master, svn_error_t* chain) {
   chain = svn_error_purge_tracing(chain);
   const std::u16string server = platform::Utf16ForDisplay(master.server);
   const std::u16string repository = platform::Utf16ForDisplay(master.repository);
-  if (Any(chain, IsCancelled)) throw SvnException(chain);
+  if (const svn_error_t* const cancelled = Find(chain, IsCancelled)) {
+    const SvnException whole(chain);  // Without what was being done at the time.
+    throw SvnException(svn_error_dup(cancelled));
+  }
   if (Any(chain, IsUntrusted))
     ThrowOver(ORMU_ERR_UNTRUSTED_MASTER,
               Format(u"The certificate of '%s' is not trusted; if it is the right one, trust it "

@@ -22,6 +22,8 @@ namespace kelvarion::ormu {
 namespace {
 
 constexpr const char* kSilenceSeconds = "60";
+// The library keeps half a kilobyte for each question asked over HTTP.
+constexpr int kQuestionsOfConnection = 5000;
 
 void InitializeAccess() {
   static std::once_flag once;
@@ -82,18 +84,32 @@ std::string AddressOf(const Master& master, apr_pool_t* pool) {
 class MasterSession::Connection {
  public:
   Connection(Master master, svn::Cancellation cancellation, const svn::Pool& parent)
-      : pool_(parent), master_(std::move(master)), cancellation_(std::move(cancellation)) {}
+      : pool_(parent),
+        ra_pool_(pool_),
+        master_(std::move(master)),
+        cancellation_(std::move(cancellation)) {}
 
-  // The address need not be a repository's: that is the caller's to find out.
-  svn_error_t* Open(const std::string& address) {
+  // Also instead of an older connection.
+  void Open() {
     InitializeAccess();
+    questions_ = 0;
+    ra_pool_.Clear();
     svn_ra_callbacks2_t* callbacks = nullptr;
-    svn::Check(svn_ra_create_callbacks(&callbacks, pool_));
-    callbacks->auth_baton = MakeAuthBaton(master_.access, pool_);
+    svn::Check(svn_ra_create_callbacks(&callbacks, ra_pool_));
+    callbacks->auth_baton = MakeAuthBaton(master_.access, ra_pool_);
     callbacks->cancel_func = svn::CancelFunction;
     callbacks->get_client_string = GiveClientName;
-    return svn_ra_open5(&ra_, nullptr, nullptr, address.c_str(), nullptr, callbacks, &cancellation_,
-                        MakeConfiguration(master_.access, pool_), pool_);
+    const std::string address = AddressOf(master_, ra_pool_);
+    Check(svn_ra_open5(&ra_, nullptr, nullptr, address.c_str(), nullptr, callbacks, &cancellation_,
+                       MakeConfiguration(master_.access, ra_pool_), ra_pool_));
+    RequireRoot(address);
+    const char* uuid = nullptr;
+    Check(svn_ra_get_uuid2(ra_, &uuid, ra_pool_));
+    uuid_ = uuid;
+  }
+
+  void CountQuestion() {
+    if (++questions_ > kQuestionsOfConnection) Open();
   }
 
   void Check(svn_error_t* error) const {
@@ -103,16 +119,18 @@ class MasterSession::Connection {
   // A folder of a repository, were one replicated, would lack what lies outside it.
   void RequireRoot(const std::string& address) {
     const char* inside = nullptr;
-    Check(svn_ra_get_path_relative_to_root(ra_, &inside, address.c_str(), pool_));
+    Check(svn_ra_get_path_relative_to_root(ra_, &inside, address.c_str(), ra_pool_));
     if (!*inside) return;
     Check(svn_error_createf(SVN_ERR_RA_LOCAL_REPOS_NOT_FOUND, nullptr,
                             "'%s' is a folder inside a repository", address.c_str()));
   }
 
   svn::Pool pool_;
+  svn::Pool ra_pool_;  // Of the connection itself.
   const Master master_;
   svn::Cancellation cancellation_;
   svn_ra_session_t* ra_ = nullptr;
+  int questions_ = 0;
   std::string uuid_;
   std::string agreed_folder_;
   std::int64_t agreed_revision_ = -1;
@@ -121,12 +139,7 @@ class MasterSession::Connection {
 MasterSession::MasterSession(Master master, svn::Cancellation cancellation, const svn::Pool& parent)
     : connection_(
           std::make_unique<Connection>(std::move(master), std::move(cancellation), parent)) {
-  const std::string address = AddressOf(connection_->master_, connection_->pool_);
-  Check(connection_->Open(address));
-  connection_->RequireRoot(address);
-  const char* uuid = nullptr;
-  Check(svn_ra_get_uuid2(ra(), &uuid, pool()));
-  connection_->uuid_ = uuid;
+  connection_->Open();
 }
 
 MasterSession::~MasterSession() = default;
@@ -148,6 +161,7 @@ void MasterSession::SetAgreed(const std::string& folder, std::int64_t revision) 
 }
 
 std::int64_t MasterSession::Youngest() {
+  connection_->CountQuestion();
   const svn::Pool scratch(pool());
   svn_revnum_t youngest = SVN_INVALID_REVNUM;
   Check(svn_ra_get_latest_revnum(ra(), &youngest, scratch));
@@ -155,6 +169,7 @@ std::int64_t MasterSession::Youngest() {
 }
 
 RevisionProperties MasterSession::PropertiesOf(std::int64_t revision) {
+  connection_->CountQuestion();
   const svn::Pool scratch(pool());
   apr_hash_t* properties = nullptr;
   Check(svn_ra_rev_proplist(ra(), static_cast<svn_revnum_t>(revision), &properties, scratch));
