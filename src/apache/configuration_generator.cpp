@@ -88,7 +88,8 @@ bool RegenerateReplicationConfig(const IcRegistryAccessor& store) {
   const std::u16string target = util::JoinPath(install_dir, u"conf/replication.conf");
   const auto generate = [&] { return ReplicationText(ReadServerValues(store, install_dir)); };
   if (Says(target, generate())) return false;
-  WithTemporary(target, [&](const std::u16string& temporary) {
+  // Under the lock of the other file: together they are what a server reads.
+  WithTemporary(TargetPath(install_dir), [&](const std::u16string& temporary) {
     const std::string text = generate();
     if (!text.empty()) return Replace(text, temporary, target);
     const Win32Error error = platform::DeleteFile(target);

@@ -42,9 +42,16 @@ void RegenerateStartPages(const IcRegistryAccessor& store) {
 
 std::vector<GeneratedFile> PreviewGeneratedFiles(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
+  const ServerValues values = ReadServerValues(store, install_dir);
   std::vector<GeneratedFile> files = StartPages(store);
-  files.insert(files.begin(), {util::JoinPath(install_dir, u"conf/httpd.conf"),
-                               ConfigurationText(ReadServerValues(store, install_dir))});
+  files.insert(files.begin(),
+               {util::JoinPath(install_dir, u"conf/httpd.conf"), ConfigurationText(values)});
+  GeneratedFile location{util::JoinPath(install_dir, u"conf/replication.conf"),
+                         ReplicationText(values)};
+  // Without a master it should be missing.
+  if (!location.text.empty() ||
+      util::GetFileAttributesOrMissing(location.path) != util::kMissingFile)
+    files.push_back(std::move(location));
   return files;
 }
 

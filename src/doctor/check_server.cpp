@@ -123,8 +123,9 @@ void CheckWebServer(Examination& run) {
 void CheckRestartPending(Examination& run) {
   const std::int64_t read = run.context().machine().services->ConfigurationTime(kServerServiceName);
   if (read == 0) return;
-  for (const char* file : {"server/conf/httpd.conf", "server/conf/httpd-custom.conf",
-                           "server/certs/server.pem", "server/certs/certchain.pem"}) {
+  for (const char* file :
+       {"server/conf/httpd.conf", "server/conf/httpd-custom.conf", "server/conf/replication.conf",
+        "server/certs/server.pem", "server/certs/certchain.pem"}) {
     if (!IsNewerThan(run.InHome(file), read)) continue;
     run.Report(Severity::kInformation, Shown(run.InHome(file)),
                u"It has changed since the server last read it.",

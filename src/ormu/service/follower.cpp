@@ -15,7 +15,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kBetweenQuestions = 1s;
+// With the comparisons no more than one request a second.
+constexpr auto kBetweenQuestions = 1250ms;
 constexpr std::chrono::steady_clock::duration kLongestWait = 60s;
 constexpr auto kBetweenComparisons = 10s;
 constexpr auto kBetweenFullComparisons = 10min;

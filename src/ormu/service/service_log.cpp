@@ -38,7 +38,13 @@ ServiceLog::ServiceLog(std::string file, platform::EventLog& events)
   Open();
 }
 
-void ServiceLog::Open() { file_.open(path_, std::ios::app | std::ios::ate); }
+void ServiceLog::Open() {
+  using std::filesystem::perms;
+  file_.open(path_, std::ios::app | std::ios::ate);
+  std::error_code ignored;
+  std::filesystem::permissions(path_, perms::owner_read | perms::owner_write | perms::group_read,
+                               ignored);
+}
 
 void ServiceLog::Note(const std::string& text) {
   const std::lock_guard lock(mutex_);
