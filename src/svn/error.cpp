@@ -34,9 +34,10 @@ std::vector<SvnException::Link> SvnException::Links() const {
   if (!chain_) return links;
   std::set<int> seen;
   for (const svn_error_t* link = svn_error_purge_tracing(chain_.get()); link; link = link->child) {
-    // A link without a message of its own would only repeat what its code says; the one that merely
-    // joins two chains says nothing at all.
-    const bool news = seen.insert(link->apr_err).second && link->apr_err != SVN_ERR_COMPOSED_ERROR;
+    // What a code says is worth saying once, also under a message that has the same code: the
+    // message may only tell where it happened. The link that joins two chains says nothing at all.
+    const bool news = !link->message && link->apr_err != SVN_ERR_COMPOSED_ERROR &&
+                      seen.insert(link->apr_err).second;
     if (link->message || news) links.push_back({link->apr_err, BestMessage(link)});
   }
   return links;
