@@ -104,6 +104,7 @@ void Follower::Pass() {
     status_.master_repository = role->master_repository;
     status_.suspended = role->suspended;
     status_.revision = revision;
+    if (role->suspended) status_.last_error.clear();
   }
   if (compare_last_ <= Clock::now()) MendGuard(folder_, scratch);
   if (role->suspended) return session_.reset();
