@@ -7,6 +7,8 @@
 #include <string>
 
 #include "bench/measures.h"
+#include "errors/exception.h"
+#include "platform/text/encoding.h"
 
 namespace {
 
@@ -50,6 +52,10 @@ int main(int argc, char** argv) {
       if (named(group.name)) group.measure(rows);
     Print(rows);
     return 0;
+  } catch (const kelvarion::Exception& error) {
+    std::fprintf(stderr, "bench: %s\n",
+                 kelvarion::platform::Utf8ForDisplay(error.Message()).c_str());
+    return 1;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "bench: %s\n", error.what());
     return 1;

@@ -13,7 +13,7 @@ std::string WriteConfiguration(const std::string& folder, const std::string& rep
   std::ostringstream out;
   out << "ServerRoot " << folder << "\nServerName localhost\nListen 127.0.0.1:" << port
       << "\nPidFile " << folder << "/httpd.pid\nErrorLog " << folder
-      << "/error.log\nMutex posixsem\nUser www-data\nGroup www-data\n";
+      << "/error.log\nMutex posixsem\n";
   for (const char* module : {"mpm_event", "authn_core", "authn_file", "authz_core", "authz_user",
                              "auth_basic", "socache_shmcb", "ssl", "dav", "dav_svn"})
     out << "LoadModule " << module << "_module /usr/lib/apache2/modules/mod_" << module << ".so\n";
