@@ -81,12 +81,14 @@ std::string ErrorDescription(const Outcome& outcome) {
 }
 
 std::string ErrorText(const Outcome& outcome) {
-  std::string text = ErrorDescription(outcome);
+  const std::string description = ErrorDescription(outcome);
+  std::string text = description;
   if (text.find(StatusText(outcome.status)) == std::string::npos)
     text += " (" + StatusText(outcome.status) + ")";
   text = "kelvarionctl: " + text + "\n";
   const std::string summary = TextMember(outcome.error, "Summary");
-  if (!summary.empty()) text += summary + "\n";
+  if (description.starts_with(summary)) return text;  // It says the details as well then.
+  text += summary + "\n";
   const std::string details = TextMember(outcome.error, "Details");
   if (!details.empty()) text += details + "\n";
   return text;

@@ -7,6 +7,7 @@
 #include "handlers/ext/effective_access_class_handler.h"
 #include "handlers/ext/finding_class_handler.h"
 #include "handlers/ext/group_member_class_handler.h"
+#include "handlers/ext/replication_status_class_handler.h"
 #include "handlers/ext/repository_backup_class_handler.h"
 #include "handlers/ext/server_certificate_class_handler.h"
 #include "handlers/ext/server_status_class_handler.h"
@@ -51,6 +52,7 @@ ClassHandlerTable::ClassHandlerTable(const WMINamespace& name_space, IWbemContex
   const auto& entry = Add<RepositoryEntryClassHandler>(name_space, context, server);
   Add<RepositoryClassHandler>(name_space, context, server, accounts, entry);
   Add<RepositoryBackupClassHandler>(name_space, context, server);
+  Add<ReplicationStatusClassHandler>(name_space, context, server);
   Add<TrustedMasterClassHandler>(name_space, context, server);
   Add<ServiceClassHandler>(name_space, context, server, accounts);
   Add<OrmuServiceClassHandler>(name_space, context, server, accounts);

@@ -13,6 +13,7 @@
 #include "repos/copy.h"
 #include "repos/long_operation.h"
 #include "repos/new_repository.h"
+#include "repos/replication_location.h"
 #include "repos/repository_store.h"
 #include "repos/verify.h"
 #include "svn/error.h"
@@ -154,12 +155,13 @@ void BackupRepository(const ServerContext& context, const std::u16string& name,
 void RestoreRepository(const ServerContext& context, const std::u16string& path,
                        const std::u16string& name, const BackupNotify& notify,
                        const IcCancelCallback* cancel) {
-  GetRepositoryType(context, path);  // Throws unless it is one.
+  const RepositoryType type = GetRepositoryType(context, path);
   NewRepository repository(context, name, Prepared::kRefuse);
   LongOperation operation(cancel, kRestoreCancelled);
   CopyAndVerify(context, path, repository.folder(), notify, operation, cancel);
   repository.WriteMissingRules();
   repository.Publish();
+  if (type == RepositoryType::OrmuMaster) UpdateReplicationLocation(context);
 }
 
 }  // namespace kelvarion::repos

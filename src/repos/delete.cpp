@@ -2,6 +2,8 @@
 
 #include <svn_io.h>
 
+#include "repos/replication.h"
+#include "repos/replication_location.h"
 #include "repos/repository_store.h"
 #include "repos/root_entries.h"
 #include "repos/work_folder.h"
@@ -11,7 +13,9 @@
 namespace kelvarion::repos {
 
 void DeleteRepository(const ServerContext& context, const std::u16string& name) {
-  RequireRepository(context, name);
+  const std::u16string resolved = RequireRepository(context, name);
+  const ReplicationRole role = RoleOf(context, resolved);
+  if (role == ReplicationRole::kSlave) return DeleteSlave(context, resolved);
   const svn::Pool pool(context.root_pool());
   WorkFolder work(context);
   {
@@ -21,6 +25,7 @@ void DeleteRepository(const ServerContext& context, const std::u16string& name) 
     const std::string path = svn::DirentFromPath(GetRepositoryPath(context, found));
     svn::Check(svn_io_file_rename2(path.c_str(), work.repository().c_str(), FALSE, pool));
   }
+  if (role == ReplicationRole::kMaster) UpdateReplicationLocation(context);
   work.RemoveRepository();
 }
 

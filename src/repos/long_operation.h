@@ -13,6 +13,10 @@ namespace kelvarion::repos {
 inline constexpr const char16_t* kVerificationCancelled =
     u"The repository verification has been cancelled.";
 inline constexpr const char16_t* kImportCancelled = u"Repository import has been cancelled.";
+inline constexpr const char16_t* kMasterImportCancelled =
+    u"The repository creation has been cancelled.";
+inline constexpr const char16_t* kSeedExportCancelled =
+    u"Export of replication seed has been cancelled.";
 
 // Carries the request's wish to cancel into the library and exceptions of notifications out of it,
 // although the library's notifications cannot fail. Used by the thread of the call.

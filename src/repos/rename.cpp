@@ -5,6 +5,7 @@
 #include "access/authz_files.h"
 #include "errors/exception.h"
 #include "repos/names.h"
+#include "repos/replication.h"
 #include "repos/repository_store.h"
 #include "repos/root_entries.h"
 #include "svn/error.h"
@@ -29,6 +30,8 @@ void RenameRepository(const ServerContext& context, const std::u16string& old_na
     throw SimpleException(u"Repository with the name '%s' already exists.", new_name);
   }
   const auto rules = LockRules(context, found);
+  if (RoleOf(context, found) == ReplicationRole::kSlave)
+    return RenameSlave(context, found, new_name);
   const std::string from = svn::DirentFromPath(GetRepositoryPath(context, found));
   const std::string to = svn::DirentFromPath(GetRepositoryPath(context, new_name));
   svn::Check(svn_io_file_rename2(from.c_str(), to.c_str(), TRUE, pool));

@@ -1,23 +1,22 @@
+// What is asked of the replication service. Making and changing stores is in replicated_stores.cpp.
 #include "repos/replication.h"
 
 #include <algorithm>
 #include <initializer_list>
 
 #include "errors/exception.h"
-#include "repos/names.h"
+#include "platform/ormu/ormu.h"
+#include "repos/engine_errors.h"
+#include "repos/first_files.h"
+#include "repos/master_name.h"
+#include "repos/replication_location.h"
 #include "repos/repository_store.h"
-#include "services/ormu_service.h"
-#include "services/server_service.h"
-#include "util/paths.h"
+#include "repos/root_entries.h"
+#include "svn/error.h"
+#include "svn/text.h"
 
 namespace kelvarion::repos {
 namespace {
-
-[[noreturn]] void NeedEngine() {
-  throw SimpleException(
-      u"This server has no replication engine: replicated repositories cannot be made, followed or "
-      u"converted.");
-}
 
 bool IsOneOf(const ServerContext& context, const std::u16string& name,
              std::initializer_list<RepositoryType> types) {
@@ -30,44 +29,25 @@ void RequireSlave(const ServerContext& context, const std::u16string& name) {
   throw SimpleException(u"This operation is supported only for slave ORMU repositories.");
 }
 
-bool ServicesAreStopped(const ServerContext& context) {
-  const platform::ServiceManager& manager = *context.machine().services;
-  return services::QueryServerStatus(manager).current_state == platform::SERVICE_STOPPED &&
-         services::QueryOrmuStatus(manager).current_state == platform::SERVICE_STOPPED;
-}
-
-ConversionResult Convert(const ServerContext& context, const std::u16string& name) {
-  const platform::VolumeInfo volume = util::GetVolumeInfo(GetRepositoryPath(context, name));
-  if (!(volume.flags & platform::FILE_SUPPORTS_TRANSACTIONS))
-    return ConversionResult::kVolumeWithoutTransactions;
-  if (!ServicesAreStopped(context)) return ConversionResult::kServicesNotStopped;
-  NeedEngine();
-}
+const char* Home(const ServerContext& context) { return context.machine().home.c_str(); }
 
 }  // namespace
 
-void CreateOrmuMaster(const ServerContext&, const std::u16string& name) {
-  ValidateRepositoryName(name);
-  NeedEngine();
+std::uint32_t TestOrmuConnection(const ServerContext& context, const MasterAddress& master) {
+  const svn::Pool pool(context.root_pool());
+  const MasterName name(master);
+  std::int64_t revisions = 0;
+  CheckRequest(ormusvc_client_test_connection(Home(context), &revisions, name.server(),
+                                              name.repository(), pool));
+  return static_cast<std::uint32_t>(revisions);
 }
-
-void CreateOrmuSlave(const ServerContext&, const std::u16string& name, const MasterAddress&) {
-  ValidateRepositoryName(name);
-  NeedEngine();
-}
-
-void ImportOrmuMaster(const ServerContext& context, const std::u16string& name,
-                      const MasterImport& import, const IcCancelCallback*) {
-  ValidateRepositoryName(name);
-  GetRepositoryType(context, import.source);
-  NeedEngine();
-}
-
-std::uint32_t TestOrmuConnection(const ServerContext&, const MasterAddress&) { NeedEngine(); }
 
 void PromoteSlave(const ServerContext& context, const std::u16string& name) {
   RequireSlave(context, name);
-  NeedEngine();
+  const svn::Pool pool(context.root_pool());
+  CheckRequest(ormusvc_client_promote_slave(Home(context), svn::Utf8(name).c_str(), pool));
+  WriteMissingRules(svn::DirentFromPath(GetRepositoryPath(context, name)), Rules::kBoth, pool);
+  UpdateReplicationLocation(context);
 }
 
 void DowngradeMaster(const ServerContext& context, const std::u16string& name,
@@ -75,36 +55,69 @@ void DowngradeMaster(const ServerContext& context, const std::u16string& name,
   if (!IsOneOf(context, name, {RepositoryType::OrmuMaster}))
     throw SimpleException(u"This operation is supported only for master ORMU repositories.");
   TestOrmuConnection(context, master);
+  const svn::Pool pool(context.root_pool());
+  const MasterName new_master(master);
+  CheckRequest(ormusvc_client_downgrade_master(Home(context), svn::Utf8(name).c_str(),
+                                               new_master.server(), new_master.repository(), pool));
+  UpdateReplicationLocation(context);
 }
 
-void RelocateSlave(const ServerContext&, const std::u16string&, const MasterAddress&) {
-  NeedEngine();
+void RelocateSlave(const ServerContext& context, const std::u16string& name,
+                   const MasterAddress& master) {
+  const svn::Pool pool(context.root_pool());
+  const MasterName new_master(master);
+  CheckRequest(ormusvc_client_relocate_slave(Home(context), svn::Utf8(name).c_str(),
+                                             new_master.server(), new_master.repository(), pool));
+}
+
+void AttachSlave(const ServerContext& context, const std::u16string& name) {
+  const svn::Pool pool(context.root_pool());
+  CheckRequest(ormusvc_client_attach_slave(Home(context), svn::Utf8(name).c_str(), pool));
+}
+
+void DeleteSlave(const ServerContext& context, const std::u16string& name) {
+  const svn::Pool pool(context.root_pool());
+  CheckRequest(ormusvc_client_delete_slave(Home(context), svn::Utf8(name).c_str(), pool));
+}
+
+void RenameSlave(const ServerContext& context, const std::u16string& old_name,
+                 const std::u16string& new_name) {
+  const svn::Pool pool(context.root_pool());
+  CheckRequest(ormusvc_client_rename_slave(Home(context), svn::Utf8(old_name).c_str(),
+                                           svn::Utf8(new_name).c_str(), pool));
 }
 
 void SyncSlave(const ServerContext& context, const std::u16string& name) {
   RequireSlave(context, name);
-  NeedEngine();
+  const svn::Pool pool(context.root_pool());
+  CheckRequest(ormusvc_client_sync_slave(Home(context), svn::Utf8(name).c_str(), pool));
 }
 
-void SetSuspended(const ServerContext& context, const std::u16string& name, bool) {
+void SetSuspended(const ServerContext& context, const std::u16string& name, bool suspended) {
   if (!IsOneOf(context, name, {RepositoryType::OrmuMaster, RepositoryType::OrmuSlave}))
     throw SimpleException(u"This operation is supported only for ORMU repositories.");
-  NeedEngine();
+  const svn::Pool pool(context.root_pool());
+  svn_repos_t* const repository = svn::OpenRepository(GetRepositoryPath(context, name), pool);
+  svn::Check(ormu_set_suspended(repository, suspended, pool));
 }
 
-void CheckConsistency(const ServerContext&, const std::u16string&) { NeedEngine(); }
-
-void ExportReplicationSeed(const ServerContext&, const std::u16string&, const std::u16string&,
-                           const IcCancelCallback*) {
-  NeedEngine();
+void CheckConsistency(const ServerContext& context, const std::u16string& name) {
+  const svn::Pool pool(context.root_pool());
+  CheckConsistencyRequest(
+      ormusvc_client_check_consistency(Home(context), svn::Utf8(name).c_str(), pool), name);
 }
 
-ConversionResult ConvertToOrmu(const ServerContext& context, const std::u16string& name) {
-  return Convert(context, name);
-}
-
-ConversionResult ConvertToFsfs(const ServerContext& context, const std::u16string& name) {
-  return Convert(context, name);
+ReplicationRole RoleOf(const ServerContext& context, const std::u16string& name) {
+  const svn::Pool pool(context.root_pool());
+  ormu_fs_info_t info{};
+  try {
+    svn_repos_t* const repository = svn::OpenRepository(GetRepositoryPath(context, name), pool);
+    svn::Check(ormu_fs_info(&info, repository, pool));
+  } catch (const SvnException&) {  // It can be removed and renamed all the same.
+    return ReplicationRole::kNone;
+  }
+  if (!info.is_ormu) return ReplicationRole::kNone;
+  return info.is_master ? ReplicationRole::kMaster : ReplicationRole::kSlave;
 }
 
 }  // namespace kelvarion::repos

@@ -1,8 +1,9 @@
 // Repositories that replicate: a master takes commits, slaves on other servers follow it.
 //
-// Each operation checks what the repository is and then asks the replication engine. This server
-// has no engine: what needs one throws SimpleException and changes nothing. Repositories are named
-// as their folders are; one that does not open is a SvnException before any check.
+// Each operation checks what the repository is and then asks the replication engine or the
+// replication service of this home. A request to the service that fails is a
+// LocalServerAdminException where its probable reason is known, else SvnException. Repositories are
+// named as their folders are; one that does not open is a SvnException before any check.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,8 @@
 
 namespace kelvarion::repos {
 
-// The repository that a slave follows.
+// The repository that a slave follows. Where a slave is given one, WMIException
+// WBEM_E_INVALID_METHOD_PARAMETERS or SvnException for a text that names none.
 struct MasterAddress {
   std::u16string server;  // host[:port]
   std::u16string repository;
@@ -29,6 +31,7 @@ struct MasterImport {
   bool delegation = false;
   bool hooks = false;
 };
+// SvnException 200004 for a relative path, 200015 "The repository creation has been cancelled.".
 void ImportOrmuMaster(const ServerContext& context, const std::u16string& name,
                       const MasterImport& import, const IcCancelCallback* cancel);
 
@@ -42,9 +45,17 @@ void DowngradeMaster(const ServerContext& context, const std::u16string& name,
                      const MasterAddress& master);
 void RelocateSlave(const ServerContext& context, const std::u16string& name,
                    const MasterAddress& master);
+// Takes up a slave that was copied to the repositories root.
+void AttachSlave(const ServerContext& context, const std::u16string& name);
+void DeleteSlave(const ServerContext& context, const std::u16string& name);
+void RenameSlave(const ServerContext& context, const std::u16string& old_name,
+                 const std::u16string& new_name);
 void SyncSlave(const ServerContext& context, const std::u16string& name);
 void SetSuspended(const ServerContext& context, const std::u16string& name, bool suspended);
+// Unexplained failures begin with "Consistency check for repository '%s' failed:".
 void CheckConsistency(const ServerContext& context, const std::u16string& name);
+// Makes a slave of this repository at any absolute path, for a server that is to follow this one.
+// SvnException 200004 for a relative path, 200015 "Export of replication seed has been cancelled.".
 void ExportReplicationSeed(const ServerContext& context, const std::u16string& name,
                            const std::u16string& destination, const IcCancelCallback* cancel);
 
@@ -54,8 +65,12 @@ enum class ConversionResult : std::uint32_t {
   kServicesNotStopped = 1,
   kVolumeWithoutTransactions = 2,
 };
-// In place: both services must be stopped, and the volume must support transactions.
+// In place: the volume must support transactions, and both services must be stopped.
 ConversionResult ConvertToOrmu(const ServerContext& context, const std::u16string& name);
 ConversionResult ConvertToFsfs(const ServerContext& context, const std::u16string& name);
+
+enum class ReplicationRole { kNone, kMaster, kSlave };
+// None for a repository that does not open or does not say what it is.
+ReplicationRole RoleOf(const ServerContext& context, const std::u16string& name);
 
 }  // namespace kelvarion::repos

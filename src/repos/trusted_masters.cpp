@@ -3,7 +3,8 @@
 #include <algorithm>
 
 #include "errors/exception.h"
-#include "ormu/trust.h"
+#include "repos/engine_errors.h"
+#include "svn/error.h"
 #include "svn/text.h"
 
 namespace kelvarion::repos {
@@ -62,6 +63,15 @@ void TrustMaster(const ServerContext& context, const TrustRequest& request) {
   ormu::TrustMaster(context.machine().home, svn::Utf8(request.server),
                     {Address(request), svn::Utf8(request.account), svn::Utf8(request.password),
                      Fingerprint(request.certificate_sha256)});
+}
+
+ormu::ServerCertificate FetchCertificate(const std::u16string& server) {
+  try {
+    return ormu::FetchCertificate(svn::Utf8(server));
+  } catch (const SvnException& failure) {
+    ThrowExplained(failure);
+    throw;
+  }
 }
 
 }  // namespace kelvarion::repos

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "context/server_context.h"
+#include "ormu/trust.h"
 
 namespace kelvarion::repos {
 
@@ -21,5 +22,8 @@ struct TrustRequest {
 // Throws WMIException WBEM_E_INVALID_METHOD_PARAMETERS for what cannot be meant, else as
 // ormu::TrustMaster does.
 void TrustMaster(const ServerContext& context, const TrustRequest& request);
+
+// As ormu::FetchCertificate; a server that cannot be reached is explained as a failed request is.
+ormu::ServerCertificate FetchCertificate(const std::u16string& server);
 
 }  // namespace kelvarion::repos

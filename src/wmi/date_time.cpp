@@ -56,7 +56,10 @@ UniversalTime ToUniversal(LocalTime local) {
 }  // namespace
 
 std::u16string DateTimeText(double local_time) {
-  const UniversalTime universal = ToUniversal(FromAutomation(local_time));
+  return DateTimeText(ToUniversal(FromAutomation(local_time)));
+}
+
+std::u16string DateTimeText(UniversalTime universal) {
   const sys_days day = std::chrono::floor<days>(universal);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss time(universal - day);

@@ -11,6 +11,8 @@ namespace kelvarion {
 // "Cannot convert datetime." outside the years 100 to 9999, Win32Exception "Cannot convert
 // datetime" before 1601, ComException when the object that forms the text fails.
 std::u16string DateTimeText(double local_time);
+// The same form of a time that is known as it is.
+std::u16string DateTimeText(std::chrono::sys_time<std::chrono::milliseconds> universal);
 
 // The automation date of a moment, in local time.
 double ToAutomation(std::chrono::sys_seconds time);

@@ -129,4 +129,9 @@ void WMIObject::SetDateTime(const Property<DateTime>& property, double local_tim
   WriteVariant(property.name, Variant::FromString(DateTimeText(local_time)));
 }
 
+void WMIObject::SetDateTime(const Property<DateTime>& property,
+                            std::chrono::sys_time<std::chrono::milliseconds> universal) {
+  WriteVariant(property.name, Variant::FromString(DateTimeText(universal)));
+}
+
 }  // namespace kelvarion

@@ -6,6 +6,7 @@
 // Writing: "Cannot set property '%s'". Names compare ignoring case.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -75,6 +76,8 @@ class WMIObject {
 
   // `local_time` is an automation date; see DateTimeText for it and for its failures.
   void SetDateTime(const Property<DateTime>& property, double local_time);
+  void SetDateTime(const Property<DateTime>& property,
+                   std::chrono::sys_time<std::chrono::milliseconds> universal);
 
  private:
   Variant ReadVariant(const char16_t* name) const;

@@ -52,7 +52,7 @@ void TrustedMasterClassHandler::Trust(MethodCall& call) {
 }
 
 void TrustedMasterClassHandler::GetCertificate(MethodCall& call) {
-  const ormu::ServerCertificate shown = ormu::FetchCertificate(svn::Utf8(call.in(kServer)));
+  const ormu::ServerCertificate shown = repos::FetchCertificate(call.in(kServer));
   call.out().Set(kCertificateSha256, svn::Utf16(shown.sha256));
   call.out().Set(Text{u"Subject"}, svn::Utf16(shown.subject));
   call.out().Set(Text{u"Issuer"}, svn::Utf16(shown.issuer));

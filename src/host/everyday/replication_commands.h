@@ -6,6 +6,8 @@
 namespace kelvarion::host {
 
 void AddReplicationCommands(CLI::App& app, Command& chosen);
+// replication_status_command.cpp
+void AddReplicationStatus(CLI::App& replication, Command& chosen);
 // trust_commands.cpp: its commands that say which masters may be followed.
 void AddTrustCommands(CLI::App& replication, Command& chosen);
 

@@ -1,0 +1,13 @@
+// The web server's location for those who replicate.
+#pragma once
+
+#include "context/server_context.h"
+
+namespace kelvarion::repos {
+
+// To be called when a repository may have become a master or was one: the location is there while
+// the server has masters. A web server that runs takes a change up at once. The repository is what
+// it has become in any case; trouble with the web server goes to the event log.
+void UpdateReplicationLocation(const ServerContext& context);
+
+}  // namespace kelvarion::repos
