@@ -52,6 +52,10 @@ load: installed $(BUILD)/build.ninja ## Serve 64 clients for a minute: answers, 
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-load
 	@$(BUILD)/bin/kelvarion-load
 
+faults: installed $(BUILD)/build.ninja ## Replicate for two minutes while everything in between breaks
+	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests
+	@KELVARION_FAULT_SECONDS=120 $(BUILD)/bin/flow_tests --gtest_filter='ReplicationFaultTest.*'
+
 check: installed ## Check the rules of the source tree and its formatting
 	@tools/check
 	@tools/check-format

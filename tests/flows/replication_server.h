@@ -44,10 +44,11 @@ class ReplicationServer {
     Replace("ormu.conf", "role = " + role + "\nsuspended = " + (suspended ? "yes" : "no") +
                              (role == "slave" ? "\nserver = other\nrepository = demo\n" : "\n"));
   }
-  void SetReplication(const std::string& enabled, const std::string& replicator) const {
-    Replace(
-        "conf/Kelvarion-Replication.ini",
-        "[general]\r\nenabled = " + enabled + "\r\n[replicators]\r\n" + replicator + " = *\r\n");
+  void SetReplication(const std::string& enabled, const std::string& replicator,
+                      const std::string& repository = "demo") const {
+    Replace("conf/Kelvarion-Replication.ini",
+            "[general]\r\nenabled = " + enabled + "\r\n[replicators]\r\n" + replicator + " = *\r\n",
+            repository);
   }
   // Makes a folder in the master.
   void Commit(const std::string& folder) const {
@@ -58,8 +59,9 @@ class ReplicationServer {
 
  private:
   // Made in its folder, from which it has its access list.
-  void Replace(const std::string& file, const std::string& text) const {
-    const std::string path = server().root + "/demo/" + file;
+  void Replace(const std::string& file, const std::string& text,
+               const std::string& repository = "demo") const {
+    const std::string path = server().root + "/" + repository + "/" + file;
     WriteText(path + ".new", text);
     std::filesystem::rename(path + ".new", path);
   }

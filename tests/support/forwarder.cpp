@@ -1,0 +1,95 @@
+#include "tests/support/forwarder.h"
+
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace kelvarion::testing {
+namespace {
+
+constexpr int kTurn = 20;  // Milliseconds until a cut is seen.
+
+sockaddr_in Loopback(int port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  return address;
+}
+
+}  // namespace
+
+Forwarder::Forwarder(int target_port)
+    : target_port_(target_port), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in address = Loopback(0);
+  socklen_t size = sizeof address;
+  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
+      listen(listener_, 32) != 0 ||
+      getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+    throw std::runtime_error("no forwarder");
+  port_ = ntohs(address.sin_port);
+  thread_ = std::thread([this] { Run(); });
+}
+
+Forwarder::~Forwarder() {
+  stop_ = true;
+  thread_.join();
+  close(listener_);
+}
+
+void Forwarder::Accept() {
+  const int from = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+  if (from < 0) return;
+  const int to = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const sockaddr_in target = Loopback(target_port_);
+  if (!cut_ && connect(to, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0) {
+    connections_.emplace_back(from, to);
+    return;
+  }
+  close(from);
+  close(to);
+}
+
+bool Forwarder::Pass(int from, int to) {
+  char bytes[65536];
+  const ssize_t count = recv(from, bytes, sizeof bytes, 0);
+  for (ssize_t sent = 0; sent < count;) {
+    const ssize_t more =
+        send(to, bytes + sent, static_cast<std::size_t>(count - sent), MSG_NOSIGNAL);
+    if (more <= 0) return false;
+    sent += more;
+  }
+  return count > 0;
+}
+
+void Forwarder::Run() {
+  while (!stop_) {
+    std::vector<pollfd> waiting{{listener_, POLLIN, 0}};
+    for (const auto& [from, to] : connections_) {
+      waiting.push_back({from, POLLIN, 0});
+      waiting.push_back({to, POLLIN, 0});
+    }
+    poll(waiting.data(), waiting.size(), kTurn);
+    std::vector<std::pair<int, int>> open;
+    for (std::size_t i = 0; i < connections_.size(); ++i) {
+      const auto [from, to] = connections_[i];
+      bool alive = !cut_ && !stop_;
+      if (alive && waiting[1 + 2 * i].revents) alive = Pass(from, to);
+      if (alive && waiting[2 + 2 * i].revents) alive = Pass(to, from);
+      if (alive) {
+        open.emplace_back(from, to);
+      } else {
+        close(from);
+        close(to);
+      }
+    }
+    connections_ = std::move(open);
+    if (waiting[0].revents) Accept();
+  }
+  for (const auto& [from, to] : connections_) close(from), close(to);
+}
+
+}  // namespace kelvarion::testing

@@ -1,0 +1,40 @@
+// A connection between two servers that a test can cut.
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace kelvarion::testing {
+
+// Takes connections on a free port of the loopback address and passes them on to another one.
+class Forwarder {
+ public:
+  explicit Forwarder(int target_port);
+  ~Forwarder();
+  Forwarder(const Forwarder&) = delete;
+  Forwarder& operator=(const Forwarder&) = delete;
+
+  std::string Name() const { return "127.0.0.1:" + std::to_string(port_); }
+  // Ends every connection at once; new ones are ended as soon as they are made.
+  void Cut() { cut_ = true; }
+  void Restore() { cut_ = false; }
+
+ private:
+  void Run();
+  void Accept();
+  // False once the connection is over.
+  static bool Pass(int from, int to);
+
+  int target_port_;
+  int port_ = 0;
+  int listener_ = -1;
+  std::vector<std::pair<int, int>> connections_;  // Of the thread.
+  std::atomic<bool> cut_ = false;
+  std::atomic<bool> stop_ = false;
+  std::thread thread_;
+};
+
+}  // namespace kelvarion::testing
