@@ -70,8 +70,9 @@ std::unique_ptr<platform::FileLock> WaitForLock(const std::string& folder,
                                                 const svn::Cancellation& cancellation) {
   constexpr std::chrono::milliseconds kBetweenTries{20};
   for (;;) {
-    if (auto lock = TryLock(folder)) return lock;
+    auto lock = TryLock(folder);
     cancellation.Check();
+    if (lock) return lock;
     std::this_thread::sleep_for(kBetweenTries);
   }
 }
@@ -142,6 +143,14 @@ void MendGuard(const std::string& folder, const svn::Pool& scratch) {
   if (!lock) return;
   EndBulkLoad(folder, pool);
   CloseStore(folder);
+}
+
+bool HasWriter(const std::string& folder) {
+  try {
+    return !TryLock(folder);
+  } catch (const Exception&) {  // What is gone or locked away is written to by nobody.
+    return false;
+  }
 }
 
 SlaveWriteAccess::SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,

@@ -18,9 +18,12 @@ namespace kelvarion::ormu {
 // was killed left. Cheap when all is well. Leaves a slave alone that is being written to just now.
 void MendGuard(const std::string& folder, const svn::Pool& scratch);
 
-// The right to change a slave while it lives: one at a time in all processes, waiting for others
-// unless cancelled. A repository that is still a slave afterwards is guarded again, as far as the
-// process lives to see to it.
+// Whether somebody has the right to change the slave just now.
+bool HasWriter(const std::string& folder);
+
+// The right to change a slave while it lives: one at a time in all processes, waiting for others.
+// Nobody gets it who is cancelled by then. A repository that is still a slave afterwards is guarded
+// again, as far as the process lives to see to it.
 class SlaveWriteAccess {
  public:
   SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,

@@ -18,11 +18,6 @@
 namespace kelvarion::ormu {
 namespace {
 
-const svn::Cancellation& Never() {
-  static const svn::Cancellation never{[] { return false; }, u""};
-  return never;
-}
-
 svn::ReplicaRole SlaveOf(const std::string& server, const std::string& repository) {
   svn::ReplicaRole role;
   role.master_server = server;
@@ -57,8 +52,8 @@ void ChangeRole(const std::string& folder, const svn::Pool& scratch,
 // The lock comes back first: a kill then leaves a slave that is guarded by its hooks, rather than a
 // repository that nobody can write to.
 void LeaveRole(const std::string& folder, const std::optional<svn::ReplicaRole>& next,
-               const svn::Pool& scratch) {
-  const SlaveWriteAccess access(folder, Never(), scratch);
+               const svn::Pool& scratch, const svn::Cancellation& cancellation) {
+  const SlaveWriteAccess access(folder, cancellation, scratch);
   ChangeRole(folder, scratch, [&] {
     WriteRole(folder, next, scratch);
     RemoveGuardHooks(folder, scratch);
@@ -93,14 +88,15 @@ void MakeEmptySlave(MasterSession& master, const std::string& folder) {
   });
 }
 
-void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch) {
+void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch,
+                    const svn::Cancellation& cancellation) {
   svn::ReplicaRole master;
   master.master = true;
-  LeaveRole(folder, master, scratch);
+  LeaveRole(folder, master, scratch, cancellation);
 }
 
 void TurnIntoPlain(const std::string& folder, const svn::Pool& scratch) {
-  LeaveRole(folder, std::nullopt, scratch);
+  LeaveRole(folder, std::nullopt, scratch, {[] { return false; }, u""});
 }
 
 void Relocate(const std::string& folder, const std::string& server, const std::string& repository,

@@ -18,8 +18,10 @@ void MakeEmptySlave(MasterSession& master, const std::string& folder);
 // A master becomes a slave; RequireSameHistory is the caller's to ask first.
 void TurnIntoSlave(const std::string& folder, const std::string& server,
                    const std::string& repository, const svn::Pool& scratch);
-// A slave becomes a master, with the revisions that it has; or a repository without a role.
-void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch);
+// A slave becomes a master, with the revisions that it has; or a repository without a role. Whoever
+// writes to it is waited for.
+void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch,
+                    const svn::Cancellation& cancellation = {[] { return false; }, u""});
 void TurnIntoPlain(const std::string& folder, const svn::Pool& scratch);
 // A slave follows another master from now on.
 void Relocate(const std::string& folder, const std::string& server, const std::string& repository,

@@ -110,6 +110,11 @@ TEST_F(SlaveRolesTest, ClientsCannotChangeASlaveWhateverIsDoneToItsHooks) {
               }).text,
               "stop");
   }
+  // Nobody who has given up gets it, even when it is free.
+  EXPECT_EQ(FailureOf([&] {
+              TurnIntoMaster(Path("slave"), pool_, {[] { return true; }, u"stop"});
+            }).text,
+            "stop");
   Change("master", {"mkdir", "more"});
   Sync("master", "slave");
   EXPECT_EQ(Dump("master"), Dump("slave"));
