@@ -1,7 +1,5 @@
 // The files of the home: whose they are, and who else may do what with them.
 #include <algorithm>
-#include <array>
-#include <filesystem>
 
 #include "doctor/checks.h"
 #include "errors/exception.h"
@@ -13,7 +11,7 @@
 namespace kelvarion::doctor {
 namespace {
 
-namespace fs = std::filesystem;
+using platform::HeldFile;
 using platform::Ownership;
 
 struct Modes {
@@ -74,50 +72,56 @@ void Require(Win32Error error, const std::u16string& what) {
 class HomeFiles {
  public:
   explicit HomeFiles(Examination& run) : run_(run) {
-    Require(platform::ReadOwnership(run.home(), owner_), u"Cannot read the home's owner");
+    Require(HeldFile::OpenFolder(run.home(), home_), u"Cannot read the home's owner");
   }
 
   void Check(const ModeRule& rule) const {
-    std::string path = run_.home() + rule.path;
-    if (!path.ends_with("/*")) {
-      CheckEntry(path, rule);
-      return;
-    }
-    path.resize(path.size() - 2);
-    CheckEntries(path, rule);
+    std::string relative = rule.path;
+    const bool entries = relative.ends_with("/*");
+    if (entries) relative.resize(relative.size() - 2);
+    const std::string path = run_.home() + relative;
+    if (relative.empty()) return CheckEntry(home_, path, rule);
+    HeldFile found;
+    if (home_.Open(relative.substr(1), found) != ERROR_SUCCESS) return;
+    if (entries)
+      CheckEntries(found, path, rule);
+    else
+      CheckEntry(found, path, rule);
   }
 
  private:
-  void CheckEntries(const std::string& folder, const ModeRule& rule) const {
-    std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
-      CheckEntry(entry.path().string(), rule);
+  void CheckEntries(const HeldFile& folder, const std::string& path, const ModeRule& rule) const {
+    for (const std::string& name : folder.List()) {
+      HeldFile entry;
+      if (folder.Open(name, entry) == ERROR_SUCCESS) CheckEntry(entry, path + "/" + name, rule);
+    }
   }
 
-  void CheckEntry(const std::string& path, const ModeRule& rule) const {
-    Ownership file;
-    if (platform::ReadOwnership(path, file) != ERROR_SUCCESS || file.link) return;
-    if (file.user != owner_.user) ReportOwner(path);
-    const Modes& modes = file.folder ? rule.folder : rule.file;
-    if (modes.most != 0) CheckMode(path, file.mode, modes);
-    if (rule.tree && file.folder) CheckEntries(path, rule);
+  // Repairs are made at once, while the file is held.
+  void CheckEntry(const HeldFile& file, const std::string& path, const ModeRule& rule) const {
+    const Ownership& found = file.ownership();
+    if (found.link) return;
+    if (found.user != home_.ownership().user) ReportOwner(file, path);
+    const Modes& modes = found.folder ? rule.folder : rule.file;
+    if (modes.most != 0) CheckMode(file, path, modes);
+    if (rule.tree) CheckEntries(file, path, rule);
   }
 
-  void ReportOwner(const std::string& path) const {
+  void ReportOwner(const HeldFile& file, const std::string& path) const {
     run_.Report(Severity::kError, Shown(path),
                 u"It belongs to another account than the home, and so to somebody else or to "
                 u"nobody who could use it.",
-                u"Give it to the owner of the home; --fix does it.", [this, path] {
-                  Require(platform::ChangeOwner(path, owner_.user, owner_.group),
-                          u"Cannot change the owner");
+                u"Give it to the owner of the home; --fix does it.", [&] {
+                  const Ownership& home = home_.ownership();
+                  Require(file.ChangeOwner(home.user, home.group), u"Cannot change the owner");
                   return std::u16string(u"It was given to the owner of the home.");
                 });
   }
 
-  void CheckMode(const std::string& path, std::uint32_t mode, const Modes& modes) const {
+  void CheckMode(const HeldFile& file, const std::string& path, const Modes& modes) const {
     // Only root's server has workers of another account.
-    const std::uint32_t least = owner_.user == 0 ? modes.least : modes.least & 0700;
-    const std::uint32_t present = mode & 0777;
+    const std::uint32_t least = home_.ownership().user == 0 ? modes.least : modes.least & 0700;
+    const std::uint32_t present = file.ownership().mode & 0777;
     const std::uint32_t right = (present & modes.most) | least;
     if (right == present) return;
     const std::uint32_t excess = present & ~modes.most;
@@ -129,14 +133,14 @@ class HomeFiles {
                                              : u"the server or its visitors cannot use it";
     run_.Report(others_write || secret || excess == 0 ? Severity::kError : Severity::kWarning,
                 Shown(path), Format(u"Its mode is %s: %s.", Octal(present), what),
-                Format(u"Set the mode to %s; --fix does it.", Octal(right)), [path, right] {
-                  Require(platform::ChangeMode(path, right), u"Cannot change the mode");
+                Format(u"Set the mode to %s; --fix does it.", Octal(right)), [&file, right] {
+                  Require(file.ChangeMode(right), u"Cannot change the mode");
                   return Format(u"The mode was set to %s.", Octal(right));
                 });
   }
 
   Examination& run_;
-  Ownership owner_;
+  HeldFile home_;
 };
 
 struct Needed {

@@ -1,8 +1,9 @@
 #include "doctor/doctor.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
-#include <algorithm>
+#include <filesystem>
 
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
@@ -11,6 +12,8 @@
 
 namespace kelvarion::doctor {
 namespace {
+
+namespace fs = std::filesystem;
 
 // The settings that a check has something to say about.
 std::vector<std::string> Found(const ServerContext& context, const std::u16string& check) {
@@ -57,6 +60,39 @@ TEST(DoctorTest, SettingsThatCannotWorkAreFoundByTheirNames) {
     row.spoil(home.configuration());
     EXPECT_EQ(Found(home.context(), row.check), std::vector<std::string>{row.setting});
   }
+}
+
+// Whoever may write in the home could otherwise have root give them other people's files.
+TEST(DoctorTest, RepairsReachNothingOutsideOfTheHomeAndNoHomeOfOthers) {
+  const testing::TestHome home;
+  const testing::TemporaryFolder elsewhere;
+  const auto perms = [](const std::string& path) { return fs::status(path).permissions(); };
+  const auto write_for_all = [](const std::string& path) {
+    testing::WriteFile(path, "");
+    fs::permissions(path, fs::perms(0666));
+  };
+  const auto repair = [&] {
+    const Visitor visitor{[](const Finding&) {}, nullptr, {[] { return false; }, u""}};
+    Examine(home.context(), Extent::kGlance, Repairs::kYes, visitor);
+  };
+  const std::string by_folder = elsewhere.native() + "/folder/file";
+  const std::string by_name = elsewhere.native() + "/file";
+  const std::string own = home.folder() + "/server/conf/file";
+  fs::create_directories(elsewhere.native() + "/folder");
+  fs::create_directories(home.folder() + "/server/conf");
+  for (const std::string& file : {by_folder, by_name, own}) write_for_all(file);
+  fs::create_directory_symlink(elsewhere.native() + "/folder", home.folder() + "/server/certs");
+  fs::create_hard_link(by_name, home.folder() + "/server/conf/other");
+  repair();
+  EXPECT_EQ(perms(own), fs::perms(0644));
+  EXPECT_EQ(perms(by_folder), fs::perms(0666));
+  EXPECT_EQ(perms(by_name), fs::perms(0666));
+
+  constexpr uid_t kNobody = 65534;
+  if (chown(home.folder().c_str(), kNobody, kNobody) != 0) return;
+  write_for_all(own);
+  repair();
+  EXPECT_EQ(perms(own), fs::perms(0666));
 }
 
 TEST(DoctorTest, StopsWhenItIsCancelled) {

@@ -26,7 +26,7 @@ class Examination {
   // The account that the web server's workers run as; null when the machine does not know it.
   platform::AccountAccess* web_account() { return web_account_ ? &*web_account_ : nullptr; }
   const std::u16string& web_account_name() const { return web_account_name_; }
-  // Whether the home belongs to the account of this process.
+  // Whether the home belongs to the account of this process; nothing is repaired in others.
   bool own_home() const { return own_home_; }
 
   // Runs one check; its own failure becomes a finding about `where`.
@@ -44,9 +44,9 @@ class Examination {
   const ServerContext& context_;
   Repairs repairs_;
   const Visitor& visitor_;
+  const bool own_home_;
   const char16_t* check_ = u"";
   std::u16string web_account_name_;
-  bool own_home_ = true;
   std::optional<platform::AccountAccess> web_account_;
 };
 

@@ -5,39 +5,65 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 
-#include "platform/files/descriptor.h"
 #include "platform/files/files.h"
 
 namespace kelvarion::platform {
 namespace {
 
-void Fill(const struct stat& status, Ownership& out) {
-  out = {status.st_uid, status.st_gid, status.st_mode & 07777U, S_ISLNK(status.st_mode),
-         S_ISDIR(status.st_mode)};
-}
+constexpr int kHold = O_PATH | O_CLOEXEC;
 
 }  // namespace
 
-Win32Error ReadOwnership(const std::string& path, Ownership& out) {
+Win32Error HeldFile::Hold(Descriptor file, HeldFile& out) {
   struct stat status {};
-  if (lstat(path.c_str(), &status) != 0) return FromErrno(errno);
-  Fill(status, out);
+  if (!file || fstat(file.get(), &status) != 0) return FromErrno(errno);
+  const bool folder = S_ISDIR(status.st_mode);
+  out.ownership_ = {.user = status.st_uid,
+                    .group = status.st_gid,
+                    .mode = status.st_mode & 07777U,
+                    .link = S_ISLNK(status.st_mode),
+                    .folder = folder,
+                    .shared = !folder && status.st_nlink > 1};
+  out.file_ = std::move(file);
   return ERROR_SUCCESS;
 }
 
-Win32Error ChangeOwner(const std::string& path, std::uint32_t user, std::uint32_t group) {
-  return lchown(path.c_str(), user, group) == 0 ? ERROR_SUCCESS : FromErrno(errno);
+Win32Error HeldFile::OpenFolder(const std::string& path, HeldFile& out) {
+  return Hold(Descriptor(open(path.c_str(), kHold | O_DIRECTORY)), out);
 }
 
-// By descriptor, so that nobody puts a link in the file's place in between.
-Win32Error ChangeMode(const std::string& path, std::uint32_t mode) {
-  const Descriptor file(open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-  struct stat status {};
-  if (!file || fstat(file.get(), &status) != 0) return FromErrno(errno);
-  if (S_ISLNK(status.st_mode)) return ERROR_NOT_SUPPORTED;
-  const std::string same = "/proc/self/fd/" + std::to_string(file.get());
-  return chmod(same.c_str(), mode) == 0 ? ERROR_SUCCESS : FromErrno(errno);
+Win32Error HeldFile::Open(const std::string& relative, HeldFile& out) const {
+  const std::size_t slash = relative.find('/');
+  const std::string name = relative.substr(0, slash);
+  HeldFile found;
+  if (const Win32Error error =
+          Hold(Descriptor(openat(file_.get(), name.c_str(), kHold | O_NOFOLLOW)), found))
+    return error;
+  if (slash != relative.npos) return found.Open(relative.substr(slash + 1), out);
+  out = std::move(found);
+  return ERROR_SUCCESS;
+}
+
+std::vector<std::string> HeldFile::List() const {
+  std::vector<std::string> names;
+  if (!ownership_.folder) return names;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(Same(), error))
+    names.push_back(entry.path().filename().string());
+  return names;
+}
+
+Win32Error HeldFile::ChangeOwner(std::uint32_t user, std::uint32_t group) const {
+  if (!MayBeChanged()) return ERROR_NOT_SUPPORTED;
+  return fchownat(file_.get(), "", user, group, AT_EMPTY_PATH) == 0 ? ERROR_SUCCESS
+                                                                    : FromErrno(errno);
+}
+
+Win32Error HeldFile::ChangeMode(std::uint32_t mode) const {
+  if (!MayBeChanged()) return ERROR_NOT_SUPPORTED;
+  return chmod(Same().c_str(), mode) == 0 ? ERROR_SUCCESS : FromErrno(errno);
 }
 
 }  // namespace kelvarion::platform
