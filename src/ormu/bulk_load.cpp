@@ -9,9 +9,10 @@
 #include <filesystem>
 #include <optional>
 #include <sstream>
-#include <vector>
+#include <string_view>
 
 #include "platform/files/files.h"
+#include "platform/files/shared_folder.h"
 #include "svn/atomic_file.h"
 #include "svn/error.h"
 #include "svn/remove_tree.h"
@@ -61,10 +62,15 @@ struct Note {
   std::string boot;
 };
 
-std::optional<Note> ReadNote(const std::string& folder, const svn::Pool& scratch) {
-  const auto text = svn::ReadFileIfPresent(NoteOf(folder), scratch);
-  if (!text) return std::nullopt;
-  std::istringstream in(*text);
+// Hook scripts write to the store as well. What one of them may have put there says nothing.
+std::optional<Note> ReadNote(const std::string& folder) {
+  std::string text;
+  const Win32Error error = platform::ReadOwnFile(svn::DirentFromPath(NoteOf(folder)), text);
+  if (error == ERROR_FILE_NOT_FOUND || error == ERROR_ACCESS_DENIED ||
+      error == ERROR_CANT_RESOLVE_FILENAME)
+    return std::nullopt;
+  if (error) svn::ThrowSystemError(error, Format(u"Cannot read '%s'", NoteOf(folder)));
+  std::istringstream in(text);
   Note note;
   if (!(in >> note.durable >> note.boot))
     svn::ThrowError(SVN_ERR_MALFORMED_FILE,
@@ -76,32 +82,25 @@ void RemoveNote(const std::string& folder, const svn::Pool& scratch) {
   svn::Check(svn_io_remove_file2(svn::DirentFromPath(NoteOf(folder)).c_str(), TRUE, scratch));
 }
 
-bool IsRevisionAbove(const fs::path& file, std::int64_t revision) {
-  const std::string name = file.filename();
+bool IsRevisionAbove(std::string_view name, std::int64_t revision) {
   return std::ranges::all_of(name, [](char c) { return c >= '0' && c <= '9'; }) &&
-         name.size() < 19 && std::stoll(name) > revision;
+         name.size() < 19 && std::stoll(std::string(name)) > revision;
 }
 
 // Revisions in packed files are older than any load.
-void RemoveRevisionsAbove(const std::string& store, std::int64_t revision) {
-  std::vector<fs::path> files;
+void RemoveRevisionsAbove(const std::string& folder, std::int64_t revision) {
+  const auto wanted = [&](std::string_view name) { return IsRevisionAbove(name, revision); };
   for (const char* part : {"revs", "revprops"})
-    for (const auto& entry : fs::recursive_directory_iterator(svn::JoinDirent(store, part)))
-      if (entry.is_regular_file() && IsRevisionAbove(entry.path(), revision))
-        files.push_back(entry.path());
-  for (const fs::path& file : files) fs::remove(file);
+    if (const Win32Error error = platform::RemoveFilesBelow(folder, {"db", part}, wanted))
+      svn::ThrowSystemError(error,
+                            Format(u"Can't remove revisions of '%s'", svn::PathFromDirent(folder)));
 }
 
 void GoBackTo(const std::string& folder, std::int64_t revision, const svn::Pool& scratch) {
   const std::string store = svn::JoinDirent(folder, "db");
   svn::ReplaceFile(svn::PathFromDirent(svn::JoinDirent(store, "current")),
                    std::to_string(revision) + "\n", platform::NewFile::kAsFolderSays, scratch);
-  try {
-    RemoveRevisionsAbove(store, revision);
-  } catch (const fs::filesystem_error& error) {
-    svn::ThrowAprError(error.code().value(),
-                       Format(u"Can't remove revisions of '%s'", svn::PathFromDirent(folder)));
-  }
+  RemoveRevisionsAbove(folder, revision);
   // Names of transactions, of which there is none now.
   svn::ReplaceFile(svn::PathFromDirent(svn::JoinDirent(store, "txn-current")), "0\n",
                    platform::NewFile::kAsFolderSays, scratch);
@@ -146,16 +145,19 @@ void BulkLoad::Finish() {
 
 void BulkLoad::NoteDurable(std::int64_t revision) {
   const svn::Pool scratch(pool_);
+  // A file that is replaced would pass on its owner. Without a note nothing is lost just now:
+  // everything is on the disk.
+  RemoveNote(folder_, scratch);
   svn::ReplaceFile(NoteOf(folder_), std::to_string(revision) + "\n" + BootOfMachine(),
-                   platform::NewFile::kAsFolderSays, scratch);
+                   platform::NewFile::kPrivate, scratch);
   noted_ = std::chrono::steady_clock::now();
 }
 
 void EndBulkLoad(const std::string& folder, const svn::Pool& scratch) {
   const svn::Pool pool(scratch);
   svn::AbandonMemoryTransactions(folder);
-  const auto note = ReadNote(folder, pool);
-  if (!note) return;
+  const auto note = ReadNote(folder);
+  if (!note) return RemoveNote(folder, pool);
   std::istringstream boot(BootOfMachine());
   std::string current;
   boot >> current;

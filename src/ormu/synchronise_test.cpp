@@ -260,8 +260,22 @@ TEST_F(SynchroniseTest, WhatALossOfPowerMayHaveHurtIsDoneAgain) {
   fs::remove(Path("slave/db/revs/0/7"));
   fs::remove(Path("slave/db/transactions"));
   fs::create_symlink("/dev/shm/kelvarion-gone", Path("slave/db/transactions"));
+  // Links that somebody left lead nowhere, nor does a note that anybody may have written.
+  fs::rename(Path("slave/db/revs"), Path("slave/db/real"));
+  fs::create_directory(Path("elsewhere"));
+  WriteFile(Path("elsewhere/7"), "mine");
+  fs::create_symlink(Path("elsewhere"), Path("slave/db/revs"));
+  EXPECT_NE(FailureOf([&] { MendGuard(Path("slave"), pool_); }).code, 0);
+  EXPECT_EQ(ReadFile(Path("elsewhere/7")), "mine");
+  fs::remove(Path("slave/db/revs"));
+  fs::rename(Path("slave/db/real"), Path("slave/db/revs"));
   MendGuard(Path("slave"), pool_);
   EXPECT_EQ(YoungestRevision(Path("slave"), pool_), 5);
+  WriteFile(Path("slave/db/bulk-load"), "0\nforged\n");
+  fs::permissions(Path("slave/db/bulk-load"), fs::perms(0666));
+  MendGuard(Path("slave"), pool_);
+  EXPECT_EQ(YoungestRevision(Path("slave"), pool_), 5);
+  EXPECT_FALSE(fs::exists(Path("slave/db/bulk-load")));
   Sync("master", "slave");
   ExpectEqual("master", "slave");
 }
