@@ -64,6 +64,14 @@ CertificateState GetInstalledState(const ServerContext& context) {
   CertificateState state = Describe(installed.certificate());
   state.match = MatchInstalledKey(installed);
   state.chain = ExamineChain(installed.certificate(), sent);
+  // Intermediates are installed only with a chain that reached its root. The root itself is not
+  // kept, and need not be known to this machine: clients that trust it have all they need.
+  if (state.chain.state == ChainState::kIncomplete && !sent.empty() &&
+      state.chain.elements.size() == sent.size() + 1) {
+    state.chain.state = ChainState::kComplete;
+    state.chain.problem.clear();
+    return state;
+  }
   for (const platform::Certificate& intermediate : state.chain.Intermediates()) {
     if (Contains(sent, intermediate)) continue;
     state.chain.state = ChainState::kIncomplete;

@@ -29,8 +29,9 @@ struct CertificateState {
 std::vector<std::u16string> ElementNames(const ChainReport& chain);
 
 // Of the installed files. The chain is what clients get to see: one that only this machine's store
-// completes, since certchain.pem lacks intermediates, is incomplete. A key that cannot be read
-// counts as none. Throws as GetCertificateInfo does.
+// completes, since certchain.pem lacks intermediates, is incomplete; one of which certchain.pem has
+// all but a root that this machine does not know is complete. A key that cannot be read counts as
+// none. Throws as GetCertificateInfo does.
 CertificateState GetInstalledState(const ServerContext& context);
 
 // What an import of the text would install. Throws as ValidateCertificate does.

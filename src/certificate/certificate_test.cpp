@@ -180,9 +180,10 @@ TEST_F(CertificateTest, OpensslVerifiesWhatIsInstalledAndTheStateSaysHowItStands
   EXPECT_TRUE(Has(
       OpenSsl({"verify", "-CAfile", ca_.File("root.pem"), "-untrusted", ChainFile(), ServerFile()}),
       ": OK"));
-  // Whoever does not have the root cannot say more than that it is missing.
+  // Only the root is missing here, which its clients have.
   CertificateState state = GetInstalledState(home_.context());
-  EXPECT_EQ(state.chain.state, ChainState::kIncomplete);
+  EXPECT_EQ(state.chain.state, ChainState::kComplete);
+  EXPECT_FALSE(state.chain.root_trusted);
   ca_.Trust("root");
   state = GetInstalledState(home_.context());
   EXPECT_EQ(state.chain.state, ChainState::kComplete) << Utf8(state.chain.problem);
@@ -329,6 +330,8 @@ TEST_F(CertificateTest, AFileThatCannotBeWrittenOrUsedLeavesWhatWasThere) {
     EXPECT_TRUE(Has(Import(text), message)) << Import(text);
     EXPECT_TRUE(Has(Validate(text), message));
     EXPECT_EQ(ReadFile(ServerFile()), content);
+    // What comes with its key needs nothing of it.
+    EXPECT_EQ(Import(text + ca_.Text("rsa.key")), "");
   }
   std::filesystem::remove(ServerFile());
   EXPECT_TRUE(Has(Import(text), "Cannot read file")) << Import(text);

@@ -1,5 +1,7 @@
 #include "certificate/supplied_certificate.h"
 
+#include <exception>
+
 #include "certificate/supplied_text.h"
 
 namespace kelvarion::certificate {
@@ -11,13 +13,20 @@ struct Choice {
   platform::PrivateKey key;
 };
 
-Choice ChooseKey(const SuppliedText& supplied, const InstalledCertificate& installed) {
-  platform::PrivateKey installed_key = installed.key();
-  if (platform::BelongTogether(supplied.certificate(), installed_key))
-    return {KeyMatch::kInstalledKey, std::move(installed_key)};
+Choice ChooseKey(const SuppliedText& supplied, const CertificatePaths& paths) {
+  std::exception_ptr unreadable;
+  try {
+    platform::PrivateKey installed = ReadInstalled(paths).key();
+    if (platform::BelongTogether(supplied.certificate(), installed))
+      return {KeyMatch::kInstalledKey, std::move(installed)};
+  } catch (const Exception&) {
+    unreadable = std::current_exception();
+  }
   platform::PrivateKey key = supplied.Key();
   if (key && platform::BelongTogether(supplied.certificate(), key))
     return {KeyMatch::kSuppliedKey, std::move(key)};
+  // What replaces a broken file as a whole is not kept out by it; all else needs the key in it.
+  if (unreadable) std::rethrow_exception(unreadable);
   return {KeyMatch::kNone, std::move(key)};
 }
 
@@ -25,14 +34,14 @@ Choice ChooseKey(const SuppliedText& supplied, const InstalledCertificate& insta
 
 KeyMatch ValidateCertificate(const ServerContext& context, const std::u16string& text) {
   const SuppliedText supplied(text);
-  return ChooseKey(supplied, ReadInstalled(PathsOf(context.configuration()))).match;
+  return ChooseKey(supplied, PathsOf(context.configuration())).match;
 }
 
 ChainReport ImportCertificate(const ServerContext& context, const std::u16string& text) {
   const SuppliedText supplied(text);
   const CertificatePaths paths = PathsOf(context.configuration());
   const CertificateLock lock(paths);
-  const Choice choice = ChooseKey(supplied, ReadInstalled(paths));
+  const Choice choice = ChooseKey(supplied, paths);
   switch (choice.match) {
     case KeyMatch::kInstalledKey:
     case KeyMatch::kSuppliedKey:

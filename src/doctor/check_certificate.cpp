@@ -18,6 +18,11 @@ constexpr std::int64_t kVerySoon = 7;
 constexpr const char16_t* kRenew =
     u"Install a new one: kelvarionctl certificate create, or certificate request and import.";
 
+// Without a key that can be read, nothing can be made for it.
+constexpr const char16_t* kReplace =
+    u"Import one with its key: kelvarionctl certificate import FILE --key KEY; or move the file "
+    u"away and have a new key and certificate made: kelvarionctl init";
+
 bool Covers(const std::u16string& pattern, const std::u16string& host) {
   if (platform::EqualIgnoreCase(pattern, host)) return true;
   const std::size_t dot = host.find(u'.');
@@ -37,12 +42,12 @@ class CertificateCheck {
     try {
       state = certificate::GetInstalledState(run_.context());
     } catch (const Exception& exception) {
-      Report(Severity::kError, exception.Message(), kRenew);
+      Report(Severity::kError, exception.Message(), kReplace);
       return;
     }
     if (state.match == certificate::KeyMatch::kNone) {
       Report(Severity::kError, u"The file has no private key that belongs to the certificate.",
-             kRenew);
+             kReplace);
     }
     CheckTimes(state);
     CheckChain(state);
@@ -68,8 +73,9 @@ class CertificateCheck {
       Report(Severity::kWarning,
              u"The certificates that vouch for the server's are not all there, so clients may "
              u"refuse it.",
-             u"Import it once more, with the certificates of its authority behind it in the "
-             u"file: kelvarionctl certificate import FILE");
+             u"Import it once more, with the certificates of its authority up to the root behind "
+             u"it in the file: kelvarionctl certificate import FILE. If it is the root itself that "
+             u"issued it, make this machine trust the root: update-ca-certificates");
     } else if (state.chain.state == ChainState::kUnsuitable && state.days_left.value_or(0) >= 0) {
       Report(Severity::kError, Format(u"Clients refuse the certificate: %s", state.chain.problem),
              kRenew);

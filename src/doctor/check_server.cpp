@@ -121,12 +121,19 @@ void CheckWebServer(Examination& run) {
 }
 
 void CheckRestartPending(Examination& run) {
-  const std::int64_t read = run.context().machine().services->ConfigurationTime(kServerServiceName);
+  const platform::ServiceManager& manager = *run.context().machine().services;
+  const std::int64_t read = manager.ConfigurationTime(kServerServiceName);
   if (read == 0) return;
   for (const char* file :
        {"server/conf/httpd.conf", "server/conf/httpd-custom.conf", "server/conf/replication.conf",
         "server/certs/server.pem", "server/certs/certchain.pem"}) {
     if (!IsNewerThan(run.InHome(file), read)) continue;
+    if (const std::u16string refused = manager.LastFailure(kServerServiceName); !refused.empty()) {
+      run.Report(Severity::kWarning, Shown(run.InHome(file)),
+                 Format(u"The server serves on with its old configuration: %s", refused),
+                 u"Correct what it names, then restart it: kelvarionctl server restart");
+      return;
+    }
     run.Report(Severity::kInformation, Shown(run.InHome(file)),
                u"It has changed since the server last read it.",
                u"Restart the server when the change is to count: kelvarionctl server restart");

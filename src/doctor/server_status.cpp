@@ -65,7 +65,10 @@ ServerStatus ReadServerStatus(const ServerContext& context) {
   const auto found = [&](const Finding& finding) {
     if (finding.check == kRestartPendingCheck) status.restart_pending = true;
     if (finding.severity == Severity::kInformation) return;
-    status.warnings.push_back(Format(u"%s: %s %s", finding.where, finding.text, finding.remedy));
+    // What other programs say need not end as a sentence does.
+    const char16_t* const between = finding.text.ends_with(u'.') ? u" " : u". ";
+    status.warnings.push_back(
+        Format(u"%s: %s%s%s", finding.where, finding.text, between, finding.remedy));
   };
   Examine(context, Extent::kGlance, Repairs::kNo, {found, nullptr, {[] { return false; }, u""}});
   return status;

@@ -67,7 +67,8 @@ void ServiceClassHandler::ImportCertificate(MethodCall& call) {
   if (chain.problem.empty()) return;
   call.sink().WriteWarning(
       Format(u"The certificate is installed without intermediate certificates, so that clients may "
-             u"not accept it: %s.",
+             u"not accept it: %s. Import it once more with all certificates of its authority "
+             u"behind it, up to the root's.",
              chain.problem));
 }
 

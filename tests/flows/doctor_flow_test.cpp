@@ -149,6 +149,7 @@ TEST_F(DoctorFlowTest, TheServerTellsHowItIsAndWhatCameOfEachRequest) {
   WriteText(server.File("server/conf/httpd-custom.conf"), "Nonsense\n");
   type("status", 0, "changes wait for: server restart");
   type("restart", 1, "Invalid command 'Nonsense'");
+  type("status", 0, "server configuration. Correct what it names");
   EXPECT_EQ(server.HttpStatus("alice", "secret", server.base() + "/"), 200);
   WriteText(server.File("server/conf/httpd-custom.conf"), "Header always set X-Now yes\n");
   type("restart", 0, "new configuration");
