@@ -55,36 +55,56 @@ RevisionRecord RecordOfMaster(MasterSession& master, std::int64_t revision) {
   return record;
 }
 
-// Authors and messages are corrected at times, dates hardly ever; and no two commits have the same.
-void RequireSameRevision(MasterSession& master, svn_fs_t* fs, std::int64_t revision,
-                         const svn::Pool& scratch) {
-  const auto date = [](const RevisionProperties& properties) {
-    const auto found = properties.find(SVN_PROP_REVISION_DATE);
-    return found == properties.end() ? std::string() : found->second;
-  };
-  if (date(master.PropertiesOf(revision)) != date(PropertiesOfRevision(fs, revision, scratch)))
-    ThrowDiverged(master, Format(u"its revision %s was made at another time", Number(revision)));
-  if (revision == 0) return;
-  const std::u16string difference = DescribeDifference(
-      RecordOfMaster(master, revision),
-      RecordRevision(fs, static_cast<svn_revnum_t>(revision), Detail::kFilesAndPaths, scratch));
-  if (!difference.empty())
-    ThrowDiverged(master, Format(u"in its revision %s %s", Number(revision), difference));
+std::string PropertyIn(const RevisionProperties& properties, const char* name) {
+  const auto found = properties.find(name);
+  return found == properties.end() ? std::string() : found->second;
 }
 
-void RequireSameHistory(MasterSession& master, const std::string& folder, svn_repos_t* repository,
-                        std::int64_t master_youngest, const svn::Pool& scratch) {
+// No two commits have the same date; but dates are corrected at times. A revision with another one
+// is the same when all else is, and when what is before it is the same.
+void RequireSameRevision(MasterSession& master, svn_fs_t* fs, std::int64_t revision,
+                         const svn::Pool& scratch) {
+  svn::Pool pool(scratch);
+  for (bool same_date = false; !same_date && revision >= 0; --revision) {
+    pool.Clear();
+    const RevisionProperties theirs = master.PropertiesOf(revision);
+    const RevisionProperties own = PropertiesOfRevision(fs, revision, pool);
+    const auto agree_in = [&](const char* name) {
+      return PropertyIn(theirs, name) == PropertyIn(own, name);
+    };
+    same_date = agree_in(SVN_PROP_REVISION_DATE);
+    if (!same_date && !(agree_in(SVN_PROP_REVISION_AUTHOR) && agree_in(SVN_PROP_REVISION_LOG)))
+      ThrowDiverged(master, Format(u"its revision %s was made at another time", Number(revision)));
+    if (revision == 0) return;
+    const std::u16string difference = DescribeDifference(
+        RecordOfMaster(master, revision),
+        RecordRevision(fs, static_cast<svn_revnum_t>(revision), Detail::kFilesAndPaths, pool));
+    if (!difference.empty())
+      ThrowDiverged(master, Format(u"in its revision %s %s", Number(revision), difference));
+  }
+}
+
+struct Heads {
+  std::int64_t own;
+  std::int64_t master;
+};
+
+// The master is asked last, so that nobody who replicates meanwhile makes it look behind.
+Heads RequireSameHistory(MasterSession& master, const std::string& folder, svn_repos_t* repository,
+                         const svn::Pool& scratch) {
   svn_fs_t* const fs = svn_repos_fs(repository);
   const char* uuid = nullptr;
   svn::Check(svn_fs_get_uuid(fs, &uuid, scratch));
   if (master.uuid() != uuid) ThrowDiverged(master, u"it is another repository, by its UUID");
-  const std::int64_t youngest = YoungestOf(repository, scratch);
-  if (youngest > master_youngest)
-    ThrowDiverged(master, Format(u"it has revision %s, and the master only %s", Number(youngest),
-                                 Number(master_youngest)));
-  if (master.HasAgreed(folder, youngest)) return;
-  RequireSameRevision(master, fs, youngest, scratch);
-  master.SetAgreed(folder, youngest);
+  Heads heads{YoungestOf(repository, scratch), 0};
+  heads.master = master.Youngest();
+  if (heads.own > heads.master)
+    ThrowDiverged(master, Format(u"it has revision %s, and the master only %s", Number(heads.own),
+                                 Number(heads.master)));
+  if (master.HasAgreed(folder, heads.own)) return heads;
+  RequireSameRevision(master, fs, heads.own, scratch);
+  master.SetAgreed(folder, heads.own);
+  return heads;
 }
 
 // Transactions of replicators that were killed, and of clients that were refused and did not clean
@@ -184,23 +204,22 @@ std::int64_t YoungestRevision(const std::string& folder, const svn::Pool& scratc
   return YoungestOf(svn::OpenRepository(svn::PathFromDirent(folder), pool), pool);
 }
 
-void RequireSameHistory(MasterSession& master, const std::string& folder) {
+std::int64_t RequireSameHistory(MasterSession& master, const std::string& folder) {
   const svn::Pool pool(master.pool());
-  RequireSameHistory(master, folder, Open(folder, pool), master.Youngest(), pool);
+  return RequireSameHistory(master, folder, Open(folder, pool), pool).own;
 }
 
 std::int64_t Synchronise(MasterSession& master, const std::string& folder, std::int64_t until,
                          const SyncProgress& progress) {
   const svn::Pool pool(master.pool());
   RequireSlave(folder, pool);
-  const std::int64_t master_youngest = master.Youngest();
-  const std::int64_t last = std::min(until, master_youngest);
   const SlaveWriteAccess access(folder, master.cancellation(), pool);
   RequireSlave(folder, pool);  // Still, after who had it before.
   svn_repos_t* const slave = Open(folder, pool);
-  RequireSameHistory(master, folder, slave, master_youngest, pool);
+  const Heads heads = RequireSameHistory(master, folder, slave, pool);
   RemoveTransactions(svn_repos_fs(slave), pool);
-  const std::int64_t first = YoungestOf(slave, pool) + 1;
+  const std::int64_t first = heads.own + 1;
+  const std::int64_t last = std::min(until, heads.master);
   if (first > last) return first - 1;
   if (IsWorthBulk(slave, last - first + 1, pool))
     ReplayInBulk(master, folder, first, last, progress);

@@ -35,7 +35,8 @@ std::int64_t SynchroniseProperties(MasterSession& master, const std::string& fol
                                    std::int64_t first, std::int64_t last);
 
 // Throws ORMU_ERR_DIVERGED unless the repository, a slave or not, could follow the master: the same
-// UUID, no revision that the master lacks, and the same changes in its youngest one.
-void RequireSameHistory(MasterSession& master, const std::string& folder);
+// UUID, no revision that the master lacks, and the same changes in its youngest one. Returns which
+// one that is.
+std::int64_t RequireSameHistory(MasterSession& master, const std::string& folder);
 
 }  // namespace kelvarion::ormu

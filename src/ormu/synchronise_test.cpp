@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include "ormu/consistency.h"
 #include "ormu/replication_for_test.h"
@@ -280,6 +281,36 @@ TEST_F(SynchroniseTest, WhatALossOfPowerMayHaveHurtIsDoneAgain) {
   ExpectEqual("master", "slave");
 }
 
+TEST_F(SynchroniseTest, CorrectedDatesAndOtherReplicatorsDoNotLookLikeAnotherHistory) {
+  Create("master");
+  ChangeOften("master", 3);
+  MakeSlave("master", "slave");
+  Sync("master", "slave");
+  for (const char* revision : {"-r2", "-r3"})
+    Run({"svn", "ps", "-q", "--revprop", revision, "svn:date", "2020-02-02T02:02:02.020202Z",
+         Url("master")});
+  Sync("master", "slave");
+  ExpectEqual("master", "slave");
+
+  // While one waits for the right to write, another one brings what the first has not heard of.
+  std::optional<SlaveWriteAccess> other(std::in_place, Path("slave"),
+                                        svn::Cancellation{[] { return false; }, u""}, pool_);
+  bool waits = false;
+  MasterSession session(MasterNamed("master"),
+                        {[&] {
+                           if (!waits || !other) return false;
+                           other.reset();
+                           Change("master", {"mkdir", "late"});
+                           Sync("master", "slave");
+                           return false;
+                         },
+                         u""},
+                        pool_);
+  waits = true;
+  EXPECT_EQ(Synchronise(session, Path("slave"), 3, nullptr), 4);
+  ExpectEqual("master", "slave");
+}
+
 TEST_F(SynchroniseTest, AHistoryOfItsOwnIsRefusedAndNotTouched) {
   Create("master");
   Change("master", {"mkdir", "trunk"});
@@ -305,6 +336,7 @@ TEST_F(SynchroniseTest, AHistoryOfItsOwnIsRefusedAndNotTouched) {
        [&] {
          Change("slave", {"mkdir", "c"});
          Change("master", {"mkdir", "c"});
+         Run({"svn", "ps", "-q", "--revprop", "-r2", "svn:log", "another one", Url("slave")});
        },
        "was made at another time"},
       {"another repository",
