@@ -10,9 +10,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <future>
 
 #include "ormu/status.h"
 #include "ormu/trust.h"
+#include "platform/files/files.h"
 #include "platform/ormu/ormu.h"
 #include "svn/error.h"
 #include "svn/repository.h"
@@ -27,6 +29,7 @@ using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
 
 std::vector<int> CodesOf(svn_error_t* error) {
+  if (!error) return {};
   const SvnException failure(error);
   std::vector<int> codes;
   for (const SvnException::Link& link : failure.Links()) codes.push_back(link.code);
@@ -54,6 +57,13 @@ class SlaveHome : public RealServer {
     if (Call(kService, "StopService").ok()) {
       EXPECT_TRUE(ServiceReaches(1));
     }
+  }
+  bool ServiceHasOpen(const std::string& file) const {
+    std::error_code gone;
+    for (const auto& open :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(ServicePid()) + "/fd", gone))
+      if (std::filesystem::read_symlink(open, gone) == file) return true;
+    return false;
   }
   int ServicePid() const { return std::atoi(ReadText(File("server/run/ormusvc.pid")).c_str()); }
 
@@ -226,6 +236,27 @@ TEST_F(ReplicationServiceTest, RequestsChangeSlavesOrSayWhyNot) {
   slave.EndService();
   EXPECT_THAT(CodesOf(ormusvc_client_sync_slave(home, "copy", pool)),
               ElementsAre(ORMU_ERR_SERVICE_FAILED, ORMU_ERR_SYSTEM + 1722));
+}
+
+// Who renames a repository has the names locked while he asks.
+TEST_F(ReplicationServiceTest, NobodyHoldsASlaveWhileHeWaitsForTheNames) {
+  CreateSlave();
+  const std::string file = slave.root + "/Kelvarion-Global.lck";
+  auto names = std::make_unique<platform::FileLock>(svn::Utf16(file));
+  const auto request = [&](auto ask, auto... names_of_slaves) {
+    return std::async(std::launch::async, [this, ask, names_of_slaves...] {
+      return CodesOf(ask(slave.home.c_str(), names_of_slaves..., slave.pool));
+    });
+  };
+  auto deleted = request(ormusvc_client_delete_slave, "copy");
+  ASSERT_TRUE(Eventually([&] { return slave.ServiceHasOpen(file); }));
+  auto renamed = request(ormusvc_client_rename_slave, "copy", "other");
+  const bool in_time = renamed.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+  EXPECT_TRUE(in_time);
+  names.reset();
+  EXPECT_THAT(renamed.get(), ElementsAre());
+  EXPECT_NE(deleted.get().size(), 0u);
+  EXPECT_TRUE(std::filesystem::exists(slave.root + "/other"));
 }
 
 // A server that takes connections and says nothing holds nobody up.

@@ -12,6 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// How soon it is noticed that somebody cancels.
+constexpr auto kBetweenChecks = 50ms;
+
 }  // namespace
 
 Followers::Followers(const ServiceParts& parts, std::function<std::u16string()> root)
@@ -87,11 +90,20 @@ bool Followers::Stop(std::chrono::milliseconds patience) {
   }
 }
 
-Followers::Hold::Hold(Followers& followers, std::string name)
+void Followers::Await(std::unique_lock<std::mutex>& lock, const svn::Cancellation& cancellation,
+                      const std::function<bool()>& condition) {
+  for (;;) {
+    cancellation.Check();
+    if (condition()) return;
+    changed_.wait_for(lock, kBetweenChecks);
+  }
+}
+
+Followers::Hold::Hold(Followers& followers, std::string name, const svn::Cancellation& cancellation)
     : followers_(followers), name_(std::move(name)) {
   std::unique_ptr<Follower> follower;
   std::unique_lock lock(followers_.mutex_);
-  followers_.changed_.wait(lock, [this] { return !followers_.held_.contains(name_); });
+  followers_.Await(lock, cancellation, [this] { return !followers_.held_.contains(name_); });
   followers_.held_.insert(name_);
   if (const auto found = followers_.followers_.find(name_); found != followers_.followers_.end()) {
     follower = std::move(found->second);

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "ormu/service/follower.h"
+#include "svn/cancellation.h"
 
 namespace kelvarion::ormu {
 
@@ -31,10 +32,14 @@ class Followers {
   bool Stop(std::chrono::milliseconds patience);
 
   // While it lives nobody follows the slave, whose folder may be changed, and no other hold of the
-  // same name lives. Waits for what is going on to stop. The slave is looked at again afterwards.
+  // same name lives. Waits for what is going on to stop, unless cancelled. The slave is looked at
+  // again afterwards.
+  //
+  // Who renames waits for it with the names of the root locked: so nobody waits for that lock who
+  // holds a slave.
   class Hold {
    public:
-    Hold(Followers& followers, std::string name);
+    Hold(Followers& followers, std::string name, const svn::Cancellation& cancellation);
     ~Hold();
     Hold(const Hold&) = delete;
     Hold& operator=(const Hold&) = delete;
@@ -48,6 +53,9 @@ class Followers {
   using Slaves = std::map<std::string, std::string>;  // Folders by name.
 
   Slaves FindSlaves() const;
+  // Until it is so or somebody cancels. The lock is that of the mutex.
+  void Await(std::unique_lock<std::mutex>& lock, const svn::Cancellation& cancellation,
+             const std::function<bool()>& condition);
 
   const ServiceParts& parts_;
   const std::function<std::u16string()> root_;

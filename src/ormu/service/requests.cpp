@@ -96,9 +96,9 @@ WireJson Request::TestConnection() {
 WireJson Request::CreateSlave() {
   const std::string folder = Folder();
   MasterSession& master = Connect(Text("server"), Text("repository"));
-  const Followers::Hold hold(followers_, Name());
   const WorkPlace work(root_, pool_);
   MakeEmptySlave(master, work.repository());
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   MoveRepository(work.repository(), folder);
   return WireJson::object();
 }
@@ -106,7 +106,7 @@ WireJson Request::CreateSlave() {
 // It may have come with the access of where it was made.
 WireJson Request::AttachSlave() {
   RequireRole(false);
-  const Followers::Hold hold(followers_, Name());
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   const std::u16string path = svn::PathFromDirent(Folder());
   if (const Win32Error error = platform::InheritAccess(path, [this] { cancellation_.Check(); }))
     svn::ThrowSystemError(error, Format(u"Can't set the access of '%s'", path));
@@ -116,8 +116,8 @@ WireJson Request::AttachSlave() {
 
 WireJson Request::DeleteSlave() {
   RequireRole(false);
-  const Followers::Hold hold(followers_, Name());
   const WorkPlace work(root_, pool_);
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   MoveRepository(Folder(), work.repository());
   return WireJson::object();
 }
@@ -125,20 +125,20 @@ WireJson Request::DeleteSlave() {
 // Who asks has the names of the root locked.
 WireJson Request::RenameSlave() {
   RequireRole(false);
-  const Followers::Hold hold(followers_, Name());
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   MoveRepository(Folder(), svn::JoinDirent(root_, Name("new_name")));
   return WireJson::object();
 }
 
 WireJson Request::PromoteSlave() {
-  const Followers::Hold hold(followers_, Name());
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(false);
   TurnIntoMaster(Folder(), pool_);
   return WireJson::object();
 }
 
 WireJson Request::DowngradeMaster() {
-  const Followers::Hold hold(followers_, Name());
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(true);
   MasterSession& master = Connect(Text("server"), Text("repository"));
   RequireSameHistory(master, Folder());
@@ -147,7 +147,7 @@ WireJson Request::DowngradeMaster() {
 }
 
 WireJson Request::RelocateSlave() {
-  const Followers::Hold hold(followers_, Name());
+  const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(false);
   MasterSession& master = Connect(Text("server"), Text("repository"));
   RequireSameHistory(master, Folder());
