@@ -1,5 +1,5 @@
-// replication add, create, promote, downgrade, relocate, sync, suspend, resume, check, seed, share,
-// convert: masters and slaves by PS_SvnRepository and Kelvarion_Repository.
+// replication start, stop, add, create, promote, downgrade, relocate, sync, suspend, resume, check,
+// seed, share, convert: masters and slaves by PS_SvnRepository and Kelvarion_Repository.
 #include "host/everyday/replication_commands.h"
 
 #include <memory>
@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* kClass = "PS_SvnRepository";
 constexpr const char* kClassicClass = "Kelvarion_Repository";
+constexpr const char* kServicePath = "Kelvarion_OrmuService.Name=\"ormusvc\"";
 
 struct ReplicationWords {
   std::string name;
@@ -146,6 +147,15 @@ void AddMasters(CLI::App& group, Command& chosen) {
       "import DIR. Ctrl-C cancels; nothing is left then.");
 }
 
+void AddService(CLI::App& group, Command& chosen) {
+  const auto add = [&](const char* name, const char* description, const char* method) {
+    AddCommand(group, name, description, chosen,
+               [method](Session& session) { return Call(session, kServicePath, method, {}); });
+  };
+  add("start", "Start the replication service, which slaves need", "StartService");
+  add("stop", "Stop the replication service; it stops in the background", "StopService");
+}
+
 void AddSlaves(CLI::App& group, Command& chosen) {
   AddFollowing(group, chosen, "add", "Make a slave of a master on another server", Add,
                "the same as here")
@@ -170,6 +180,7 @@ void AddReplicationCommands(CLI::App& app, Command& chosen) {
       app.add_subcommand("replication", "Follow masters on other servers, and let slaves follow");
   group->require_subcommand(1);
   AddReplicationStatus(*group, chosen);
+  AddService(*group, chosen);
   AddTrustCommands(*group, chosen);
   AddMasters(*group, chosen);
   AddSlaves(*group, chosen);

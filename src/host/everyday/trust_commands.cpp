@@ -1,4 +1,5 @@
 // replication trust, masters, forget: whose masters may be followed, by Kelvarion_TrustedMaster.
+#include <cctype>
 #include <iostream>
 #include <memory>
 
@@ -38,12 +39,12 @@ std::string ServerOf(const std::string& url) {
   return url.substr(begin, url.find('/', begin) - begin);
 }
 
-// Pairs of digits, as people compare them.
+// As the master's administrator sees it.
 std::string WithColons(const std::string& digits) {
   std::string text;
   for (std::size_t i = 0; i < digits.size(); ++i) {
     if (i > 0 && i % 2 == 0) text += ':';
-    text += digits[i];
+    text += static_cast<char>(std::toupper(static_cast<unsigned char>(digits[i])));
   }
   return text;
 }
