@@ -252,6 +252,13 @@ TEST_F(CertificateTest, ANewCertificateAndARequestSayWhatWasAskedForWithRsaAndEc
     EXPECT_FALSE(Has(request, "Key Usage")) << request;
     EXPECT_EQ(Both(), before);
   }
+  const std::string before = Both();
+  for (const std::uint32_t days : {3'000'000U, 0xFFFFFFFFU}) {
+    EXPECT_TRUE(Has(
+        Failure([&] { CreateSelfSignedCertificate(home_.context(), parameters, days); }), "9999"))
+        << days;
+  }
+  EXPECT_EQ(Both(), before);
   parameters.additional_names.clear();
   parameters.country_code = u"Germany";
   EXPECT_TRUE(Has(Failure(create), "Cannot make the certificate: error:"));

@@ -1,5 +1,7 @@
 #include "certificate/new_certificate.h"
 
+#include <chrono>
+
 #include "certificate/failure.h"
 #include "certificate/install.h"
 #include "platform/crypto/certificate_maker.h"
@@ -52,6 +54,18 @@ const char* DigestNamed(const std::u16string& name, const char16_t* parameter) {
       name);
 }
 
+constexpr std::int64_t kDay = 86400;
+
+// Dates of certificates have years of four digits.
+void RequireDate(std::uint32_t days) {
+  using namespace std::chrono;
+  constexpr sys_days kLast = December / 31 / year(9999);
+  if (floor<std::chrono::days>(system_clock::now()) + std::chrono::days(days) >= kLast) {
+    throw SimpleException(
+        u"A certificate cannot be valid for %u days: its dates end with the year 9999.", days);
+  }
+}
+
 // With a key that cannot be used to encrypt, a client needs to hear that it may sign.
 void AddUsage(CertificateContent& content, const platform::PrivateKey& key) {
   std::string usage = "dataEncipherment, keyEncipherment";
@@ -63,7 +77,7 @@ void AddUsage(CertificateContent& content, const platform::PrivateKey& key) {
 
 void CreateSelfSignedCertificate(const ServerContext& context,
                                  const CertificateParameters& parameters, std::uint32_t days) {
-  constexpr std::int64_t kDay = 86400;
+  RequireDate(days);
   const IcRegistryAccessor& configuration = context.configuration();
   const CertificatePaths paths = PathsOf(configuration);
   const CertificateLock lock(paths);

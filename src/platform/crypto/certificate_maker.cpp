@@ -7,6 +7,7 @@
 #include <openssl/rsa.h>
 
 #include <ctime>
+#include <limits>
 
 #include "platform/crypto/openssl_handles.h"
 
@@ -83,6 +84,7 @@ bool SetSerial(X509* certificate) {
 bool SetValidity(X509* certificate, std::int64_t seconds) {
   std::time_t now = std::time(nullptr);
   constexpr std::int64_t kDay = 86400;
+  if (seconds < 0 || seconds / kDay > std::numeric_limits<int>::max()) return false;
   return X509_time_adj_ex(X509_getm_notBefore(certificate), 0, 0, &now) &&
          X509_time_adj_ex(X509_getm_notAfter(certificate), static_cast<int>(seconds / kDay),
                           static_cast<long>(seconds % kDay), &now);
