@@ -53,6 +53,10 @@ std::u16string TargetPath(const std::u16string& install_dir) {
   return util::JoinPath(install_dir, u"conf/httpd.conf");
 }
 
+std::u16string ReplicationPath(const std::u16string& install_dir) {
+  return util::JoinPath(install_dir, u"conf/replication.conf");
+}
+
 std::u16string TemporaryPath(const std::u16string& target) { return Format(u"%s.tmp", target); }
 
 // The temporary file is the lock, held from the first setting read to the rename: without it an
@@ -73,6 +77,16 @@ void WithTemporary(const std::u16string& target, const Generate& generate) {
   }
 }
 
+void PutReplication(const std::string& text, const std::u16string& target) {
+  if (Says(target, text)) return;
+  WithTemporary(target, [&](const std::u16string& temporary) {
+    if (!text.empty()) return Replace(text, temporary, target);
+    if (const Win32Error error = platform::DeleteFile(target); error != ERROR_SUCCESS)
+      throw Win32Exception(error, u"Couldn't write Apache configuration file");
+    platform::DeleteFile(temporary);
+  });
+}
+
 }  // namespace
 
 ConfigurationLock::ConfigurationLock(const IcRegistryAccessor& store)
@@ -85,28 +99,26 @@ ConfigurationLock::~ConfigurationLock() {
 // Mostly there is nothing to do, and then nothing is touched.
 bool RegenerateReplicationConfig(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
-  const std::u16string target = util::JoinPath(install_dir, u"conf/replication.conf");
   const auto generate = [&] { return ReplicationText(ReadServerValues(store, install_dir)); };
-  if (Says(target, generate())) return false;
+  if (Says(ReplicationPath(install_dir), generate())) return false;
   // Under the lock of the other file: together they are what a server reads.
   WithTemporary(TargetPath(install_dir), [&](const std::u16string& temporary) {
-    const std::string text = generate();
-    if (!text.empty()) return Replace(text, temporary, target);
-    const Win32Error error = platform::DeleteFile(target);
-    if (error != ERROR_SUCCESS && error != ERROR_FILE_NOT_FOUND)
-      throw Win32Exception(error, u"Couldn't write Apache configuration file");
+    PutReplication(generate(), ReplicationPath(install_dir));
     platform::DeleteFile(temporary);
   });
   return true;
 }
 
+// Both texts are known before either file is touched. The rename that ends the lock comes last.
 void RegenerateApacheConfig(const IcRegistryAccessor& store) {
   const std::u16string install_dir = store.GetInstallDir();
   const std::u16string target = TargetPath(install_dir);
   WithTemporary(target, [&](const std::u16string& temporary) {
-    Replace(ConfigurationText(ReadServerValues(store, install_dir)), temporary, target);
+    const ServerValues values = ReadServerValues(store, install_dir);
+    const std::string text = ConfigurationText(values);
+    PutReplication(ReplicationText(values), ReplicationPath(install_dir));
+    Replace(text, temporary, target);
   });
-  RegenerateReplicationConfig(store);
 }
 
 }  // namespace kelvarion::apache

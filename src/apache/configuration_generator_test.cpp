@@ -157,6 +157,17 @@ TEST_F(GeneratedConfigTest, FailuresOfTheDiskAreNamed) {
     }
     return std::string("no failure");
   };
+  // The two files belong together.
+  const std::string before = Generate();
+  const std::string location = home_.install_folder() + "/conf/replication.conf";
+  std::filesystem::create_directories(location + "/in the way");
+  std::filesystem::create_directories(home_.root() + "/master");
+  WriteFile(home_.root() + "/master/ormu.conf", "role = master\nsuspended = no\n");
+  store().SetServerPort(false, 8081);
+  EXPECT_EQ(message(), "Cannot rename file '" + location + ".tmp' to '" + location + "'");
+  EXPECT_EQ(ReadFile(file()), before);
+  std::filesystem::remove_all(location);
+  std::filesystem::remove(file());
   std::filesystem::create_directories(file() + "/in the way");
   EXPECT_EQ(message(), "Cannot rename file '" + file() + ".tmp' to '" + file() + "'");
   std::filesystem::remove_all(home_.install_folder() + "/conf");
