@@ -4,8 +4,12 @@
 #include <svn_fs.h>
 #include <svn_repos.h>
 
+#include <optional>
+
 #include "errors/exception.h"
+#include "ormu/slave_guard.h"
 #include "platform/files/tree_size.h"
+#include "repos/replication.h"
 #include "repos/repository_store.h"
 #include "svn/error.h"
 #include "svn/repository.h"
@@ -32,6 +36,10 @@ UpgradeResult UpgradeRepository(const ServerContext& context, const std::u16stri
   const svn::Pool pool(context.root_pool());
   try {
     const std::string path = svn::DirentFromPath(GetRepositoryPath(context, *found));
+    // The storage of a slave is shut to whoever does not ask for it.
+    std::optional<ormu::SlaveWriteAccess> access;
+    if (RoleOf(context, *found) == ReplicationRole::kSlave)
+      access.emplace(path, svn::Cancellation{[] { return false; }, u""}, pool);
     svn::Check(svn_repos_upgrade2(path.c_str(), FALSE, nullptr, nullptr, pool));
   } catch (const SvnException& exception) {
     if (!IsMissing(exception.code())) throw;

@@ -12,6 +12,7 @@
 #include "repos/delete.h"
 #include "repos/engine_errors.h"
 #include "repos/import.h"
+#include "repos/maintenance.h"
 #include "repos/repository_store.h"
 #include "svn/error.h"
 #include "svn/replica_role.h"
@@ -124,6 +125,10 @@ TEST_F(ReplicationTest, WhatTheServiceDoesIsNotDoneWithoutIt) {
   EXPECT_EQ(ListRepositoryNames(context()).size(), 2u);
   EXPECT_EQ(RoleOf(context(), u"master"), ReplicationRole::kMaster);
 
+  EXPECT_EQ(UpgradeRepository(context(), u"slave"), UpgradeResult::kDone);
+  EXPECT_NE(
+      testing::RunProcess({"svn", "mkdir", "-qm1", "file://" + Folder("slave") + "/a"}).exit_code,
+      0);
   SetSuspended(context(), u"slave", true);
   EXPECT_EQ(ReadRepository(context(), u"slave").suspended, 1u);
   EXPECT_EQ(ConvertToFsfs(context(), u"slave"), ConversionResult::kConverted);
