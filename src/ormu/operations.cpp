@@ -57,6 +57,7 @@ void ConvertToMaster(const char* path, const svn::Pool& pool) {
   if (svn::ReadReplicaRole(path, pool))
     svn::ThrowError(ORMU_ERR_WRONG_ROLE,
                     Format(u"'%s' replicates already", svn::PathFromDirent(path)));
+  ormu::MendGuard(path, pool);
   svn::WriteReplicaRole(path, Master(), pool);
 }
 

@@ -2,6 +2,7 @@
 
 #include <svn_io.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -10,6 +11,7 @@
 #include "svn/error.h"
 #include "svn/hook_launcher.h"
 #include "svn/replica_role.h"
+#include "svn/repository.h"
 #include "svn/text.h"
 
 namespace kelvarion::ormu {
@@ -77,12 +79,26 @@ std::unique_ptr<platform::FileLock> WaitForLock(const std::string& folder,
   }
 }
 
-// A kill between the steps of leaving the role of a slave stops here.
-void MendOther(const std::string& folder, const svn::Pool& scratch) {
-  bool broken = fs::is_directory(WriteLockOf(folder));
-  for (const char* name : kGuardHooks) broken = broken || fs::exists(HookOf(folder, name) + kAside);
-  if (!broken) return;
-  if (const auto lock = TryLock(folder)) {
+bool IsPutAside(const std::string& hook, const svn::Pool& scratch) {
+  return fs::exists(hook + kAside) &&
+         svn::InspectHookProgram(hook, scratch) != svn::HookProgram::kForeign;
+}
+
+// A kill between the steps of a change of roles leaves that, and no slave.
+bool HasGuardLeft(const std::string& folder, const svn::Pool& scratch) {
+  return fs::is_directory(WriteLockOf(folder)) ||
+         std::ranges::any_of(kGuardHooks, [&](const char* name) {
+           return IsPutAside(HookOf(folder, name), scratch);
+         });
+}
+
+// For whoever has the lock.
+void MendLocked(const std::string& folder, const svn::Pool& scratch) {
+  if (IsSlave(folder, scratch)) {
+    InstallGuardHooks(folder, scratch);
+    EndBulkLoad(folder, scratch);
+    CloseStore(folder);
+  } else if (HasGuardLeft(folder, scratch)) {
     OpenStore(folder);
     RemoveGuardHooks(folder, scratch);
   }
@@ -105,7 +121,7 @@ void InstallGuardHooks(const std::string& folder, const svn::Pool& scratch) {
 void RemoveGuardHooks(const std::string& folder, const svn::Pool& scratch) {
   for (const char* name : kGuardHooks) {
     const std::string hook = HookOf(folder, name);
-    if (fs::exists(hook + kAside))
+    if (IsPutAside(hook, scratch))
       Rename(hook + kAside, hook);
     else
       svn::RemoveUnusedHookLauncher(hook, scratch);
@@ -135,14 +151,22 @@ void OpenStore(const std::string& folder) {
   svn::Check(svn_io_file_create_empty(lock.c_str(), pool));
 }
 
+// What is asked before the lock is held only spares it.
 void MendGuard(const std::string& folder, const svn::Pool& scratch) {
   const svn::Pool pool(scratch);
-  if (!IsSlave(folder, pool)) return MendOther(folder, pool);
-  InstallGuardHooks(folder, pool);
-  const auto lock = TryLock(folder);
-  if (!lock) return;
-  EndBulkLoad(folder, pool);
-  CloseStore(folder);
+  if (!IsSlave(folder, pool) && !HasGuardLeft(folder, pool)) return;
+  if (const auto lock = TryLock(folder)) MendLocked(folder, pool);
+}
+
+void MendGuards(const std::u16string& root, const svn::Pool& scratch) {
+  svn::Pool pool(scratch);
+  for (const std::u16string& name : svn::ListFolders(root, scratch)) {
+    pool.Clear();
+    try {
+      MendGuard(svn::JoinDirent(svn::DirentFromPath(root), svn::Utf8(name)), pool);
+    } catch (const Exception&) {  // Whoever uses that one hears of it.
+    }
+  }
 }
 
 bool HasWriter(const std::string& folder) {
@@ -156,11 +180,11 @@ bool HasWriter(const std::string& folder) {
 SlaveWriteAccess::SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,
                                    const svn::Pool& parent)
     : folder_(folder), pool_(parent), lock_(WaitForLock(folder, cancellation)) {
-  if (!IsSlave(folder, pool_)) return;
-  EndBulkLoad(folder, pool_);
-  InstallGuardHooks(folder, pool_);
-  OpenStore(folder);
+  Mend();
+  if (IsSlave(folder, pool_)) OpenStore(folder);
 }
+
+void SlaveWriteAccess::Mend() { MendLocked(folder_, pool_); }
 
 SlaveWriteAccess::~SlaveWriteAccess() {
   try {

@@ -18,12 +18,16 @@ namespace kelvarion::ormu {
 // was killed left. Cheap when all is well. Leaves a slave alone that is being written to just now.
 void MendGuard(const std::string& folder, const svn::Pool& scratch);
 
+// Does so for all repositories of the root, as far as it can. Throws when the root cannot be read.
+void MendGuards(const std::u16string& root, const svn::Pool& scratch);
+
 // Whether somebody has the right to change the slave just now.
 bool HasWriter(const std::string& folder);
 
-// The right to change a slave while it lives: one at a time in all processes, waiting for others.
-// Nobody gets it who is cancelled by then. A repository that is still a slave afterwards is guarded
-// again, as far as the process lives to see to it.
+// The right to change a slave, or what role a repository has, while it lives: one at a time in all
+// processes, waiting for others. Nobody gets it who is cancelled by then. What a killed one left is
+// mended first. A repository that is a slave afterwards is guarded again, as far as the process
+// lives to see to it.
 class SlaveWriteAccess {
  public:
   SlaveWriteAccess(const std::string& folder, const svn::Cancellation& cancellation,
@@ -31,6 +35,9 @@ class SlaveWriteAccess {
   ~SlaveWriteAccess();
   SlaveWriteAccess(const SlaveWriteAccess&) = delete;
   SlaveWriteAccess& operator=(const SlaveWriteAccess&) = delete;
+
+  // Puts the guard in the state that the role asks for now.
+  void Mend();
 
  private:
   std::string folder_;

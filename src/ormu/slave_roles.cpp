@@ -33,8 +33,9 @@ void WriteRole(const std::string& folder, const std::optional<svn::ReplicaRole>&
     svn::RemoveReplicaRole(folder, scratch);
 }
 
-// Runs the steps of a change of roles; a failure leaves the old role and its guard.
-void ChangeRole(const std::string& folder, const svn::Pool& scratch,
+// Runs the steps of a change of roles, for whoever has the right to it; a failure leaves the old
+// role and its guard.
+void ChangeRole(const std::string& folder, SlaveWriteAccess& access, const svn::Pool& scratch,
                 const std::function<void()>& steps) {
   const auto old = svn::ReadReplicaRole(folder, scratch);
   try {
@@ -42,7 +43,7 @@ void ChangeRole(const std::string& folder, const svn::Pool& scratch,
   } catch (const Exception& failure) {
     svn_error_t* const undone = AtBoundary([&] {
       WriteRole(folder, old, scratch);
-      MendGuard(folder, scratch);
+      access.Mend();
       if (!old || old->master) RemoveGuardHooks(folder, scratch);
     });
     svn::Check(svn_error_compose_create(ChainOf(failure), undone));
@@ -53,8 +54,8 @@ void ChangeRole(const std::string& folder, const svn::Pool& scratch,
 // repository that nobody can write to.
 void LeaveRole(const std::string& folder, const std::optional<svn::ReplicaRole>& next,
                const svn::Pool& scratch, const svn::Cancellation& cancellation) {
-  const SlaveWriteAccess access(folder, cancellation, scratch);
-  ChangeRole(folder, scratch, [&] {
+  SlaveWriteAccess access(folder, cancellation, scratch);
+  ChangeRole(folder, access, scratch, [&] {
     WriteRole(folder, next, scratch);
     RemoveGuardHooks(folder, scratch);
   });
@@ -70,7 +71,8 @@ void TakeIdentity(svn_fs_t* fs, MasterSession& master, const svn::Pool& pool) {
 
 void TurnIntoSlave(const std::string& folder, const std::string& server,
                    const std::string& repository, const svn::Pool& scratch) {
-  ChangeRole(folder, scratch, [&] {
+  SlaveWriteAccess access(folder, {[] { return false; }, u""}, scratch);
+  ChangeRole(folder, access, scratch, [&] {
     // Hooks do nothing until there is a role, and then at once; a commit that is already past them
     // does not get the lock.
     InstallGuardHooks(folder, scratch);

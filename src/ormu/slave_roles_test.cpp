@@ -56,7 +56,6 @@ class SlaveRolesTest : public ReplicationTest {
     EXPECT_EQ(Dump(name), before);
   }
   void ExpectOpen(const std::string& name) const {
-    MendGuard(Path(name), pool_);
     Run({"ln", "-sf", "/bin/true", Path(name + "/hooks/pre-revprop-change")});
     for (const Words& attempt : Attempts(name)) Run(attempt);
   }
@@ -137,6 +136,10 @@ TEST_F(SlaveRolesTest, ChangesOfRolesTakeTheGuardAlong) {
 
   // Killed between the steps, either way.
   svn::WriteReplicaRole(Path("slave"), {true, false, "", ""}, pool_);
+  WriteFile(Path("master/hooks/start-commit"), "an own one");
+  InstallGuardHooks(Path("master"), pool_);
+  MendGuards(svn::PathFromDirent(folder_.native()), pool_);
+  EXPECT_EQ(ReadFile(Path("master/hooks/start-commit")), "an own one");
   ExpectOpen("slave");
   Run({"svnadmin", "create", Path("half")});
   Change("half", {"mkdir", "trunk", "mkdir", "trunk/b", "put", Path("file"), "trunk/a"});

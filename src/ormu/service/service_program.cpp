@@ -7,6 +7,7 @@
 #include "config/registry_accessor.h"
 #include "errors/exception.h"
 #include "ormu/service/socket_server.h"
+#include "ormu/slave_guard.h"
 #include "platform/machine/machine.h"
 #include "platform/process/process.h"
 #include "platform/text/encoding.h"
@@ -50,6 +51,7 @@ class Service {
       throw Win32Exception(lock_.Error(), u"Cannot lock the home");
   }
   void Look();
+  void MendRepositories();
 
   const std::shared_ptr<platform::Machine> machine_;
   const platform::FileLock lock_;
@@ -73,8 +75,17 @@ void Service::Look() {
   trouble_ = trouble;
 }
 
+// Also those that are no slaves: a kill may have left them a part of the guard.
+void Service::MendRepositories() {
+  try {
+    MendGuards(Root(), svn::Pool::Root());
+  } catch (const Exception&) {  // Looking tells it.
+  }
+}
+
 bool Service::Run() {
   log_.Note("started");
+  MendRepositories();
   Look();
   // The link to this process is named by its number. The supervisor waits for the file.
   util::WriteFileAtomically(platform::PathFromNative(machine_->home + "/server/run/ormusvc.pid"),
