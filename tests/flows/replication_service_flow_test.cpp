@@ -12,9 +12,11 @@
 #include <filesystem>
 #include <future>
 
+#include "ormu/service_wire.h"
 #include "ormu/status.h"
 #include "ormu/trust.h"
 #include "platform/files/files.h"
+#include "platform/network/local_socket.h"
 #include "platform/ormu/ormu.h"
 #include "svn/error.h"
 #include "svn/repository.h"
@@ -76,6 +78,7 @@ class SlaveHome : public RealServer {
     return {};
   }
   std::string Log() const { return ReadText(File("server/logs/ormusvc.log")); }
+  bool LogSays(const std::string& text) const { return Log().find(text) != std::string::npos; }
   std::string Youngest(const std::string& name) const {
     return RunProcess({"svnlook", "youngest", root + "/" + name}).out;
   }
@@ -124,6 +127,13 @@ class ReplicationServiceTest : public ::testing::Test {
   void CreateSlave() const {
     svn::Check(ormusvc_client_create_slave(slave.home.c_str(), "copy", master.Name().c_str(),
                                            "demo", slave.pool));
+  }
+  // The codes of its failure; none for success.
+  template <class Ask, class... Names>
+  std::future<std::vector<int>> Request(Ask ask, Names... names) const {
+    return std::async(std::launch::async, [this, ask, names...] {
+      return CodesOf(ask(slave.home.c_str(), names..., slave.pool));
+    });
   }
   std::string Property(const std::string& root, const std::string& repository) const {
     return RunProcess({"svn", "propget", "--revprop", "-r1", "svn:log",
@@ -243,14 +253,9 @@ TEST_F(ReplicationServiceTest, NobodyHoldsASlaveWhileHeWaitsForTheNames) {
   CreateSlave();
   const std::string file = slave.root + "/Kelvarion-Global.lck";
   auto names = std::make_unique<platform::FileLock>(svn::Utf16(file));
-  const auto request = [&](auto ask, auto... names_of_slaves) {
-    return std::async(std::launch::async, [this, ask, names_of_slaves...] {
-      return CodesOf(ask(slave.home.c_str(), names_of_slaves..., slave.pool));
-    });
-  };
-  auto deleted = request(ormusvc_client_delete_slave, "copy");
+  auto deleted = Request(ormusvc_client_delete_slave, "copy");
   ASSERT_TRUE(Eventually([&] { return slave.ServiceHasOpen(file); }));
-  auto renamed = request(ormusvc_client_rename_slave, "copy", "other");
+  auto renamed = Request(ormusvc_client_rename_slave, "copy", "other");
   const bool in_time = renamed.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
   EXPECT_TRUE(in_time);
   names.reset();
@@ -259,16 +264,34 @@ TEST_F(ReplicationServiceTest, NobodyHoldsASlaveWhileHeWaitsForTheNames) {
   EXPECT_TRUE(std::filesystem::exists(slave.root + "/other"));
 }
 
-// A server that takes connections and says nothing holds nobody up.
-TEST_F(ReplicationServiceTest, StopsWhileItWaitsForASilentMaster) {
+// A server that takes connections and says nothing holds nobody up; over svn: nothing ends the
+// wait.
+TEST_F(ReplicationServiceTest, NobodyWaitsForASilentMaster) {
   const SilentServer silent;
-  slave.Trust(silent.Name(), "partner");
   CreateSlave();
   ASSERT_TRUE(slave.Has("copy", 0));
-  WriteText(slave.root + "/copy/ormu.conf",
+  ormu::TrustMaster(slave.home, silent.Name(), {"svn://" + silent.Name(), "", "", ""});
+  const std::string folder = slave.root + "/copy";
+  WriteText(folder + "/ormu.conf",
             "role = slave\nsuspended = no\nserver = " + silent.Name() + "\nrepository = demo\n");
   ASSERT_TRUE(Eventually([&] { return silent.WasAsked(); }));
+
+  // What nobody waits for any more is not done.
+  auto writer = std::make_unique<platform::FileLock>(svn::Utf16(folder + "/locks/replicator.lock"));
+  platform::Descriptor client;
+  ASSERT_EQ(platform::ConnectLocal(ormu::ServiceSocketPath(slave.home), client), 0u);
+  const std::string promote = R"({"request": "promote_slave", "name": "copy"})";
+  ASSERT_EQ(platform::SendAll(client.get(), promote + "\n", 10'000), 0u);
+  client = platform::Descriptor();
+  EXPECT_TRUE(Eventually([&] { return slave.LogSays("refused " + promote); })) << slave.Log();
+  writer.reset();
+  EXPECT_THAT(ReadText(folder + "/ormu.conf"), HasSubstr("role = slave"));
+
+  auto promoted = Request(ormusvc_client_promote_slave, "copy");
+  const bool in_time = promoted.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+  EXPECT_TRUE(in_time);
   slave.EndService();
+  EXPECT_THAT(promoted.get(), ElementsAre());
   EXPECT_EQ(slave.Ctl({"get", SlaveHome::kService}).object()["ExitCode"], 0);
   EXPECT_THAT(slave.Log(), HasSubstr("stopped"));
 }

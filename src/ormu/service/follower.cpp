@@ -80,6 +80,7 @@ void Follower::Run() {
     } catch (const std::exception& exception) {
       OnFailure(exception.what(), SVN_ERR_BASE);
     }
+    following_ = false;
     Pause();
   }
   session_.reset();
@@ -108,6 +109,7 @@ void Follower::Pass() {
   }
   if (compare_last_ <= Clock::now()) MendGuard(folder_, scratch);
   if (role->suspended) return session_.reset();
+  following_ = true;
   Follow(*role);
   OnSuccess();
 }

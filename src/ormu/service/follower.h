@@ -42,6 +42,9 @@ class Follower {
   void Stop();
   void Wake();  // Does at once what would be done later.
   bool Ended() const { return ended_; }
+  // Maybe waiting for the master. Once it is stopped it changes nothing any more but with a right
+  // to write that it has already.
+  bool Following() const { return following_; }
   // Safe from any thread.
   SlaveStatus Status() const;
 
@@ -72,6 +75,7 @@ class Follower {
 
   std::atomic<bool> stop_ = false;
   std::atomic<bool> ended_ = false;
+  std::atomic<bool> following_ = false;
   mutable std::mutex mutex_;
   std::condition_variable woken_;
   bool wake_ = false;

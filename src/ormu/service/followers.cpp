@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "ormu/slave_guard.h"
 #include "ormu/status_json.h"
 #include "svn/error.h"
 #include "svn/repository.h"
@@ -47,7 +48,7 @@ void Followers::Look() {
   }
   for (const auto& [name, folder] : slaves)
     if (!held_.contains(name))
-      followers_.emplace(name, std::make_unique<Follower>(parts_, name, folder));
+      followers_.emplace(name, std::make_shared<Follower>(parts_, name, folder));
   ending_.remove_if([](const auto& follower) { return follower->Ended(); });
 }
 
@@ -99,21 +100,32 @@ void Followers::Await(std::unique_lock<std::mutex>& lock, const svn::Cancellatio
   }
 }
 
-Followers::Hold::Hold(Followers& followers, std::string name, const svn::Cancellation& cancellation)
+// Whoever is told here to end and gets the right to write later is refused it.
+void Followers::EndWriting(const std::string& name, const svn::Cancellation& cancellation) {
+  std::unique_lock lock(mutex_);
+  for (Visit* const visit : visits_)
+    if (visit->name_ == name) visit->ends_ = true;
+  std::shared_ptr<Follower> follower;
+  if (const auto found = followers_.find(name); found != followers_.end()) {
+    follower = ending_.emplace_back(std::move(found->second));
+    followers_.erase(found);
+    follower->Stop();
+  }
+  const std::string folder = svn::JoinDirent(svn::DirentFromPath(root_()), name);
+  Await(lock, cancellation, [&] {
+    return (!follower || follower->Ended() || follower->Following()) && !HasWriter(folder);
+  });
+}
+
+Followers::Claim::Claim(Followers& followers, std::string name,
+                        const svn::Cancellation& cancellation)
     : followers_(followers), name_(std::move(name)) {
-  std::unique_ptr<Follower> follower;
   std::unique_lock lock(followers_.mutex_);
   followers_.Await(lock, cancellation, [this] { return !followers_.held_.contains(name_); });
   followers_.held_.insert(name_);
-  if (const auto found = followers_.followers_.find(name_); found != followers_.followers_.end()) {
-    follower = std::move(found->second);
-    followers_.followers_.erase(found);
-  }
-  lock.unlock();
-  follower.reset();
 }
 
-Followers::Hold::~Hold() {
+Followers::Claim::~Claim() {
   {
     const std::lock_guard lock(followers_.mutex_);
     followers_.held_.erase(name_);
@@ -123,6 +135,24 @@ Followers::Hold::~Hold() {
     followers_.Look();
   } catch (const Exception&) {  // The next look sees it.
   }
+}
+
+Followers::Visit::Visit(Followers& followers, const std::string& name,
+                        const svn::Cancellation& cancellation)
+    : followers_(followers), name_(name), outer_(cancellation) {
+  std::unique_lock lock(followers_.mutex_);
+  followers_.Await(lock, cancellation, [this] { return !followers_.held_.contains(name_); });
+  followers_.visits_.insert(this);
+}
+
+Followers::Visit::~Visit() {
+  const std::lock_guard lock(followers_.mutex_);
+  followers_.visits_.erase(this);
+}
+
+svn::Cancellation Followers::Visit::cancellation() const {
+  return {[this] { return ends_ || outer_.is_cancelled(); },
+          u"The slave is being changed, or nobody waits for the answer."};
 }
 
 }  // namespace kelvarion::ormu

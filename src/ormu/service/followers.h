@@ -31,28 +31,61 @@ class Followers {
   // False when some did not end within the time; nothing may be destroyed then.
   bool Stop(std::chrono::milliseconds patience);
 
-  // While it lives nobody follows the slave, whose folder may be changed, and no other hold of the
-  // same name lives. Waits for what is going on to stop, unless cancelled. The slave is looked at
-  // again afterwards.
+  // While it lives the request that has it is the only one that may have a hold of the slave.
+  class Claim {
+   public:
+    Claim(Followers& followers, std::string name, const svn::Cancellation& cancellation);
+    ~Claim();
+    Claim(const Claim&) = delete;
+    Claim& operator=(const Claim&) = delete;
+
+   private:
+    Followers& followers_;
+    const std::string name_;
+  };
+
+  // While it lives nobody writes to the slave, whose folder may be changed, and no other hold of
+  // the same name lives. Waits until nobody has the right to write, unless cancelled; who waits for
+  // a master without it is told to end and left behind. The slave is looked at again afterwards.
   //
   // Who renames waits for it with the names of the root locked: so nobody waits for that lock who
   // holds a slave.
   class Hold {
    public:
-    Hold(Followers& followers, std::string name, const svn::Cancellation& cancellation);
-    ~Hold();
-    Hold(const Hold&) = delete;
-    Hold& operator=(const Hold&) = delete;
+    Hold(Followers& followers, const std::string& name, const svn::Cancellation& cancellation)
+        : claim_(followers, name, cancellation) {
+      followers.EndWriting(name, cancellation);
+    }
 
    private:
+    const Claim claim_;
+  };
+
+  // The work of a request on a slave beside its follower. It begins when nobody holds the slave and
+  // is cancelled when somebody wants to.
+  class Visit {
+   public:
+    Visit(Followers& followers, const std::string& name, const svn::Cancellation& cancellation);
+    ~Visit();
+    Visit(const Visit&) = delete;
+    Visit& operator=(const Visit&) = delete;
+
+    // Of the visit and of the request. Neither may end before who asks it.
+    svn::Cancellation cancellation() const;
+
+   private:
+    friend class Followers;
     Followers& followers_;
-    std::string name_;
+    const std::string name_;
+    const svn::Cancellation& outer_;
+    std::atomic<bool> ends_ = false;
   };
 
  private:
   using Slaves = std::map<std::string, std::string>;  // Folders by name.
 
   Slaves FindSlaves() const;
+  void EndWriting(const std::string& name, const svn::Cancellation& cancellation);
   // Until it is so or somebody cancels. The lock is that of the mutex.
   void Await(std::unique_lock<std::mutex>& lock, const svn::Cancellation& cancellation,
              const std::function<bool()>& condition);
@@ -62,8 +95,9 @@ class Followers {
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::set<std::string> held_;
-  std::map<std::string, std::unique_ptr<Follower>> followers_;
-  std::list<std::unique_ptr<Follower>> ending_;
+  std::set<Visit*> visits_;
+  std::map<std::string, std::shared_ptr<Follower>> followers_;
+  std::list<std::shared_ptr<Follower>> ending_;
 };
 
 }  // namespace kelvarion::ormu

@@ -56,6 +56,7 @@ class Request {
   const svn::Cancellation& cancellation_;
   const svn::Pool pool_;
   const std::string root_;
+  std::optional<Followers::Visit> visit_;
   std::optional<MasterSession> session_;
 };
 
@@ -71,7 +72,7 @@ std::string Request::Name(const char* parameter) const {
 
 MasterSession& Request::Connect(const std::string& server, const std::string& repository) {
   return session_.emplace(Master{server, repository, RequireMaster(parts_.home, server)},
-                          cancellation_, pool_);
+                          visit_ ? visit_->cancellation() : cancellation_, pool_);
 }
 
 svn::ReplicaRole Request::RequireRole(bool master) const {
@@ -133,24 +134,28 @@ WireJson Request::RenameSlave() {
 WireJson Request::PromoteSlave() {
   const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(false);
-  TurnIntoMaster(Folder(), pool_);
+  TurnIntoMaster(Folder(), pool_, cancellation_);
   return WireJson::object();
 }
 
 WireJson Request::DowngradeMaster() {
-  const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(true);
   MasterSession& master = Connect(Text("server"), Text("repository"));
+  const Followers::Hold hold(followers_, Name(), cancellation_);
+  RequireRole(true);  // Still, after who had it before.
   RequireSameHistory(master, Folder());
+  cancellation_.Check();
   TurnIntoSlave(Folder(), Text("server"), Text("repository"), pool_);
   return WireJson::object();
 }
 
 WireJson Request::RelocateSlave() {
-  const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(false);
   MasterSession& master = Connect(Text("server"), Text("repository"));
+  const Followers::Hold hold(followers_, Name(), cancellation_);
+  RequireRole(false);  // Still, after who had it before.
   RequireSameHistory(master, Folder());
+  cancellation_.Check();
   Relocate(Folder(), Text("server"), Text("repository"), pool_);
   return WireJson::object();
 }
@@ -159,6 +164,7 @@ WireJson Request::SyncSlave() {
   if (RequireRole(false).suspended)
     svn::ThrowError(ORMU_ERR_WRONG_ROLE,
                     Format(u"The repository '%s' is suspended", svn::Utf16(Name())));
+  visit_.emplace(followers_, Name(), cancellation_);
   MasterSession& master = ConnectToItsMaster();
   const std::int64_t youngest = master.Youngest();
   Synchronise(master, Folder(), youngest, [](std::int64_t) {});
