@@ -155,4 +155,12 @@ void SetRevisionProperties(svn_fs_t* fs, std::int64_t revision, const RevisionPr
   }
 }
 
+void RemoveTransactions(svn_fs_t* fs, const svn::Pool& scratch) {
+  const svn::Pool pool(scratch);
+  apr_array_header_t* names = nullptr;
+  svn::Check(svn_fs_list_transactions(&names, fs, pool));
+  for (int i = 0; i < names->nelts; ++i)
+    svn::Check(svn_fs_purge_txn(fs, APR_ARRAY_IDX(names, i, const char*), pool));
+}
+
 }  // namespace kelvarion::ormu

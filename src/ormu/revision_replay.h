@@ -27,4 +27,8 @@ void SetRevisionProperties(svn_fs_t* fs, std::int64_t revision, const RevisionPr
 RevisionProperties PropertiesOfRevision(svn_fs_t* fs, std::int64_t revision,
                                         const svn::Pool& scratch);
 
+// Removes what is not committed: of replicators that were killed, and of clients that were refused
+// and did not clean up. Whoever still wants to commit it fails.
+void RemoveTransactions(svn_fs_t* fs, const svn::Pool& scratch);
+
 }  // namespace kelvarion::ormu

@@ -8,6 +8,7 @@
 #include "ormu/make_whole.h"
 #include "ormu/revision_replay.h"
 #include "ormu/slave_guard.h"
+#include "ormu/synchronise.h"
 #include "platform/ormu/ormu.h"
 #include "svn/error.h"
 #include "svn/remove_tree.h"
@@ -61,6 +62,48 @@ void LeaveRole(const std::string& folder, const std::optional<svn::ReplicaRole>&
   });
 }
 
+struct Closing {
+  svn::Callback callback;
+  std::function<void()> close;
+};
+
+// Runs it while nobody can commit; who waits for that by then fails afterwards.
+void WhileFrozen(svn_fs_t* fs, const svn::Pool& scratch, std::function<void()> close) {
+  Closing closing{{}, std::move(close)};
+  const auto run = [](void* baton, apr_pool_t*) {
+    auto& frozen = *static_cast<Closing*>(baton);
+    return frozen.callback.Run(frozen.close);
+  };
+  closing.callback.CheckAfter(svn_fs_freeze(fs, run, &closing, scratch));
+}
+
+void RequireYoungest(svn_fs_t* fs, std::int64_t revision, const svn::Pool& scratch) {
+  svn_revnum_t youngest = 0;
+  svn::Check(svn_fs_youngest_rev(&youngest, fs, scratch));
+  if (youngest != revision)
+    svn::ThrowError(ORMU_ERR_DIVERGED, u"The repository was committed to meanwhile");
+}
+
+// With `youngest` only if the repository has no other revision than that.
+void BecomeSlave(const std::string& folder, const svn::ReplicaRole& role,
+                 std::optional<std::int64_t> youngest, const svn::Pool& scratch,
+                 const svn::Cancellation& cancellation) {
+  SlaveWriteAccess access(folder, cancellation, scratch);
+  ChangeRole(folder, access, scratch, [&] {
+    const svn::Pool pool(scratch);
+    svn_fs_t* const fs = svn_repos_fs(svn::OpenRepository(svn::PathFromDirent(folder), pool));
+    // Hooks do nothing until there is a role, and then at once; a commit that is already past them
+    // does not get the lock, or has nothing left to commit.
+    InstallGuardHooks(folder, pool);
+    WhileFrozen(fs, pool, [&] {
+      if (youngest) RequireYoungest(fs, *youngest, pool);
+      svn::WriteReplicaRole(folder, role, pool);
+      CloseStore(folder);
+      RemoveTransactions(fs, pool);
+    });
+  });
+}
+
 // What a new repository has before its first revision.
 void TakeIdentity(svn_fs_t* fs, MasterSession& master, const svn::Pool& pool) {
   svn::Check(svn_fs_set_uuid(fs, master.uuid().c_str(), pool));
@@ -71,14 +114,14 @@ void TakeIdentity(svn_fs_t* fs, MasterSession& master, const svn::Pool& pool) {
 
 void TurnIntoSlave(const std::string& folder, const std::string& server,
                    const std::string& repository, const svn::Pool& scratch) {
-  SlaveWriteAccess access(folder, {[] { return false; }, u""}, scratch);
-  ChangeRole(folder, access, scratch, [&] {
-    // Hooks do nothing until there is a role, and then at once; a commit that is already past them
-    // does not get the lock.
-    InstallGuardHooks(folder, scratch);
-    svn::WriteReplicaRole(folder, SlaveOf(server, repository), scratch);
-    CloseStore(folder);
-  });
+  BecomeSlave(folder, SlaveOf(server, repository), std::nullopt, scratch,
+              {[] { return false; }, u""});
+}
+
+void TurnIntoSlave(MasterSession& master, const std::string& folder) {
+  const std::int64_t youngest = RequireSameHistory(master, folder);
+  BecomeSlave(folder, SlaveOf(master.master().server, master.master().repository), youngest,
+              svn::Pool(master.pool()), master.cancellation());
 }
 
 void MakeEmptySlave(MasterSession& master, const std::string& folder) {

@@ -15,9 +15,12 @@ namespace kelvarion::ormu {
 // nobody sees it and renames it when it is whole.
 void MakeEmptySlave(MasterSession& master, const std::string& folder);
 
-// A master becomes a slave; RequireSameHistory is the caller's to ask first.
+// A repository that nobody commits to becomes a slave, whatever its history.
 void TurnIntoSlave(const std::string& folder, const std::string& server,
                    const std::string& repository, const svn::Pool& scratch);
+// A master becomes a slave of this one. ORMU_ERR_DIVERGED where RequireSameHistory throws it, also
+// when somebody commits before all is done.
+void TurnIntoSlave(MasterSession& master, const std::string& folder);
 // A slave becomes a master, with the revisions that it has; or a repository without a role. Whoever
 // writes to it is waited for.
 void TurnIntoMaster(const std::string& folder, const svn::Pool& scratch,

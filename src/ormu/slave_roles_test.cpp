@@ -5,6 +5,7 @@
 #include <svn_repos.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "ormu/consistency.h"
 #include "ormu/replication_for_test.h"
@@ -158,6 +159,35 @@ TEST_F(SlaveRolesTest, ChangesOfRolesTakeTheGuardAlong) {
   fs::rename(Path("half/kept"), Path("half/hooks"));
   MendGuard(Path("half"), pool_);
   ExpectClosed("half", "commit to the master: r on s");
+}
+
+TEST_F(SlaveRolesTest, AMasterThatIsCommittedToMeanwhileStaysOne) {
+  MakeBoth();
+  TurnIntoMaster(Path("slave"), pool_);
+  bool commits = true;
+  MasterSession session(MasterNamed("master"),
+                        {[&] {
+                           // The histories were compared by then.
+                           if (HasWriter(Path("slave")) && std::exchange(commits, false))
+                             Change("slave", {"mkdir", "own"});
+                           return false;
+                         },
+                         u""},
+                        pool_);
+  EXPECT_EQ(FailureOf([&] { TurnIntoSlave(session, Path("slave")); }).code, ORMU_ERR_DIVERGED);
+  EXPECT_FALSE(commits);
+  EXPECT_TRUE(Info("slave").is_master);
+  ExpectOpen("slave");
+
+  Create("empty");
+  Run({"svnadmin", "setuuid", Path("empty"), session.uuid()});
+  svn_fs_txn_t* begun = nullptr;  // As a client that has passed the hooks.
+  svn_repos_t* const opened = svn::OpenRepository(svn::PathFromDirent(Path("empty")), pool_);
+  svn::Check(svn_fs_begin_txn2(&begun, svn_repos_fs(opened), 0, 0, pool_));
+  TurnIntoSlave(session, Path("empty"));
+  EXPECT_EQ(Run({"svnadmin", "lstxns", Path("empty")}), "");
+  svn_revnum_t made = 0;
+  EXPECT_NE(Code(svn_fs_commit_txn(nullptr, &made, begun, pool_)), 0);
 }
 
 TEST_F(SlaveRolesTest, TheStoresOperationsMakeAndUnmakeRoles) {

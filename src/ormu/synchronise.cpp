@@ -107,15 +107,6 @@ Heads RequireSameHistory(MasterSession& master, const std::string& folder, svn_r
   return heads;
 }
 
-// Transactions of replicators that were killed, and of clients that were refused and did not clean
-// up.
-void RemoveTransactions(svn_fs_t* fs, const svn::Pool& pool) {
-  apr_array_header_t* names = nullptr;
-  svn::Check(svn_fs_list_transactions(&names, fs, pool));
-  for (int i = 0; i < names->nelts; ++i)
-    svn::Check(svn_fs_purge_txn(fs, APR_ARRAY_IDX(names, i, const char*), pool));
-}
-
 void RequireSlave(const std::string& folder, const svn::Pool& scratch) {
   const auto role = svn::ReadReplicaRole(folder, scratch);
   if (!role || role->master)

@@ -143,9 +143,7 @@ WireJson Request::DowngradeMaster() {
   MasterSession& master = Connect(Text("server"), Text("repository"));
   const Followers::Hold hold(followers_, Name(), cancellation_);
   RequireRole(true);  // Still, after who had it before.
-  RequireSameHistory(master, Folder());
-  cancellation_.Check();
-  TurnIntoSlave(Folder(), Text("server"), Text("repository"), pool_);
+  TurnIntoSlave(master, Folder());
   return WireJson::object();
 }
 
