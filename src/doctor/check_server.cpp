@@ -1,8 +1,6 @@
 // The web server's generated files, its configuration, the two services and their disks.
-#include <algorithm>
-#include <filesystem>
-
 #include "apache/configuration_generator.h"
+#include "apache/pending_changes.h"
 #include "doctor/checks.h"
 #include "errors/exception.h"
 #include "platform/network/network.h"
@@ -60,15 +58,6 @@ void CheckSpaceOf(Examination& run, const std::u16string& folder) {
              u"Make room, or move the repositories to a larger disk.");
 }
 
-// Whether the file was changed after the server last read its configuration.
-bool IsNewerThan(const std::string& file, std::int64_t nanoseconds) {
-  std::error_code error;
-  const auto changed = std::filesystem::last_write_time(file, error);
-  if (error) return false;
-  const auto since_1970 = std::chrono::file_clock::to_sys(changed).time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(since_1970).count() > nanoseconds;
-}
-
 }  // namespace
 
 void CheckGeneratedFiles(Examination& run) {
@@ -124,21 +113,18 @@ void CheckRestartPending(Examination& run) {
   const platform::ServiceManager& manager = *run.context().machine().services;
   const std::int64_t read = manager.ConfigurationTime(kServerServiceName);
   if (read == 0) return;
-  for (const char* file :
-       {"server/conf/httpd.conf", "server/conf/httpd-custom.conf", "server/conf/replication.conf",
-        "server/certs/server.pem", "server/certs/certchain.pem"}) {
-    if (!IsNewerThan(run.InHome(file), read)) continue;
-    if (const std::u16string refused = manager.LastFailure(kServerServiceName); !refused.empty()) {
-      run.Report(Severity::kWarning, Shown(run.InHome(file)),
-                 Format(u"The server serves on with its old configuration: %s", refused),
-                 u"Correct what it names, then restart it: kelvarionctl server restart");
-      return;
-    }
-    run.Report(Severity::kInformation, Shown(run.InHome(file)),
-               u"It has changed since the server last read it.",
-               u"Restart the server when the change is to count: kelvarionctl server restart");
+  const IcRegistryAccessor& store = run.context().configuration();
+  const std::vector<std::u16string> changed = apache::FilesChangedSince(store, read);
+  if (changed.empty()) return;
+  const std::u16string file = util::JoinPath(store.GetInstallDir(), changed.front());
+  if (const std::u16string refused = manager.LastFailure(kServerServiceName); !refused.empty()) {
+    run.Report(Severity::kWarning, file,
+               Format(u"The server serves on with its old configuration: %s", refused),
+               u"Correct what it names, then restart it: kelvarionctl server restart");
     return;
   }
+  run.Report(Severity::kInformation, file, u"It has changed since the server last read it.",
+             u"Restart the server when the change is to count: kelvarionctl server restart");
 }
 
 void CheckReplicationService(Examination& run) {

@@ -6,8 +6,9 @@
 namespace kelvarion::repos {
 
 // To be called when a repository may have become a master or was one: the location is there while
-// the server has masters. A web server that runs takes a change up at once. The repository is what
-// it has become in any case; trouble with the web server goes to the event log.
+// the server has masters. A web server that runs takes a change up at once, unless other changes
+// wait for its next restart: that brings this one too. The repository is what it has become in any
+// case; trouble with the web server goes to the event log, and the next call tries again.
 void UpdateReplicationLocation(const ServerContext& context);
 
 }  // namespace kelvarion::repos

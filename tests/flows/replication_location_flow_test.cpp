@@ -9,6 +9,7 @@ namespace kelvarion::testing {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 void ExpectEverythingAndNoChange(const ReplicationServer& master) {
   const auto svn = [&](const std::vector<std::string>& words) {
@@ -91,6 +92,27 @@ TEST(ReplicationLocationTest, TheRepositoryDecidesAtOnce) {
   // Without a master there is no location.
   EXPECT_TRUE(master.server().Ctl({"init"}).ok());
   EXPECT_EQ(ReadText(master.server().File("server/conf/replication.conf")), "");
+}
+
+// What an administrator has prepared for the next restart must not count before.
+TEST(ReplicationLocationTest, AFirstMasterCountsAtOnceUnlessOtherChangesWait) {
+  const RealServer server;
+  server.Start();
+  const auto create = [&](const std::string& name) {
+    EXPECT_EQ(server.Call("Kelvarion_Repository", "CreateOrmuMaster", {"Name=" + name}).status(), 0)
+        << name;
+  };
+  const auto waits = [&] {
+    return server.Ctl({"doctor"}).process.all().find("RestartPending") != std::string::npos;
+  };
+  create("first");
+  EXPECT_FALSE(waits());
+  server.Call("Kelvarion_Repository", "Delete", {"Name=first"});
+  WriteText(server.File("server/conf/httpd-custom.conf"), "Header always set X-Prepared yes\n");
+  create("second");
+  EXPECT_TRUE(waits());
+  EXPECT_THAT(RunProcess({"curl", "-sI", server.base() + "/"}).out, Not(HasSubstr("X-Prepared")));
+  EXPECT_THAT(server.Ctl({"events"}).process.all(), HasSubstr("is left to you"));
 }
 
 }  // namespace
