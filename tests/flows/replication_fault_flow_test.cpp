@@ -141,10 +141,10 @@ class ReplicationFaultTest : public ::testing::Test {
       const Reply reply = slave.Replication({command, name});
       EXPECT_TRUE(reply.ok()) << command << ": " << reply.message();
     }
-    const Reply status = slave.Replication({"status"});
-    EXPECT_EQ(status.process.exit_code, 0);
-    EXPECT_EQ(status.object()["RevisionsBehind"], 0);
-    EXPECT_EQ(status.object()["Revision"], last);
+    EXPECT_TRUE(Eventually([&] {
+      const Reply status = slave.Replication({"status"});
+      return status.process.exit_code == 0 && status.object()["RevisionsBehind"] == 0;
+    }));
     for (const std::string& folder : {master.Folder("demo"), slave.Folder(name)})
       EXPECT_EQ(RunProcess({"svnadmin", "verify", "-q", folder}).all(), "");
     EXPECT_TRUE(master.Dump("demo", last) == slave.Dump(name, last));

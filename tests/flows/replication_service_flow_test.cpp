@@ -176,7 +176,10 @@ TEST_F(ReplicationServiceTest, ASlaveFollowsThroughKillsAndWhileItsMasterComesAn
   master.server().Start();
   master.Commit("fifth");
   ASSERT_TRUE(slave.Has("copy", 5)) << slave.Log();
-  ASSERT_TRUE(Eventually([&] { return slave.StatusOf("copy").last_error.empty(); }));
+  ASSERT_TRUE(Eventually([&] {
+    const ormu::SlaveStatus now = slave.StatusOf("copy");
+    return now.last_error.empty() && now.revisions_behind == 0;
+  }));
   const ormu::SlaveStatus status = slave.StatusOf("copy");
   EXPECT_EQ(status.master_server + "/" + status.master_repository, master.Name() + "/demo");
   EXPECT_EQ(status.revisions_behind, 0);
