@@ -276,8 +276,10 @@ int Run(Parsed& parsed) {
 }
 
 std::string WrongUsage(const CLI::App& app, const CLI::ParseError& error) {
-  const std::vector<std::string> rest = app.remaining();
-  if (app.get_subcommands().empty() && !rest.empty())
+  const CLI::App* command = &app;
+  while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
+  const std::vector<std::string> rest = app.remaining(true);
+  if (command->get_require_subcommand_min() > 0 && !rest.empty())
     return "There is no command or option '" + rest.front() + "'; --help lists them.";
   return std::string(error.what()) + "; --help tells more.";
 }

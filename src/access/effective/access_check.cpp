@@ -31,7 +31,8 @@ class Run {
     UnusedGlobalRules();
     const CheckReport on_users = ReportOn({}, UsersFile(context_));
     const KnownUsers users(
-        ReadText(UsersFile(context_), Missing::kIsFine, on_users, pool_).value_or(""), on_users);
+        ReadText(UsersFile(context_), Missing::kIsReported, on_users, pool_).value_or(""),
+        on_users);
     const CheckReport on_groups = ReportOn({}, GroupsFile(context_));
     const AuthzGroups groups(
         ReadText(GroupsFile(context_), Missing::kIsReported, on_groups, pool_).value_or(""));

@@ -88,13 +88,14 @@ TEST_F(AccessCheckTest, FindsWhatIsWrongInEachFile) {
 
 TEST_F(AccessCheckTest, WhatIsMissingOrDamagedIsAFindingAndHidesNothingElse) {
   std::filesystem::remove(home_.root() + "/groups.conf");
+  std::filesystem::remove(home_.root() + "/htpasswd");
   std::filesystem::create_directories(home_.root() + "/no repository");
   std::filesystem::create_directories(home_.root() + "/s/conf");
   std::filesystem::remove(home_.root() + "/r/format");
   const Texts found = Check();
   for (const char* text : {"MissingFile:0", "UndefinedGroup:2 @all", "UnreadableRepository:0"})
     EXPECT_EQ(std::count(found.begin(), found.end(), text),
-              text == Texts{"MissingFile:0"}[0] ? 2 : 1)
+              text == Texts{"MissingFile:0"}[0] ? 3 : 1)
         << text;
   bool cancelled = false;
   EXPECT_THROW(CheckAccess(home_.context(), {[&] { return std::exchange(cancelled, true); }, u"x"},

@@ -32,9 +32,10 @@ inline constexpr FindingKind kGroupCycle{
     u"GroupCycle", Severity::kError,
     u"Take one of the groups out of the other; until then the web server refuses all access, and "
     u"its processes may crash."};
-inline constexpr FindingKind kMissingFile{
-    u"MissingFile", Severity::kError,
-    u"Set any rule or create any group to have it made; until then the web server refuses access."};
+inline constexpr FindingKind kMissingFile{u"MissingFile", Severity::kError,
+                                          u"Create a user, a group or a rule that belongs there to "
+                                          u"have it made; until then the web server "
+                                          u"refuses access."};
 inline constexpr FindingKind kUnreadableFile{u"UnreadableFile", Severity::kError,
                                              u"Correct the owner, the mode or the disk."};
 inline constexpr FindingKind kUnreadableRepository{

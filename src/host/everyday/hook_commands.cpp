@@ -6,6 +6,7 @@
 #include "host/everyday/requests.h"
 #include "host/text.h"
 #include "platform/text/compare.h"
+#include "platform/text/encoding.h"
 
 namespace kelvarion::host {
 namespace {
@@ -60,7 +61,9 @@ Outcome List(Session& session, const HookWords& words) {
 }
 
 Outcome Show(Session& session, const HookWords& words) {
-  Outcome outcome = Get(session, PathOf(words));
+  Outcome outcome =
+      OrMissing(Get(session, PathOf(words)),
+                "The repository '" + words.repository + "' is not there or has no such hook.");
   if (!outcome.objects.empty())
     outcome.text = outcome.objects.front().at("Content").get<std::string>();
   return outcome;
@@ -69,10 +72,17 @@ Outcome Show(Session& session, const HookWords& words) {
 Outcome Set(Session& session, const HookWords& words) {
   const std::string number = std::to_string(NumberOf(words.hook));
   const std::string script = ReadInput(words.file);
+  std::u16string text;
+  if (!platform::Utf8ToUtf16(script, text))
+    throw UsageError(
+        "The script is not valid UTF-8. Convert it first, such as: iconv -f latin1 -t utf-8 FILE");
   Outcome outcome = Call(session, kClass, "AddByRepositoryName",
                          {"Repository=" + words.repository, "Type=" + number, "Content=" + script,
                           Switch("Force", words.force)});
   TakeResult(outcome);
+  if (outcome.status == WBEM_E_ALREADY_EXISTS)
+    return Failure(outcome.status,
+                   Utf16("'" + words.repository + "' has that hook; --force overwrites it."));
   if (!outcome.objects.empty())
     outcome.text = outcome.objects.front().at("Path").get<std::string>() + "\n";
   return outcome;

@@ -30,7 +30,14 @@ Outcome List(Session& session) {
   return outcome;
 }
 
-Outcome Show(Session& session, const RepositoryWords& words) { return Get(session, PathOf(words)); }
+Outcome OrNoRepository(Outcome outcome, const RepositoryWords& words) {
+  return OrMissing(std::move(outcome),
+                   "There is no repository with the name '" + words.name + "'.");
+}
+
+Outcome Show(Session& session, const RepositoryWords& words) {
+  return OrNoRepository(Get(session, PathOf(words)), words);
+}
 
 Outcome Create(Session& session, const RepositoryWords& words) {
   Outcome outcome = Call(session, kClass, "Create", {"Name=" + words.name, "Type=0"});
@@ -86,7 +93,9 @@ Outcome Verify(Session& session, const RepositoryWords& words) {
 }
 
 Outcome Upgrade(Session& session, const RepositoryWords& words) {
-  return Call(session, ObjectPath("Kelvarion_Repository", {{"Name", words.name}}), "Upgrade", {});
+  return OrNoRepository(
+      Call(session, ObjectPath("Kelvarion_Repository", {{"Name", words.name}}), "Upgrade", {}),
+      words);
 }
 
 Outcome Measure(Session& session, const RepositoryWords& words) {

@@ -50,6 +50,11 @@ void TakeResult(Outcome& outcome, const char* parameter) {
     outcome.objects.push_back(result);
 }
 
+Outcome OrMissing(Outcome outcome, const std::string& words) {
+  if (outcome.status == WBEM_E_NOT_FOUND) return Failure(outcome.status, Utf16(words));
+  return outcome;
+}
+
 void ShowTable(Outcome& outcome, const Columns& columns, const char* nothing) {
   if (Failed(outcome.status)) return;
   Table table;

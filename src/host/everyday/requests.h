@@ -23,6 +23,9 @@ std::string Switch(const char* parameter, bool on);
 // The objects become what the method returned in this out-parameter, one or a list.
 void TakeResult(Outcome& outcome, const char* parameter = "CmdletOutput");
 
+// The provider has only a status for some that are not there; people are told in words.
+Outcome OrMissing(Outcome outcome, const std::string& words);
+
 // A column of a list: its heading and the property below it.
 using Columns = std::vector<std::pair<const char*, const char*>>;
 // People get a table of the objects, or `nothing` when there are none.
