@@ -44,21 +44,26 @@ void CreateMaster(const char* path, const svn::Pool& pool) {
 
 void SetSuspended(svn_repos_t* repository, bool suspended, const svn::Pool& pool) {
   const std::string folder = svn_repos_path(repository, pool);
-  auto role = svn::ReadReplicaRole(folder, pool);
-  if (!role)
-    svn::ThrowError(ORMU_ERR_WRONG_ROLE,
-                    Format(u"'%s' does not replicate", svn::PathFromDirent(folder)));
-  role->suspended = suspended;
-  svn::WriteReplicaRole(folder, *role, pool);
+  const auto change = [&](std::optional<svn::ReplicaRole> role) {
+    if (!role)
+      svn::ThrowError(ORMU_ERR_WRONG_ROLE,
+                      Format(u"'%s' does not replicate", svn::PathFromDirent(folder)));
+    role->suspended = suspended;
+    return *role;
+  };
+  svn::ChangeReplicaRole(folder, change, pool);
 }
 
 void ConvertToMaster(const char* path, const svn::Pool& pool) {
   svn::OpenRepository(svn::PathFromDirent(path), pool);
-  if (svn::ReadReplicaRole(path, pool))
-    svn::ThrowError(ORMU_ERR_WRONG_ROLE,
-                    Format(u"'%s' replicates already", svn::PathFromDirent(path)));
   ormu::MendGuard(path, pool);
-  svn::WriteReplicaRole(path, Master(), pool);
+  const auto change = [&](const std::optional<svn::ReplicaRole>& role) {
+    if (role)
+      svn::ThrowError(ORMU_ERR_WRONG_ROLE,
+                      Format(u"'%s' replicates already", svn::PathFromDirent(path)));
+    return Master();
+  };
+  svn::ChangeReplicaRole(path, change, pool);
 }
 
 void ConvertToPlain(const char* path, const svn::Pool& pool) {

@@ -146,13 +146,15 @@ void TurnIntoPlain(const std::string& folder, const svn::Pool& scratch) {
 
 void Relocate(const std::string& folder, const std::string& server, const std::string& repository,
               const svn::Pool& scratch) {
-  const auto old = svn::ReadReplicaRole(folder, scratch);
-  if (!old || old->master)
-    svn::ThrowError(ORMU_ERR_WRONG_ROLE,
-                    Format(u"'%s' is not a slave", svn::PathFromDirent(folder)));
-  svn::ReplicaRole role = SlaveOf(server, repository);
-  role.suspended = old->suspended;
-  svn::WriteReplicaRole(folder, role, scratch);
+  const auto change = [&](const std::optional<svn::ReplicaRole>& old) {
+    if (!old || old->master)
+      svn::ThrowError(ORMU_ERR_WRONG_ROLE,
+                      Format(u"'%s' is not a slave", svn::PathFromDirent(folder)));
+    svn::ReplicaRole role = SlaveOf(server, repository);
+    role.suspended = old->suspended;
+    return role;
+  };
+  svn::ChangeReplicaRole(folder, change, scratch);
 }
 
 }  // namespace kelvarion::ormu

@@ -130,6 +130,10 @@ TEST_F(SlaveRolesTest, ChangesOfRolesTakeTheGuardAlong) {
   ExpectClosed("master", "commit to the master: new on elsewhere:81");
   Relocate(Path("master"), "third", "r", pool_);
   EXPECT_STREQ(Info("master").master_server, "third");
+  for (const char* name : {"r\nrole = master", "r\r", "\x7f"})
+    EXPECT_EQ(FailureOf([&] { Relocate(Path("master"), "third", name, pool_); }).code,
+              SVN_ERR_INCORRECT_PARAMS);
+  EXPECT_FALSE(Info("master").is_master);
   TurnIntoMaster(Path("master"), pool_);
   EXPECT_EQ(ReadFile(Path("master/hooks/start-commit")), "#!/bin/sh\nexit 0\n");
   ExpectOpen("master");

@@ -3,9 +3,12 @@
 #include <svn_error_codes.h>
 #include <svn_io.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "errors/exception.h"
+#include "platform/files/files.h"
+#include "platform/text/encoding.h"
 #include "svn/atomic_file.h"
 #include "svn/error.h"
 #include "svn/text.h"
@@ -38,6 +41,39 @@ bool Apply(std::string_view key, std::string_view value, ReplicaRole& role) {
   return true;
 }
 
+// Held for a moment only, also while somebody replicates.
+class RoleLock {
+ public:
+  explicit RoleLock(const std::string& folder)
+      : path_(PathFromDirent(JoinDirent(JoinDirent(folder, "locks"), "role.lock"))), lock_(path_) {
+    if (lock_.Error() != ERROR_SUCCESS)
+      ThrowSystemError(lock_.Error(), Format(u"Cannot open file '%s'", path_));
+  }
+
+ private:
+  const std::u16string path_;
+  const platform::FileLock lock_;
+};
+
+void RequireOneLine(const std::string& text) {
+  if (std::ranges::any_of(text, [](unsigned char c) { return c < ' ' || c == 0x7f; }))
+    ThrowError(SVN_ERR_INCORRECT_PARAMS,
+               Format(u"'%s' cannot be the name of a master", platform::Utf16ForDisplay(text)));
+}
+
+void Replace(const std::string& folder, const ReplicaRole& role, const Pool& scratch) {
+  RequireOneLine(role.master_server);
+  RequireOneLine(role.master_repository);
+  std::ostringstream text;
+  text << "role" << kSeparator << (role.master ? "master" : "slave") << "\nsuspended" << kSeparator
+       << (role.suspended ? "yes" : "no") << '\n';
+  if (!role.master)
+    text << "server" << kSeparator << role.master_server << "\nrepository" << kSeparator
+         << role.master_repository << '\n';
+  ReplaceFile(PathFromDirent(RoleFile(folder)), text.str(), platform::NewFile::kAsFolderSays,
+              scratch);
+}
+
 }  // namespace
 
 std::optional<ReplicaRole> ReadReplicaRole(const std::string& folder, const Pool& scratch) {
@@ -61,18 +97,18 @@ std::optional<ReplicaRole> ReadReplicaRole(const std::string& folder, const Pool
 }
 
 void WriteReplicaRole(const std::string& folder, const ReplicaRole& role, const Pool& scratch) {
-  std::ostringstream text;
-  text << "role" << kSeparator << (role.master ? "master" : "slave") << "\nsuspended" << kSeparator
-       << (role.suspended ? "yes" : "no") << '\n';
-  if (!role.master)
-    text << "server" << kSeparator << role.master_server << "\nrepository" << kSeparator
-         << role.master_repository << '\n';
-  ReplaceFile(PathFromDirent(RoleFile(folder)), text.str(), platform::NewFile::kAsFolderSays,
-              scratch);
+  const RoleLock lock(folder);
+  Replace(folder, role, scratch);
 }
 
 void RemoveReplicaRole(const std::string& folder, const Pool& scratch) {
+  const RoleLock lock(folder);
   Check(svn_io_remove_file2(RoleFile(folder).c_str(), TRUE, scratch));
+}
+
+void ChangeReplicaRole(const std::string& folder, const RoleChange& change, const Pool& scratch) {
+  const RoleLock lock(folder);
+  Replace(folder, change(ReadReplicaRole(folder, scratch)), scratch);
 }
 
 }  // namespace kelvarion::svn

@@ -2,6 +2,7 @@
 // says so, replaced whole, so that a repository always has exactly one role.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -21,7 +22,12 @@ struct ReplicaRole {
 // `folder` is the repository's, in the libraries' form. Nothing for a repository without a role.
 // Throws SvnException, also for a file that says something else.
 std::optional<ReplicaRole> ReadReplicaRole(const std::string& folder, const Pool& scratch);
+// Fails for a master whose name cannot stand in a line.
 void WriteReplicaRole(const std::string& folder, const ReplicaRole& role, const Pool& scratch);
 void RemoveReplicaRole(const std::string& folder, const Pool& scratch);
+// What `change` makes of the role takes its place. Nobody writes or removes it meanwhile; what is
+// thrown leaves it.
+using RoleChange = std::function<ReplicaRole(const std::optional<ReplicaRole>& role)>;
+void ChangeReplicaRole(const std::string& folder, const RoleChange& change, const Pool& scratch);
 
 }  // namespace kelvarion::svn
