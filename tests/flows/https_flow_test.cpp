@@ -70,6 +70,12 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
   EXPECT_EQ(strcasecmp(("sha256 Fingerprint=" + shown.sha256 + "\n").c_str(), print.c_str()), 0)
       << shown.sha256 << " is not " << print;
   EXPECT_FALSE(shown.vouched_for);
+  // With an authority that vouches for it what counts is the name, as Subversion's client finds it:
+  // it passes over the addresses that the certificate has.
+  setenv("SSL_CERT_FILE", certificate.c_str(), 1);
+  EXPECT_TRUE(ormu::FetchCertificate("localhost:" + std::to_string(server.ssl_port)).vouched_for);
+  EXPECT_FALSE(ormu::FetchCertificate(name).vouched_for);
+  unsetenv("SSL_CERT_FILE");
   for (const char* version : {"-tls1_1", "-tls1_3"})
     EXPECT_NE(Handshake({version}).exit_code, 0) << version;
 

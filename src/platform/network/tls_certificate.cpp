@@ -122,12 +122,20 @@ PeerCertificate Describe(const X509* certificate) {
   return result;
 }
 
-// The name is checked as a client that means business would check it.
+bool IsAddress(const std::string& host) {
+  in6_addr address;
+  return inet_pton(AF_INET, host.c_str(), &address) == 1 ||
+         inet_pton(AF_INET6, host.c_str(), &address) == 1;
+}
+
+// As Subversion's client checks the name, which has to accept the certificate: it looks for
+// addresses too among the DNS names, or in the common name where there are none, and for asterisks
+// only in place of a whole label.
 void Expect(SSL* session, const std::string& host) {
   X509_VERIFY_PARAM* const expected = SSL_get0_param(session);
-  if (X509_VERIFY_PARAM_set1_ip_asc(expected, host.c_str()) == 1) return;
+  X509_VERIFY_PARAM_set_hostflags(expected, X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
   X509_VERIFY_PARAM_set1_host(expected, host.c_str(), host.size());
-  SSL_set_tlsext_host_name(session, host.c_str());
+  if (!IsAddress(host)) SSL_set_tlsext_host_name(session, host.c_str());
 }
 
 // Through memory, since a library that writes to a socket itself may end the process with a signal.

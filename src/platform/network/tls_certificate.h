@@ -13,7 +13,8 @@ struct PeerCertificate {
   std::string subject;
   std::string issuer;
   std::string valid_until;
-  // The chain leads to an authority that this machine trusts, and the name is the server's.
+  // The chain leads to an authority that this machine trusts, and Subversion's client finds the
+  // server's name in it; an address only where a DNS name says the same.
   bool vouched_for = false;
 };
 
