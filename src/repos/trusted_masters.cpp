@@ -55,14 +55,22 @@ std::string Address(const TrustRequest& request) {
 
 }  // namespace
 
-void TrustMaster(const ServerContext& context, const TrustRequest& request) {
+void TrustMaster(const ServerContext& context, const TrustRequest& request,
+                 const std::function<void(const std::u16string& text)>& warn) {
   if (request.account.empty() && !request.password.empty())
     Refuse(u"A password is of no use without an account");
   if (HasControls(request.account) || HasControls(request.password))
     Refuse(u"An account and its password contain no control characters");
+  const std::string url = Address(request);
   ormu::TrustMaster(context.machine().home, svn::Utf8(request.server),
-                    {Address(request), svn::Utf8(request.account), svn::Utf8(request.password),
+                    {url, svn::Utf8(request.account), svn::Utf8(request.password),
                      Fingerprint(request.certificate_sha256)});
+  if (url.starts_with("http://") && !request.password.empty()) {
+    warn(
+        Format(u"The password of '%s' will go to '%s' unencrypted: anybody on the way can read "
+               u"it. Where the master can be reached over https, trust it so.",
+               request.account, svn::Utf16(url)));
+  }
 }
 
 ormu::ServerCertificate FetchCertificate(const std::u16string& server) {

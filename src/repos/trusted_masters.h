@@ -1,6 +1,7 @@
 // Whom the slaves of this server may follow, as clients say it. What is stored is in ormu/trust.h.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -20,8 +21,9 @@ struct TrustRequest {
 };
 
 // Throws WMIException WBEM_E_INVALID_METHOD_PARAMETERS for what cannot be meant, else as
-// ormu::TrustMaster does.
-void TrustMaster(const ServerContext& context, const TrustRequest& request);
+// ormu::TrustMaster does. Warns of a password that anybody on the way could read.
+void TrustMaster(const ServerContext& context, const TrustRequest& request,
+                 const std::function<void(const std::u16string& text)>& warn);
 
 // As ormu::FetchCertificate; a server that cannot be reached is explained as a failed request is.
 ormu::ServerCertificate FetchCertificate(const std::u16string& server);

@@ -45,10 +45,12 @@ HRESULT TrustedMasterClassHandler::EnumerateInstances(CallContext*, ResponseSink
 }
 
 void TrustedMasterClassHandler::Trust(MethodCall& call) {
-  repos::TrustMaster(context(), {call.in(kServer), call.optional_in(Text{u"Scheme"}),
-                                 call.optional_in(kUrl), call.optional_in(kAccount).value_or(u""),
-                                 call.optional_in(Text{u"Password"}).value_or(u""),
-                                 call.optional_in(kCertificateSha256).value_or(u"")});
+  repos::TrustMaster(
+      context(),
+      {call.in(kServer), call.optional_in(Text{u"Scheme"}), call.optional_in(kUrl),
+       call.optional_in(kAccount).value_or(u""), call.optional_in(Text{u"Password"}).value_or(u""),
+       call.optional_in(kCertificateSha256).value_or(u"")},
+      call.warn());
 }
 
 void TrustedMasterClassHandler::GetCertificate(MethodCall& call) {
