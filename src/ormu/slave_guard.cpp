@@ -79,6 +79,16 @@ std::unique_ptr<platform::FileLock> WaitForLock(const std::string& folder,
   }
 }
 
+// The first program that was put aside comes back; what administrators put in its place while the
+// repository was a slave stays beside it, for them to look through.
+std::string FreeNameAside(const std::string& hook) {
+  std::string name = hook + kAside;
+  std::error_code error;
+  for (int i = 2; fs::exists(fs::symlink_status(name, error)); ++i)
+    name = hook + kAside + std::to_string(i);
+  return name;
+}
+
 bool IsPutAside(const std::string& hook, const svn::Pool& scratch) {
   return fs::exists(hook + kAside) &&
          svn::InspectHookProgram(hook, scratch) != svn::HookProgram::kForeign;
@@ -113,7 +123,7 @@ void InstallGuardHooks(const std::string& folder, const svn::Pool& scratch) {
   for (const char* name : kGuardHooks) {
     const std::string hook = HookOf(folder, name);
     if (svn::InstallHookLauncher(hook, scratch)) continue;
-    Rename(hook, hook + kAside);
+    Rename(hook, FreeNameAside(hook));
     svn::InstallHookLauncher(hook, scratch);
   }
 }

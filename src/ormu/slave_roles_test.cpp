@@ -134,8 +134,11 @@ TEST_F(SlaveRolesTest, ChangesOfRolesTakeTheGuardAlong) {
     EXPECT_EQ(FailureOf([&] { Relocate(Path("master"), "third", name, pool_); }).code,
               SVN_ERR_INCORRECT_PARAMS);
   EXPECT_FALSE(Info("master").is_master);
+  fs::remove(Path("master/hooks/start-commit"));
+  WriteFile(Path("master/hooks/start-commit"), "a second one");
   TurnIntoMaster(Path("master"), pool_);
   EXPECT_EQ(ReadFile(Path("master/hooks/start-commit")), "#!/bin/sh\nexit 0\n");
+  EXPECT_EQ(ReadFile(Path("master/hooks/start-commit.kept2")), "a second one");
   ExpectOpen("master");
   EXPECT_TRUE(Info("master").is_master);
 
