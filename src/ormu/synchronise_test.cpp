@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -203,16 +204,30 @@ TEST_F(SynchroniseTest, AMasterOnTheWebIsFollowedByWhomItKnowsIfItIsTheRightOne)
   ExpectEqual("master", "slave");
 }
 
-// Runs in a process of its own, to be killed.
-class SynchroniseProcess : public SynchroniseTest {};
+// Runs in a process of its own, which kills itself.
+class SynchroniseProcess : public SynchroniseTest {
+ protected:
+  static int Number(const char* variable) {
+    const char* const text = std::getenv(variable);
+    return text ? std::atoi(text) : 0;
+  }
+};
 
 TEST_F(SynchroniseProcess, DISABLED_BringsASlaveUpToDate) {
   const char* const folder = std::getenv("KELVARION_TEST_FOLDER");
   ASSERT_TRUE(folder);
+  const std::int64_t last = Number("KELVARION_TEST_LAST");
+  int steps = Number("KELVARION_TEST_STEPS");  // Within the revision after that.
+  bool is_there = false;
   MasterSession session({"master.test", "master", {std::string("file://") + folder, "", "", ""}},
-                        {[] { return false; }, u""}, pool_);
-  const std::string slave = std::string(folder) + "/slave";
-  Synchronise(session, slave, session.Youngest(), nullptr);
+                        {[&] {
+                           if (is_there && steps-- <= 0) std::raise(SIGKILL);
+                           return false;
+                         },
+                         u""},
+                        pool_);
+  Synchronise(session, std::string(folder) + "/slave", session.Youngest(),
+              [&](std::int64_t revision) { is_there = is_there || revision == last; });
 }
 
 TEST_F(SynchroniseTest, AKillAtAnyMomentCostsNothingThatWasDone) {
@@ -221,27 +236,18 @@ TEST_F(SynchroniseTest, AKillAtAnyMomentCostsNothingThatWasDone) {
   ChangeOften("master", 120);
   MakeSlave("master", "slave");
   setenv("KELVARION_TEST_FOLDER", folder_.native().c_str(), 1);
-  std::int64_t last = 0;
-  int killed = 0;
-  for (int delay = 0; last < 127; ++delay) {
-    testing::ChildProcess process({"/proc/self/exe", "--gtest_also_run_disabled_tests",
-                                   "--gtest_filter=SynchroniseProcess.*"});
-    // After some more revisions each time; the last process ends by itself.
-    const std::int64_t enough = last + delay * 5;
-    ASSERT_TRUE(Eventually([&] {
-      return YoungestRevision(Path("slave"), pool_) >= std::min<std::int64_t>(enough, 127);
-    }));
-    process.Kill();
-    ++killed;
-    process.Wait();
-    const std::int64_t youngest = YoungestRevision(Path("slave"), pool_);
-    EXPECT_GE(youngest, last);
-    last = youngest;
+  int steps = 0;
+  for (const int last : {1, 3, 4, 30, 60, 75, 90, 110}) {
+    setenv("KELVARION_TEST_LAST", std::to_string(last).c_str(), 1);
+    setenv("KELVARION_TEST_STEPS", std::to_string(steps++).c_str(), 1);
+    const auto ended = testing::RunProcess({"/proc/self/exe", "--gtest_also_run_disabled_tests",
+                                            "--gtest_filter=SynchroniseProcess.*"});
+    ASSERT_EQ(ended.exit_code, 128 + SIGKILL) << last << ended.all();
+    EXPECT_GE(YoungestRevision(Path("slave"), pool_), last);
     Run({"svnadmin", "verify", "-q", Path("slave")});
     MendGuard(Path("slave"), pool_);
     EXPECT_TRUE(fs::is_directory(Path("slave/db/write-lock")));
   }
-  EXPECT_GT(killed, 3);
   Sync("master", "slave");
   ExpectEqual("master", "slave");
   EXPECT_TRUE(fs::is_empty(Path("slave/db/transactions")));
