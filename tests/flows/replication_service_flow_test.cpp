@@ -167,6 +167,11 @@ TEST_F(ReplicationServiceTest, ASlaveFollowsThroughKillsAndWhileItsMasterComesAn
   EXPECT_FALSE(unserved.service_runs);
   ASSERT_EQ(unserved.slaves.size(), 1u);
   EXPECT_EQ(unserved.slaves[0].revision, 3);
+  // As a loss of power in the middle of a bulk load may leave it.
+  bool written = false;
+  platform::CreateAndWriteFile(svn::Utf16(slave.root + "/copy/db/bulk-load"), "2\nan earlier boot",
+                               platform::NewFile::kPrivate, written);
+  WriteText(slave.root + "/copy/db/current", "");
   master.Commit("fourth");
   slave.StartService();
   ASSERT_TRUE(slave.Has("copy", 4)) << slave.Log();

@@ -98,6 +98,8 @@ void Follower::Pass() {
   const svn::Pool scratch(*pool_);
   const auto role = svn::ReadReplicaRole(folder_, scratch);
   if (!role || role->master) return session_.reset();
+  // First: what a loss of power hurt may not even be readable.
+  if (compare_last_ <= Clock::now()) MendGuard(folder_, scratch);
   const std::int64_t revision = YoungestRevision(folder_, scratch);
   {
     const std::lock_guard lock(mutex_);
@@ -107,7 +109,6 @@ void Follower::Pass() {
     status_.revision = revision;
     if (role->suspended) status_.last_error.clear();
   }
-  if (compare_last_ <= Clock::now()) MendGuard(folder_, scratch);
   if (role->suspended) return session_.reset();
   following_ = true;
   Follow(*role);
