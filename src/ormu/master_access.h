@@ -15,6 +15,7 @@ struct MasterAccess {
   // SHA-256 of the certificate's DER form in lower-case hex digits: only that certificate is
   // trusted. Empty: one that an authority of this machine vouches for.
   std::string certificate_sha256;
+  friend bool operator==(const MasterAccess&, const MasterAccess&) = default;
 };
 
 }  // namespace kelvarion::ormu

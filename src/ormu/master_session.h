@@ -20,6 +20,7 @@ struct Master {
   std::string server;      // host[:port], as its administrators name it.
   std::string repository;  // Its name there.
   MasterAccess access;
+  friend bool operator==(const Master&, const Master&) = default;
 };
 
 using RevisionProperties = std::map<std::string, std::string>;

@@ -274,10 +274,12 @@ TEST_F(ReplicationServiceTest, NobodyHoldsASlaveWhileHeWaitsForTheNames) {
 
 // A server that takes connections and says nothing holds nobody up; over svn: nothing ends the
 // wait.
-TEST_F(ReplicationServiceTest, NobodyWaitsForASilentMaster) {
+TEST_F(ReplicationServiceTest, NobodyWaitsForASilentMasterNorFollowsAForgottenOne) {
   const SilentServer silent;
   CreateSlave();
-  ASSERT_TRUE(slave.Has("copy", 0));
+  ASSERT_TRUE(Eventually([&] { return slave.StatusOf("copy").master_revision.has_value(); }));
+  ormu::ForgetMaster(slave.home, master.Name());
+  EXPECT_TRUE(Eventually([&] { return !slave.StatusOf("copy").last_error.empty(); }));
   ormu::TrustMaster(slave.home, silent.Name(), {"svn://" + silent.Name(), "", "", ""});
   const std::string folder = slave.root + "/copy";
   WriteText(folder + "/ormu.conf",

@@ -116,10 +116,10 @@ void Follower::Pass() {
 }
 
 void Follower::Follow(const svn::ReplicaRole& role) {
-  if (session_ && (session_->master().server != role.master_server ||
-                   session_->master().repository != role.master_repository))
-    session_.reset();
-  if (!session_) Connect(role);
+  Master master{role.master_server, role.master_repository,
+                RequireMaster(parts_.home, role.master_server)};
+  if (session_ && session_->master() != master) session_.reset();
+  if (!session_) Connect(std::move(master));
   const std::int64_t youngest = session_->Youngest();
   {
     const std::lock_guard lock(mutex_);
@@ -130,11 +130,9 @@ void Follower::Follow(const svn::ReplicaRole& role) {
   CompareProperties(youngest);
 }
 
-void Follower::Connect(const svn::ReplicaRole& role) {
+void Follower::Connect(Master master) {
   svn::Cancellation cancellation{[this] { return Stopped(); }, u"Replication has been stopped."};
-  session_.emplace(Master{role.master_server, role.master_repository,
-                          RequireMaster(parts_.home, role.master_server)},
-                   std::move(cancellation), *pool_);
+  session_.emplace(std::move(master), std::move(cancellation), *pool_);
   RequireSameHistory(*session_, folder_);
   compare_all_ = {};
 }

@@ -54,7 +54,7 @@ class Follower {
   void Run();
   void Pass();
   void Follow(const svn::ReplicaRole& role);
-  void Connect(const svn::ReplicaRole& role);
+  void Connect(Master master);
   void Replay(std::int64_t youngest);
   void CompareProperties(std::int64_t youngest);
   void OnSuccess();
