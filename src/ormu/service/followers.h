@@ -48,8 +48,8 @@ class Followers {
   // the same name lives. Waits until nobody has the right to write, unless cancelled; who waits for
   // a master without it is told to end and left behind. The slave is looked at again afterwards.
   //
-  // Who renames waits for it with the names of the root locked: so nobody waits for that lock who
-  // holds a slave.
+  // Who renames or creates waits for it with the names of the root locked: so nobody waits for that
+  // lock who holds a slave.
   class Hold {
    public:
     Hold(Followers& followers, const std::string& name, const svn::Cancellation& cancellation)

@@ -99,6 +99,7 @@ WireJson Request::CreateSlave() {
   MasterSession& master = Connect(Text("server"), Text("repository"));
   const WorkPlace work(root_, pool_);
   MakeEmptySlave(master, work.repository());
+  const auto names = LockNames(root_);
   const Followers::Hold hold(followers_, Name(), cancellation_);
   MoveRepository(work.repository(), folder);
   return WireJson::object();

@@ -28,12 +28,16 @@ std::unique_ptr<platform::FileLock> Lock(const std::string& file) {
 
 }  // namespace
 
+std::unique_ptr<platform::FileLock> LockNames(const std::string& root) {
+  return Lock(svn::JoinDirent(root, "Kelvarion-Global.lck"));
+}
+
 WorkPlace::WorkPlace(const std::string& root, const svn::Pool& parent)
     : pool_(parent),
       base_(svn::JoinDirent(root, ".kelvarion")),
       folder_(svn::JoinDirent(base_, svn_uuid_generate(pool_))) {
   // Under it the store looks for folders that nobody has locked.
-  const auto names = Lock(svn::JoinDirent(root, "Kelvarion-Global.lck"));
+  const auto names = LockNames(root);
   std::error_code error;
   if (fs::create_directory(base_, error)) fs::permissions(base_, fs::perms::owner_all, error);
   Require(error, u"create directory", base_);

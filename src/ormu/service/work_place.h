@@ -10,6 +10,9 @@
 
 namespace kelvarion::ormu {
 
+// While it is held nobody else gives names to repositories of the root. Throws SvnException.
+std::unique_ptr<platform::FileLock> LockNames(const std::string& root);
+
 // A folder of its own in the work folder of the root, with a lock by which the store knows that it
 // is in use; what a killed service leaves, the store's next operation removes. Paths are the
 // libraries'.
