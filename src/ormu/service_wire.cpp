@@ -10,6 +10,17 @@ namespace {
 // Names, addresses and chains fit many times.
 constexpr std::size_t kLongestLine = 16 * 1024 * 1024;
 
+using Clock = std::chrono::steady_clock;
+
+bool AwaitUntil(Clock::time_point end, int socket) {
+  using std::chrono::milliseconds;
+  for (;;) {
+    const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
+    if (left <= milliseconds::zero()) return false;
+    if (platform::AwaitReadable(socket, static_cast<int>(left.count()))) return true;
+  }
+}
+
 }  // namespace
 
 std::string ServiceSocketPath(const std::string& home) { return home + "/server/run/ormusvc.sock"; }
@@ -31,10 +42,12 @@ svn_error_t* ChainFromJson(const WireJson& json) {
   return chain;
 }
 
-bool ReceiveLine(int socket, std::string& line) {
+bool ReceiveLine(int socket, std::string& line, std::optional<std::chrono::milliseconds> patience) {
+  const auto end = Clock::now() + patience.value_or(std::chrono::milliseconds::zero());
   line.clear();
   char buffer[4096];
   for (std::size_t count = 0; line.size() < kLongestLine;) {
+    if (patience && !AwaitUntil(end, socket)) return false;
     if (platform::Receive(socket, buffer, sizeof buffer, count) != ERROR_SUCCESS || count == 0)
       return false;
     line.append(buffer, count);

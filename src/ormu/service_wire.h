@@ -6,7 +6,9 @@
 // A client that hangs up no longer wants the answer. Only the account of the service is served.
 #pragma once
 
+#include <chrono>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 struct svn_error_t;
@@ -21,7 +23,9 @@ WireJson ChainToJson(svn_error_t* chain);
 // Never null. Throws WireJson::exception for what is no chain.
 svn_error_t* ChainFromJson(const WireJson& json);
 
-// The line without its end; false when the other end stopped before one came.
-bool ReceiveLine(int socket, std::string& line);
+// The line without its end; false when the other end stopped before one came, or took longer than
+// the patience, which a socket that does not block needs.
+bool ReceiveLine(int socket, std::string& line,
+                 std::optional<std::chrono::milliseconds> patience = std::nullopt);
 
 }  // namespace kelvarion::ormu

@@ -4,8 +4,10 @@
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -291,7 +293,11 @@ TEST_F(ReplicationServiceTest, NobodyWaitsForASilentMasterNorFollowsAForgottenOn
   platform::Descriptor client;
   ASSERT_EQ(platform::ConnectLocal(ormu::ServiceSocketPath(slave.home), client), 0u);
   const std::string promote = R"({"request": "promote_slave", "name": "copy"})";
-  ASSERT_EQ(platform::SendAll(client.get(), promote + "\n", 10'000), 0u);
+  // In two pieces.
+  ASSERT_EQ(platform::SendAll(client.get(), promote, 10'000), 0u);
+  int unread = 1;
+  EXPECT_TRUE(Eventually([&] { return !ioctl(client.get(), SIOCOUTQ, &unread) && !unread; }));
+  ASSERT_EQ(platform::SendAll(client.get(), "\n", 10'000), 0u);
   client = platform::Descriptor();
   EXPECT_TRUE(Eventually([&] { return slave.LogSays("refused " + promote); })) << slave.Log();
   writer.reset();

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr int kMostRunning = 64;
 constexpr std::size_t kShownOfRequest = 500;
 constexpr int kSendTimeout = 10'000;
-constexpr int kReceiveTimeout = 10'000;
+constexpr std::chrono::seconds kReceivePatience{10};
 
 bool MayAsk(int client) {
   ClientToken token;
@@ -62,9 +62,7 @@ void SocketServer::Serve(std::chrono::milliseconds patience) {
 
 void SocketServer::ServeClient(const platform::Descriptor& client) const {
   std::string line;
-  if (!MayAsk(client.get()) || !platform::AwaitReadable(client.get(), kReceiveTimeout) ||
-      !ReceiveLine(client.get(), line))
-    return;
+  if (!MayAsk(client.get()) || !ReceiveLine(client.get(), line, kReceivePatience)) return;
   platform::SendAll(client.get(), Answer(client.get(), line), kSendTimeout);
 }
 
