@@ -109,7 +109,10 @@ void Follower::Pass() {
     status_.revision = revision;
     if (role->suspended) status_.last_error.clear();
   }
-  if (role->suspended) return session_.reset();
+  if (role->suspended) {
+    wait_ = kBetweenQuestions;  // Also after failures: so soon it is seen to be resumed.
+    return session_.reset();
+  }
   following_ = true;
   Follow(*role);
   OnSuccess();
