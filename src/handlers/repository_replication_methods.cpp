@@ -26,14 +26,14 @@ repos::MasterAddress Master(const MethodCall& call) {
 }  // namespace
 
 void RepositoryClassHandler::CreateOrmuMaster(MethodCall& call) {
-  repos::CreateOrmuMaster(context(), call.in(kName));
+  repos::CreateOrmuMaster(context(), call.in(kName), call.warn());
 }
 
 void RepositoryClassHandler::ImportOrmuMaster(MethodCall& call) {
   const repos::MasterImport import{
       call.in(Text{u"ImportPath"}), call.in(Flag{u"ImportPermissions"}),
       call.in(Flag{u"ImportDelegation"}), call.in(Flag{u"ImportHooks"})};
-  repos::ImportOrmuMaster(context(), call.in(kName), import, &call.cancel());
+  repos::ImportOrmuMaster(context(), call.in(kName), import, &call.cancel(), call.warn());
 }
 
 void RepositoryClassHandler::CreateOrmuSlave(MethodCall& call) {
@@ -56,7 +56,7 @@ void RepositoryClassHandler::ConvertToFsfs(MethodCall& call) {
 }
 
 void RepositoryClassHandler::PromoteToOrmuMaster(MethodCall& call) {
-  repos::PromoteSlave(context(), Repository(call, context()));
+  repos::PromoteSlave(context(), Repository(call, context()), call.warn());
 }
 
 void RepositoryClassHandler::CheckReplicationConsistency(MethodCall& call) {

@@ -64,13 +64,14 @@ ConversionResult Convert(const ServerContext& context, const std::u16string& nam
 
 }  // namespace
 
-void CreateOrmuMaster(const ServerContext& context, const std::u16string& name) {
+void CreateOrmuMaster(const ServerContext& context, const std::u16string& name,
+                      const services::Warn& warn) {
   const NewRepository repository(context, name, Prepared::kMayBeEmptyFolder);
   svn::Check(ormu_create_master(repository.folder().c_str(), repository.pool()));
   repository.WriteMissingRules();
   WriteFirstReplicationSettings(repository.folder(), repository.pool());
   repository.Publish();
-  UpdateReplicationLocation(context);
+  UpdateReplicationLocation(context, warn);
 }
 
 void CreateOrmuSlave(const ServerContext& context, const std::u16string& name,
@@ -92,7 +93,8 @@ void CreateOrmuSlave(const ServerContext& context, const std::u16string& name,
 }
 
 void ImportOrmuMaster(const ServerContext& context, const std::u16string& name,
-                      const MasterImport& import, const IcCancelCallback* cancel) {
+                      const MasterImport& import, const IcCancelCallback* cancel,
+                      const services::Warn& warn) {
   RequireAbsolutePath(import.source);
   const NewRepository repository(context, name, Prepared::kRefuse);
   LongOperation operation(cancel, kMasterImportCancelled);
@@ -102,7 +104,7 @@ void ImportOrmuMaster(const ServerContext& context, const std::u16string& name,
   repository.WriteMissingRules();
   operation.Check();
   repository.Publish();
-  UpdateReplicationLocation(context);
+  UpdateReplicationLocation(context, warn);
 }
 
 void ExportReplicationSeed(const ServerContext& context, const std::u16string& name,

@@ -42,16 +42,17 @@ std::uint32_t TestOrmuConnection(const ServerContext& context, const MasterAddre
   return static_cast<std::uint32_t>(revisions);
 }
 
-void PromoteSlave(const ServerContext& context, const std::u16string& name) {
+void PromoteSlave(const ServerContext& context, const std::u16string& name,
+                  const services::Warn& warn) {
   RequireSlave(context, name);
   const svn::Pool pool(context.root_pool());
   CheckRequest(ormusvc_client_promote_slave(Home(context), svn::Utf8(name).c_str(), pool));
   WriteMissingRules(svn::DirentFromPath(GetRepositoryPath(context, name)), Rules::kBoth, pool);
-  UpdateReplicationLocation(context);
+  UpdateReplicationLocation(context, warn);
 }
 
 void DowngradeMaster(const ServerContext& context, const std::u16string& name,
-                     const MasterAddress& master) {
+                     const MasterAddress& master, const services::Warn& warn) {
   if (!IsOneOf(context, name, {RepositoryType::OrmuMaster}))
     throw SimpleException(u"This operation is supported only for master ORMU repositories.");
   TestOrmuConnection(context, master);
@@ -59,7 +60,7 @@ void DowngradeMaster(const ServerContext& context, const std::u16string& name,
   const MasterName new_master(master);
   CheckRequest(ormusvc_client_downgrade_master(Home(context), svn::Utf8(name).c_str(),
                                                new_master.server(), new_master.repository(), pool));
-  UpdateReplicationLocation(context);
+  UpdateReplicationLocation(context, warn);
 }
 
 void RelocateSlave(const ServerContext& context, const std::u16string& name,

@@ -11,6 +11,7 @@
 
 #include "context/cancel_callback.h"
 #include "context/server_context.h"
+#include "services/explained_request.h"
 
 namespace kelvarion::repos {
 
@@ -21,7 +22,9 @@ struct MasterAddress {
   std::u16string repository;
 };
 
-void CreateOrmuMaster(const ServerContext& context, const std::u16string& name);
+// What changes the masters of this server warns where the web server does not know of it yet.
+void CreateOrmuMaster(const ServerContext& context, const std::u16string& name,
+                      const services::Warn& warn = nullptr);
 void CreateOrmuSlave(const ServerContext& context, const std::u16string& name,
                      const MasterAddress& master);
 
@@ -33,16 +36,18 @@ struct MasterImport {
 };
 // SvnException 200004 for a relative path, 200015 "The repository creation has been cancelled.".
 void ImportOrmuMaster(const ServerContext& context, const std::u16string& name,
-                      const MasterImport& import, const IcCancelCallback* cancel);
+                      const MasterImport& import, const IcCancelCallback* cancel,
+                      const services::Warn& warn = nullptr);
 
 // The number of revisions that the master has.
 std::uint32_t TestOrmuConnection(const ServerContext& context, const MasterAddress& master);
 
 // SimpleException when the repository is of another type than the operation needs.
-void PromoteSlave(const ServerContext& context, const std::u16string& name);
+void PromoteSlave(const ServerContext& context, const std::u16string& name,
+                  const services::Warn& warn = nullptr);
 // Tests the connection to the new master first.
 void DowngradeMaster(const ServerContext& context, const std::u16string& name,
-                     const MasterAddress& master);
+                     const MasterAddress& master, const services::Warn& warn = nullptr);
 void RelocateSlave(const ServerContext& context, const std::u16string& name,
                    const MasterAddress& master);
 // Takes up a slave that was copied to the repositories root.

@@ -123,7 +123,7 @@ void PS_RepositoryClassHandler::Create(MethodCall& call) {
       break;
     case RepositoryType::OrmuMaster:
       RefuseMaster(call);
-      repos::CreateOrmuMaster(context(), name);
+      repos::CreateOrmuMaster(context(), name, call.warn());
       break;
     case RepositoryType::OrmuSlave:
       repos::CreateOrmuSlave(context(), name, cmdlet::Master(call, name));

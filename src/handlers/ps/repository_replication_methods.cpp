@@ -124,9 +124,9 @@ void PS_RepositoryClassHandler::Switch(MethodCall& call) {
         u"Parameter 'MasterServer' cannot be specified when converting to OrmuMaster repository",
         u"Parameter 'MasterRepository' cannot be specified when converting to OrmuMaster "
         u"repository");
-    repos::PromoteSlave(context(), name);
+    repos::PromoteSlave(context(), name, call.warn());
   } else if (role == kToSlave) {
-    repos::DowngradeMaster(context(), name, cmdlet::Master(call, name));
+    repos::DowngradeMaster(context(), name, cmdlet::Master(call, name), call.warn());
   } else {
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS);
   }
