@@ -100,6 +100,7 @@ WireJson Request::CreateSlave() {
   const WorkPlace work(root_, pool_);
   MakeEmptySlave(master, work.repository());
   const auto names = LockNames(root_);
+  RequireNothingAt(folder);  // Before it is taken from its follower.
   const Followers::Hold hold(followers_, Name(), cancellation_);
   MoveRepository(work.repository(), folder);
   return WireJson::object();

@@ -58,10 +58,15 @@ WorkPlace::~WorkPlace() {
 
 std::string WorkPlace::repository() const { return svn::JoinDirent(folder_, "repository"); }
 
-void MoveRepository(const std::string& from, const std::string& to) {
+void RequireNothingAt(const std::string& path) {
   std::error_code error;
-  if (fs::exists(fs::symlink_status(to, error)))
-    svn::ThrowAprError(EEXIST, Format(u"Can't create directory '%s'", svn::PathFromDirent(to)));
+  if (fs::exists(fs::symlink_status(path, error)))
+    svn::ThrowAprError(EEXIST, Format(u"Can't create directory '%s'", svn::PathFromDirent(path)));
+}
+
+void MoveRepository(const std::string& from, const std::string& to) {
+  RequireNothingAt(to);
+  std::error_code error;
   fs::rename(from, to, error);
   Require(error, u"move to", to);
 }

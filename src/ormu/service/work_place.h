@@ -33,6 +33,9 @@ class WorkPlace {
   std::unique_ptr<platform::FileLock> lock_;
 };
 
+// Throws SvnException when something is there.
+void RequireNothingAt(const std::string& path);
+
 // Gives a repository another place of the same file system, where nothing is. Throws SvnException.
 void MoveRepository(const std::string& from, const std::string& to);
 
