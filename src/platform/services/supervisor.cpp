@@ -175,11 +175,11 @@ Win32Error Supervisor::ExitCode(int exit_status) const {
 
 void Supervisor::Record(Phase phase, Win32Error exit_code) {
   const FileLock lock(PathFromNative(service_.File(".lock")));
-  // A stop that was asked for while the program came up stays asked for.
+  // What was asked for while the program came up stays asked for; its signal is on its way.
   const ServiceRecord stored = ReadRecord(service_);
-  if (phase != Phase::kStopped && stored.supervisor == record_.supervisor &&
-      stored.phase == Phase::kStopping)
-    phase = Phase::kStopping;
+  const bool stop = stored.phase == Phase::kStopping && phase != Phase::kStopped;
+  const bool restart = stored.phase == Phase::kRestarting && phase == Phase::kRunning;
+  if ((stop || restart) && stored.supervisor == record_.supervisor) phase = stored.phase;
   record_.phase = phase;
   record_.exit_code = exit_code;
   WriteRecord(service_, record_);
