@@ -17,9 +17,12 @@
 namespace kelvarion::repos {
 namespace {
 
-// So many that no processor waits long for the last one. Not more: each walks all of the index of
-// shared contents. A range takes at least as many revisions as make up for starting a program.
-constexpr std::int64_t kRangesPerProcessor = 6;
+// Ranges become shorter towards the end, so that no processor waits long for the last one. There
+// are not many, since each walks all of the index of shared contents: half of a processor's share
+// of what is left, but not less than a sixteenth of its share of all, nor than makes up for a
+// program's start.
+constexpr std::int64_t kPartOfShare = 2;
+constexpr std::int64_t kSmallestPart = 16;
 constexpr std::int64_t kFewestRevisions = 16;
 
 struct Extent {
@@ -40,11 +43,13 @@ Extent ReadExtent(const std::u16string& folder, const svn::Pool& scratch) {
 
 // What lies in one file is checked at once.
 std::vector<RevisionRange> Split(const Extent& extent) {
-  const std::int64_t all = kRangesPerProcessor * std::thread::hardware_concurrency();
-  const std::int64_t unpacked =
-      std::max(kFewestRevisions, extent.youngest / std::max<std::int64_t>(all, 1) + 1);
+  const std::int64_t processors = std::max(1u, std::thread::hardware_concurrency());
+  const std::int64_t fewest =
+      std::max(kFewestRevisions, extent.youngest / (kSmallestPart * processors) + 1);
   std::vector<RevisionRange> ranges;
   for (std::int64_t first = 0; first <= extent.youngest; first = ranges.back().last + 1) {
+    const std::int64_t left = extent.youngest + 1 - first;
+    const std::int64_t unpacked = std::max(fewest, left / (kPartOfShare * processors));
     const bool packed = first < extent.packed_end;
     const std::int64_t count =
         packed ? std::max<std::int64_t>(unpacked / extent.shard, 1) * extent.shard : unpacked;
