@@ -39,9 +39,10 @@ bench: installed ## Measure against the usual tools (BENCH_QUICK=1: on small dat
 	@cmake --build --preset release --parallel $(JOBS) --target kelvarion-bench
 	@$(BUILD)/release/bin/kelvarion-bench $(BENCH)
 
-faults: installed $(BUILD)/build.ninja ## Hit every change at each of its calls, by failures and by kills (`make test` takes some)
+faults: installed $(BUILD)/build.ninja ## Fail and kill every change at each of its calls; replicate while everything breaks
 	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests
 	@KELVARION_EVERY_CALL=1 $(BUILD)/bin/flow_tests --gtest_filter='*FailingCalls*' --gtest_brief=1
+	@KELVARION_FAULT_SECONDS=120 $(BUILD)/bin/flow_tests --gtest_filter='ReplicationFaultTest.*'
 
 fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 for each)
 	@cmake --preset fuzz >/dev/null
@@ -51,10 +52,6 @@ fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 
 load: installed $(BUILD)/build.ninja ## Serve 64 clients for a minute: answers, times, memory
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-load
 	@$(BUILD)/bin/kelvarion-load
-
-faults: installed $(BUILD)/build.ninja ## Replicate for two minutes while everything in between breaks
-	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests
-	@KELVARION_FAULT_SECONDS=120 $(BUILD)/bin/flow_tests --gtest_filter='ReplicationFaultTest.*'
 
 check: installed ## Check the rules of the source tree and its formatting
 	@tools/check
