@@ -4,55 +4,28 @@
 #include "handlers/ormu_service_class_handler.h"
 
 #include "access/windows_groups.h"
-#include "platform/text/compare.h"
 #include "services/explained_request.h"
-#include "services/ormu_service.h"
 
 namespace kelvarion {
 namespace {
 
 using Number = Property<std::uint32_t>;
 
-constexpr Property<std::u16string> kName{u"Name"};
 constexpr Number kServiceState{u"ServiceState"};
 constexpr Number kExitCode{u"ExitCode"};
 constexpr Number kStartMode{u"StartMode"};
 constexpr Property<std::vector<WMIObject>> kPartners{u"Partners"};
-
-void RequireService(const ParsedObjectPath& path) {
-  if (!platform::EqualIgnoreCase(path.Key(kName), services::kOrmuServiceName))
-    throw WMIException(WBEM_E_NOT_FOUND);
-}
 
 }  // namespace
 
 WMIObject OrmuServiceClassHandler::Describe() const {
   const platform::ServiceManager& manager = *context().machine().services;
   const platform::ServiceStatus status = services::QueryOrmuStatus(manager);
-  WMIObject service = SpawnInstance();
-  service.Set(kName, services::kOrmuServiceName);
+  WMIObject service = SpawnNamed();
   service.Set(kServiceState, status.current_state);
   service.Set(kExitCode, status.win32_exit_code);
   service.Set(kStartMode, services::QueryOrmuConfig(manager).start_type);
   return service;
-}
-
-HRESULT OrmuServiceClassHandler::GetObject(ParsedObjectPath& path, CallContext*, WMIObject& out) {
-  RequireService(path);
-  out = Describe();
-  return S_OK;
-}
-
-HRESULT OrmuServiceClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  sink.Indicate(Describe());
-  return S_OK;
-}
-
-HRESULT OrmuServiceClassHandler::ExecMethod(ParsedObjectPath& path, const std::u16string& method,
-                                            CallContext* context, const WMIObject& in_params,
-                                            ResponseSink& sink, const IcCancelCallback* cancel) {
-  RequireService(path);
-  return MethodsClassHandler::ExecMethod(path, method, context, in_params, sink, cancel);
 }
 
 void OrmuServiceClassHandler::StartService(MethodCall& call) {

@@ -2,26 +2,23 @@
 #pragma once
 
 #include "handlers/convert/accounts.h"
-#include "provider/method_table.h"
+#include "provider/singleton_class_handler.h"
+#include "services/ormu_service.h"
 
 namespace kelvarion {
 
-class OrmuServiceClassHandler final : public MethodsClassHandler<OrmuServiceClassHandler> {
+class OrmuServiceClassHandler final : public NamedSingletonClassHandler<OrmuServiceClassHandler> {
  public:
   OrmuServiceClassHandler(const WMINamespace& name_space, CallContext* context,
                           const ServerContext& server_context, const AccountClassSet& accounts)
-      : MethodsClassHandler(u"Kelvarion_OrmuService", name_space, context, server_context),
+      : NamedSingletonClassHandler(u"Kelvarion_OrmuService", services::kOrmuServiceName, name_space,
+                                   context, server_context),
         accounts_(accounts) {}
 
-  HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
-  HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
-  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
-                     const WMIObject& in_params, ResponseSink& sink,
-                     const IcCancelCallback* cancel) override;
   static const MethodTable<OrmuServiceClassHandler>& Methods();
 
  private:
-  WMIObject Describe() const;
+  WMIObject Describe() const override;
 
   void StartService(MethodCall& call);
   void StopService(MethodCall& call);

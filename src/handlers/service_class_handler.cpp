@@ -4,11 +4,9 @@
 #include "handlers/service_class_handler.h"
 
 #include "apache/configuration_generator.h"
-#include "platform/text/compare.h"
 #include "repos/root.h"
 #include "services/explained_request.h"
 #include "services/server_service.h"
-#include "settings/server_settings.h"
 
 namespace kelvarion {
 namespace {
@@ -18,7 +16,6 @@ using Number = Property<std::uint32_t>;
 using Flag = Property<bool>;
 using TextList = Property<std::vector<std::u16string>>;
 
-constexpr Text kName{u"Name"};
 constexpr Number kServiceState{u"ServiceState"};
 constexpr Number kExitCode{u"ExitCode"};
 constexpr Text kUrl{u"URL"};
@@ -52,17 +49,11 @@ constexpr Flag kEnableAccessLogging{u"EnableAccessLogging"};
 constexpr Flag kEnableOperationalLogging{u"EnableOperationalLogging"};
 constexpr Number kReturnValue{u"ReturnValue"};
 
-void RequireServer(const ParsedObjectPath& path) {
-  if (!platform::EqualIgnoreCase(path.Key(kName), settings::kServerInstanceName))
-    throw WMIException(WBEM_E_NOT_FOUND);
-}
-
 }  // namespace
 
 WMIObject ServiceClassHandler::Describe() const {
   const settings::ServerSettings server = settings::ReadServerSettings(context());
-  WMIObject service = SpawnInstance();
-  service.Set(kName, server.name);
+  WMIObject service = SpawnNamed();
   service.Set(kServiceState, server.service_state);
   service.Set(kExitCode, server.exit_code);
   service.Set(kUrl, server.url);
@@ -86,24 +77,6 @@ WMIObject ServiceClassHandler::Describe() const {
   service.Set(kOperationalLoggingEnabled, server.operational_logging_enabled);
   service.Set(kRedirectFromLegacyWebInterface, server.redirect_from_legacy_web_interface);
   return service;
-}
-
-HRESULT ServiceClassHandler::GetObject(ParsedObjectPath& path, CallContext*, WMIObject& out) {
-  RequireServer(path);
-  out = Describe();
-  return S_OK;
-}
-
-HRESULT ServiceClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  sink.Indicate(Describe());
-  return S_OK;
-}
-
-HRESULT ServiceClassHandler::ExecMethod(ParsedObjectPath& path, const std::u16string& method,
-                                        CallContext* context, const WMIObject& in_params,
-                                        ResponseSink& sink, const IcCancelCallback* cancel) {
-  RequireServer(path);
-  return MethodsClassHandler::ExecMethod(path, method, context, in_params, sink, cancel);
 }
 
 void ServiceClassHandler::SetRepositoriesRoot(MethodCall& call) {

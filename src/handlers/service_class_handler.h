@@ -2,27 +2,24 @@
 #pragma once
 
 #include "handlers/convert/accounts.h"
-#include "provider/method_table.h"
+#include "provider/singleton_class_handler.h"
+#include "settings/server_settings.h"
 
 namespace kelvarion {
 
-class ServiceClassHandler final : public MethodsClassHandler<ServiceClassHandler> {
+class ServiceClassHandler final : public NamedSingletonClassHandler<ServiceClassHandler> {
  public:
   ServiceClassHandler(const WMINamespace& name_space, CallContext* context,
                       const ServerContext& server_context, const AccountClassSet& accounts)
-      : MethodsClassHandler(u"Kelvarion_Service", name_space, context, server_context),
+      : NamedSingletonClassHandler(u"Kelvarion_Service", settings::kServerInstanceName, name_space,
+                                   context, server_context),
         accounts_(accounts),
         certificate_class_(name_space.LoadClass(u"Kelvarion_CertifcateInformation", context)) {}
 
-  HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
-  HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
-  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
-                     const WMIObject& in_params, ResponseSink& sink,
-                     const IcCancelCallback* cancel) override;
   static const MethodTable<ServiceClassHandler>& Methods();
 
  private:
-  WMIObject Describe() const;
+  WMIObject Describe() const override;
 
   void GetCertificateInformation(MethodCall& call);
   void ImportCertificate(MethodCall& call);

@@ -21,17 +21,6 @@ WMIObject VersionInfoClassHandler::Describe() const {
   return info;
 }
 
-HRESULT VersionInfoClassHandler::GetObject(ParsedObjectPath& path, CallContext*, WMIObject& out) {
-  if (path.KeyCount() != 0) throw WMIException(WBEM_E_NOT_FOUND);
-  out = Describe();
-  return S_OK;
-}
-
-HRESULT VersionInfoClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  sink.Indicate(Describe());
-  return S_OK;
-}
-
 HRESULT VersionInfoClassHandler::ExecMethod(ParsedObjectPath&, const std::u16string&, CallContext*,
                                             const WMIObject&, ResponseSink&,
                                             const IcCancelCallback*) {

@@ -10,7 +10,6 @@ ServerSettings ReadServerSettings(const ServerContext& context) {
   const platform::ServiceStatus status = services::QueryServerStatus(*context.machine().services);
 
   ServerSettings settings;
-  settings.name = kServerInstanceName;
   settings.service_state = status.current_state;
   settings.exit_code = status.win32_exit_code;
   settings.url = repos::BuildRepositoryUrl(u"", u"", repos::ReadUrlSettings(store));

@@ -17,9 +17,8 @@ namespace kelvarion::settings {
 
 inline constexpr const char16_t* kServerInstanceName = u"KelvarionServer";
 
-// In the order in which clients see them.
+// In the order in which clients see them, who name the server kServerInstanceName.
 struct ServerSettings {
-  std::u16string name;
   std::uint32_t service_state = 0;
   std::uint32_t exit_code = 0;
   std::u16string url;

@@ -63,7 +63,6 @@ class ServerSettingsTest : public ::testing::Test {
 TEST_F(ServerSettingsTest, AFreshServerReadsItsDefaults) {
   const ServerSettings read = Read();
   const std::u16string host = util::GetComputerDnsName();
-  EXPECT_EQ(read.name, u"KelvarionServer");
   EXPECT_EQ(read.service_state, platform::SERVICE_STOPPED);
   EXPECT_EQ(read.exit_code, 1067u);
   EXPECT_EQ(read.url, u"http://" + host + u":8080/svn/");

@@ -30,6 +30,10 @@ constexpr Property<WMIObject> kReturnValue{u"ReturnValue"};
 
 }  // namespace
 
+WMIObject ServerCertificateClassHandler::Describe() const {
+  return Describe(certificate::GetInstalledState(context()));
+}
+
 WMIObject ServerCertificateClassHandler::Describe(
     const certificate::CertificateState& state) const {
   WMIObject object = SpawnInstance();
@@ -49,18 +53,6 @@ WMIObject ServerCertificateClassHandler::Describe(
   object.Set(kRootTrusted, state.chain.root_trusted);
   object.Set(kValidNow, state.chain.valid_now);
   return object;
-}
-
-HRESULT ServerCertificateClassHandler::GetObject(ParsedObjectPath& path, CallContext*,
-                                                 WMIObject& out) {
-  if (path.KeyCount() != 0) throw WMIException(WBEM_E_NOT_FOUND);
-  out = Describe(certificate::GetInstalledState(context()));
-  return S_OK;
-}
-
-HRESULT ServerCertificateClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  sink.Indicate(Describe(certificate::GetInstalledState(context())));
-  return S_OK;
 }
 
 void ServerCertificateClassHandler::Check(MethodCall& call) {

@@ -2,22 +2,22 @@
 #pragma once
 
 #include "certificate/certificate_state.h"
-#include "provider/method_table.h"
+#include "provider/singleton_class_handler.h"
 
 namespace kelvarion {
 
 class ServerCertificateClassHandler final
-    : public MethodsClassHandler<ServerCertificateClassHandler> {
+    : public SingletonClassHandler<MethodsClassHandler<ServerCertificateClassHandler>> {
  public:
   ServerCertificateClassHandler(const WMINamespace& name_space, CallContext* context,
                                 const ServerContext& server_context)
-      : MethodsClassHandler(u"Kelvarion_ServerCertificate", name_space, context, server_context) {}
+      : SingletonClassHandler(u"Kelvarion_ServerCertificate", name_space, context, server_context) {
+  }
 
-  HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
-  HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
   static const MethodTable<ServerCertificateClassHandler>& Methods();
 
  private:
+  WMIObject Describe() const override;
   WMIObject Describe(const certificate::CertificateState& state) const;
   void Check(MethodCall& call);
 };

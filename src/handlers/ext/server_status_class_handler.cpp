@@ -57,17 +57,6 @@ WMIObject ServerStatusClassHandler::Describe() const {
   return object;
 }
 
-HRESULT ServerStatusClassHandler::GetObject(ParsedObjectPath& path, CallContext*, WMIObject& out) {
-  if (path.KeyCount() != 0) throw WMIException(WBEM_E_NOT_FOUND);
-  out = Describe();
-  return S_OK;
-}
-
-HRESULT ServerStatusClassHandler::EnumerateInstances(CallContext*, ResponseSink& sink) {
-  sink.Indicate(Describe());
-  return S_OK;
-}
-
 void ServerStatusClassHandler::Start(MethodCall& call) {
   call.out().Set(kChanged,
                  services::StartServerAndWait(*context().machine().services, call.cancel()));

@@ -2,22 +2,21 @@
 // the end.
 #pragma once
 
-#include "provider/method_table.h"
+#include "provider/singleton_class_handler.h"
 
 namespace kelvarion {
 
-class ServerStatusClassHandler final : public MethodsClassHandler<ServerStatusClassHandler> {
+class ServerStatusClassHandler final
+    : public SingletonClassHandler<MethodsClassHandler<ServerStatusClassHandler>> {
  public:
   ServerStatusClassHandler(const WMINamespace& name_space, CallContext* context,
                            const ServerContext& server_context)
-      : MethodsClassHandler(u"Kelvarion_ServerStatus", name_space, context, server_context) {}
+      : SingletonClassHandler(u"Kelvarion_ServerStatus", name_space, context, server_context) {}
 
-  HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
-  HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
   static const MethodTable<ServerStatusClassHandler>& Methods();
 
  private:
-  WMIObject Describe() const;
+  WMIObject Describe() const override;
   void Start(MethodCall& call);
   void Stop(MethodCall& call);
   void Restart(MethodCall& call);
