@@ -168,7 +168,7 @@ void CheckReach(Examination& run, const std::string& folder, const Needed* begin
     if (obstacle.empty()) continue;
     const std::string root =
         platform::NativePath(run.context().configuration().GetRepositoriesRoot(std::nullopt));
-    const bool ours = run.own_home() && obstacle.starts_with(root) &&
+    const bool ours = obstacle.starts_with(root) &&
                       run.context().configuration().GetAdjustRepositoriesRootPermissions();
     run.Report(
         Severity::kError, Shown(obstacle),

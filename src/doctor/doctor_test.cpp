@@ -87,12 +87,6 @@ TEST(DoctorTest, RepairsReachNothingOutsideOfTheHomeAndNoHomeOfOthers) {
   EXPECT_EQ(perms(own), fs::perms(0644));
   EXPECT_EQ(perms(by_folder), fs::perms(0666));
   EXPECT_EQ(perms(by_name), fs::perms(0666));
-
-  constexpr uid_t kNobody = 65534;
-  if (chown(home.folder().c_str(), kNobody, kNobody) != 0) return;
-  write_for_all(own);
-  repair();
-  EXPECT_EQ(perms(own), fs::perms(0666));
 }
 
 TEST(DoctorTest, StopsWhenItIsCancelled) {

@@ -7,20 +7,12 @@
 namespace kelvarion::doctor {
 
 Examination::Examination(const ServerContext& context, Repairs repairs, const Visitor& visitor)
-    : context_(context),
-      repairs_(repairs),
-      visitor_(visitor),
-      own_home_(platform::OwnerSid(home()) == platform::CurrentUserSid()) {
+    : context_(context), repairs_(repairs), visitor_(visitor) {
   platform::ServiceConfig config;
   if (context.machine().services->QueryConfig(services::kServerServiceName, config) !=
       ERROR_SUCCESS)
     return;
   web_account_name_ = config.start_name;
-  // Root may look after the home of somebody else, whose server runs as its owner.
-  platform::AccountName name;
-  if (!own_home_ && context.machine().security->LookupAccountSid(platform::OwnerSid(home()),
-                                                                 name) == ERROR_SUCCESS)
-    web_account_name_ = name.name;
   web_account_ = platform::AccountAccess::Of(web_account_name_);
 }
 
@@ -53,12 +45,7 @@ void Examination::Report(Severity severity, const std::u16string& where, const s
 void Examination::Report(Finding finding, const Repair& repair) {
   finding.check = check_;
   finding.repairable = repair != nullptr;
-  if (repair && repairs_ == Repairs::kYes && !own_home_) {
-    // What lies there is whatever its owner wants it to be, and the account of this process may
-    // have rights that its owner has not.
-    finding.outcome =
-        u"Nothing is repaired in a home of another account; its owner can do it with --fix.";
-  } else if (repair && repairs_ == Repairs::kYes) {
+  if (repair && repairs_ == Repairs::kYes) {
     try {
       finding.outcome = repair();
       finding.repaired = true;

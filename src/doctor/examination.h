@@ -26,8 +26,6 @@ class Examination {
   // The account that the web server's workers run as; null when the machine does not know it.
   platform::AccountAccess* web_account() { return web_account_ ? &*web_account_ : nullptr; }
   const std::u16string& web_account_name() const { return web_account_name_; }
-  // Whether the home belongs to the account of this process; nothing is repaired in others.
-  bool own_home() const { return own_home_; }
 
   // Runs one check; its own failure becomes a finding about `where`.
   void Run(const char16_t* check, const std::u16string& where, const std::function<void()>& body);
@@ -44,7 +42,6 @@ class Examination {
   const ServerContext& context_;
   Repairs repairs_;
   const Visitor& visitor_;
-  const bool own_home_;
   const char16_t* check_ = u"";
   std::u16string web_account_name_;
   std::optional<platform::AccountAccess> web_account_;

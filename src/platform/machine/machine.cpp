@@ -48,6 +48,26 @@ std::string LocateClass(const Guid& class_id) {
   return library;
 }
 
+std::u16string AccountName(uid_t uid) {
+  char buffer[4096];
+  passwd entry{};
+  passwd* found = nullptr;
+  getpwuid_r(uid, &entry, buffer, sizeof buffer, &found);
+  return found ? Utf16ForDisplay(found->pw_name) : Format(u"%lu", uid);
+}
+
+// A home names libraries and programs, which run as whoever works with it.
+bool RequireOwnHome(const std::string& home, std::u16string& error) {
+  struct stat status {};
+  if (stat(home.c_str(), &status) != 0) return true;  // Opening its stores says what is wrong.
+  if (status.st_uid == geteuid() || status.st_uid == 0) return true;
+  error = Format(
+      u"The home '%s' belongs to the account %s, and what its settings name would run as %s. Work "
+      u"with it as that account, or make it yours first if you trust all that lies in it.",
+      Utf16ForDisplay(home), AccountName(status.st_uid), AccountName(geteuid()));
+  return false;
+}
+
 // Passes through everybody, since the server's workers and clients reach some things inside;
 // whatever is secret is protected by itself.
 bool MakeHome(const std::string& home, std::u16string& error) {
@@ -77,7 +97,7 @@ std::string UsersFolder() {
 }  // namespace
 
 std::shared_ptr<Machine> OpenMachine(const std::string& home, std::u16string& error) {
-  if (!MakeHome(home, error)) return nullptr;
+  if (!MakeHome(home, error) || !RequireOwnHome(home, error)) return nullptr;
   auto machine = std::make_shared<Machine>();
   machine->home = home;
   const auto fail = [&](const char16_t* what, Win32Error code) {

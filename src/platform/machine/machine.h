@@ -21,8 +21,8 @@ struct Machine {
   std::unique_ptr<EventLog> event_log;
 };
 
-// Opens the home's stores, which are made when missing. Null on failure, with the reason for
-// people.
+// Opens the home's stores, which are made when missing. A home of another account than the caller's
+// or root's is not opened. Null on failure, with the reason for people.
 std::shared_ptr<Machine> OpenMachine(const std::string& home, std::u16string& error);
 
 // The machine that class objects find themselves on. A host sets it before it asks for classes;

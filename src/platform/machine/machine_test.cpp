@@ -51,6 +51,17 @@ TEST_F(MachineTest, AHomeThatCannotBeSaysWhy) {
   }
 }
 
+TEST_F(MachineTest, AHomeOfAnotherAccountIsNotOpened) {
+  if (geteuid() != 0) GTEST_SKIP() << "only root can give a folder away";
+  const std::string home = folder_ + "/home";
+  std::filesystem::create_directory(home);
+  ASSERT_EQ(chown(home.c_str(), 65534, 0), 0);
+  std::u16string error;
+  EXPECT_EQ(OpenMachine(home, error), nullptr);
+  EXPECT_NE(error.find(u"nobody"), std::u16string::npos) << std::string(error.begin(), error.end());
+  EXPECT_TRUE(std::filesystem::is_empty(home));
+}
+
 TEST_F(MachineTest, ClassesAreFoundThroughTheCurrentMachinesRegistry) {
   const Guid class_id{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
   const auto machine = Open("home");
