@@ -2,6 +2,7 @@
 
 #include "errors/exception.h"
 #include "svn/text.h"
+#include "util/server_files.h"
 
 namespace kelvarion::access {
 namespace {
@@ -65,35 +66,39 @@ std::u16string ConfigurationFolder(const ServerContext& context, const std::u16s
 }
 
 std::u16string SubversionRulesFile(const ServerContext& context, const std::u16string& repository) {
-  return InConfiguration(context, repository, "Kelvarion-SvnAuthz.ini");
+  return InConfiguration(context, repository, server_files::kSubversionRules);
 }
 
 std::u16string WindowsRulesFile(const ServerContext& context, const std::u16string& repository) {
-  return InConfiguration(context, repository, "Kelvarion-WinAuthz.ini");
+  return InConfiguration(context, repository, server_files::kWindowsRules);
 }
 
 std::u16string GlobalRulesFile(const ServerContext& context) {
-  return InRoot(context, "Kelvarion-GlobalWinAuthz.ini");
+  return InRoot(context, server_files::kGlobalRules);
 }
 
-std::u16string GroupsFile(const ServerContext& context) { return InRoot(context, "groups.conf"); }
+std::u16string GroupsFile(const ServerContext& context) {
+  return InRoot(context, server_files::kGroups);
+}
 
-std::u16string UsersFile(const ServerContext& context) { return InRoot(context, "htpasswd"); }
+std::u16string UsersFile(const ServerContext& context) {
+  return InRoot(context, server_files::kUsers);
+}
 
 std::u16string DelegationFile(const ServerContext& context, const std::u16string& repository) {
-  return InConfiguration(context, repository, "Kelvarion-Delegation.ini");
+  return InConfiguration(context, repository, server_files::kDelegation);
 }
 
 std::u16string ReplicationFile(const ServerContext& context, const std::u16string& repository) {
-  return InConfiguration(context, repository, "Kelvarion-Replication.ini");
+  return InConfiguration(context, repository, server_files::kReplication);
 }
 
 std::u16string RepositoryLockFile(const ServerContext& context, const std::u16string& repository) {
-  return InConfiguration(context, repository, "Kelvarion.lck");
+  return InConfiguration(context, repository, server_files::kLock);
 }
 
 std::u16string GlobalLockFile(const ServerContext& context) {
-  return InRoot(context, "Kelvarion-Global.lck");
+  return InRoot(context, server_files::kGlobalLock);
 }
 
 }  // namespace kelvarion::access

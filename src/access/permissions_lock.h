@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "context/server_context.h"
-#include "platform/files/files.h"
+#include "access/authz_files.h"
+#include "svn/held_lock.h"
 
 namespace kelvarion::access {
 
@@ -15,13 +15,13 @@ namespace kelvarion::access {
 class PermissionsLock {
  public:
   // The files that belong to the server as a whole.
-  explicit PermissionsLock(const ServerContext& context);
+  explicit PermissionsLock(const ServerContext& context) : lock_(GlobalLockFile(context)) {}
   // The rules of one repository.
-  PermissionsLock(const ServerContext& context, const std::u16string& repository);
+  PermissionsLock(const ServerContext& context, const std::u16string& repository)
+      : lock_(RepositoryLockFile(context, repository)) {}
 
  private:
-  explicit PermissionsLock(const std::u16string& file);
-  platform::FileLock lock_;
+  const svn::HeldLock lock_;
 };
 
 }  // namespace kelvarion::access

@@ -1,4 +1,5 @@
 #include "apache/sections.h"
+#include "util/server_files.h"
 
 namespace kelvarion::apache {
 
@@ -13,7 +14,7 @@ void WriteAuthentication(ConfigText& out, const ServerValues& values) {
   } else {
     out.Line("  AuthType Basic");
     out.Line("  AuthBasicProvider file");
-    out.Line("  AuthUserFile ", Quoted(values.InRoot("htpasswd")));
+    out.Line("  AuthUserFile ", Quoted(values.InRoot(server_files::kUsers)));
   }
   out.Line();
   out.Line("  Require valid-user");
@@ -45,12 +46,12 @@ void WriteRepositories(ConfigText& out, const ServerValues& values) {
   AuthName "Kelvarion Server"
 )");
   if (values.windows_auth) {
-    out.Line("  AuthzKelvarionReposRelativeAccessFile \"Kelvarion-WinAuthz.ini\"");
+    out.Line("  AuthzKelvarionReposRelativeAccessFile ", Quoted(server_files::kWindowsRules));
     out.Line("  AuthzKelvarionGlobalAccessFile ",
-             Quoted(values.InRoot("Kelvarion-GlobalWinAuthz.ini")));
+             Quoted(values.InRoot(server_files::kGlobalRules)));
   } else {
-    out.Line("  AuthzSVNReposRelativeAccessFile \"Kelvarion-SvnAuthz.ini\"");
-    out.Line("  AuthzSVNGroupsFile ", Quoted(values.InRoot("groups.conf")));
+    out.Line("  AuthzSVNReposRelativeAccessFile ", Quoted(server_files::kSubversionRules));
+    out.Line("  AuthzSVNGroupsFile ", Quoted(values.InRoot(server_files::kGroups)));
   }
   out.Block(R"(
   ExpiresActive off

@@ -5,7 +5,8 @@
 #include "doctor/checks.h"
 #include "errors/exception.h"
 #include "platform/files/files.h"
-#include "repos/work_folder.h"
+#include "repos/root_entries.h"
+#include "svn/text.h"
 
 namespace kelvarion::doctor {
 namespace {
@@ -67,16 +68,17 @@ void CheckLeftovers(Examination& run) {
   for (const char* folder :
        {"", "/server/conf", "/server/certs", "/server/run", "/server/htdocs", "/server/WebUI"})
     CheckFolder(run, run.home() + folder);
-  CheckFolder(
-      run, platform::NativePath(run.context().configuration().GetRepositoriesRoot(std::nullopt)));
-  const auto abandoned = repos::ListAbandonedWork(run.context());
+  const ServerContext& context = run.context();
+  const std::u16string root = context.configuration().GetRepositoriesRoot(std::nullopt);
+  CheckFolder(run, platform::NativePath(root));
+  const auto abandoned = svn::ListAbandonedWork(svn::DirentFromPath(root), context.root_pool());
   if (abandoned.empty()) return;
   run.Report(Severity::kWarning, abandoned.front(),
              Format(u"%u unfinished copies of repositories were left by processes that were "
                     u"killed; they take space.",
                     static_cast<unsigned>(abandoned.size())),
-             u"Remove them; --fix does it, and so does the next import or backup.", [&run] {
-               const repos::WorkFolder sweeper(run.context());
+             u"Remove them; --fix does it, and so does the next import or backup.", [&context] {
+               const svn::WorkFolder sweeper = repos::MakeWorkFolder(context);
                return std::u16string(u"They were removed.");
              });
 }

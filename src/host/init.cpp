@@ -21,6 +21,7 @@
 #include "platform/network/network.h"
 #include "platform/process/process.h"
 #include "util/atomic_file.h"
+#include "util/server_files.h"
 
 namespace kelvarion::host {
 namespace {
@@ -273,14 +274,14 @@ void Initialization::SetUpRepositoriesRoot() {
 
 void Initialization::MakeAccountFiles() {
   const std::u16string root = RepositoriesRoot();
-  const auto make = [&](const char* name, std::string_view content) {
-    const std::string path = Utf8(root) + "/" + name;
+  const auto make = [&](std::string_view name, std::string_view content) {
+    const std::string path = Utf8(root) + "/" + std::string(name);
     if (Exists(path)) return;
     util::WriteFileAtomically(Utf16(path), content, NewFile::kOwnerAndFolder);
-    Did(std::string("made an empty ") + name);
+    Did("made an empty " + std::string(name));
   };
-  make("htpasswd", "");
-  make("groups.conf", access::kAuthorizationHeader);
+  make(server_files::kUsers, "");
+  make(server_files::kGroups, access::kAuthorizationHeader);
 }
 
 void Initialization::GeneratePages() {

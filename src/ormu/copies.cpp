@@ -16,24 +16,12 @@
 #include "svn/remove_tree.h"
 #include "svn/replica_role.h"
 #include "svn/text.h"
+#include "util/server_files.h"
 
 namespace kelvarion::ormu {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr const char* kPermissions[] = {"Kelvarion-SvnAuthz.ini", "Kelvarion-WinAuthz.ini"};
-constexpr const char* kDelegation = "Kelvarion-Delegation.ini";
-constexpr const char* kReplication = "Kelvarion-Replication.ini";
-constexpr const char* kLock = "Kelvarion.lck";
-
-void RequireNothingAt(const std::string& path, const svn::Pool& scratch) {
-  svn_node_kind_t kind = svn_node_none;
-  svn::Check(svn_io_check_path(path.c_str(), &kind, scratch));
-  if (kind != svn_node_none)
-    svn::ThrowAprError(APR_EEXIST,
-                       Format(u"Can't create directory '%s'", svn::PathFromDirent(path)));
-}
 
 // Copied files have the modes of their sources, which may shut out the web server here.
 void Copy(const std::string& source, const std::string& target, CancelFunction cancel,
@@ -48,7 +36,7 @@ void Copy(const std::string& source, const std::string& target, CancelFunction c
     svn::ThrowSystemError(error, Format(u"Cannot set the access to '%s'", folder));
 }
 
-void RemoveSetting(const std::string& folder, const char* name, const svn::Pool& scratch) {
+void RemoveSetting(const std::string& folder, std::string_view name, const svn::Pool& scratch) {
   const std::string file = svn::JoinDirent(svn::JoinDirent(folder, "conf"), name);
   svn::Check(svn_io_remove_file2(file.c_str(), TRUE, scratch));
 }
@@ -95,12 +83,12 @@ void SpawnSlave(const std::string& destination, const std::string& master_uri,
   MakeWhole(part, pool, [&] {
     Copy(master, part, cancel, pool);
     // The master decides about access and locks; who may replicate is said anew after a promotion.
-    for (const char* name : {kPermissions[1], kDelegation, kReplication, kLock})
+    for (const std::string_view name : {server_files::kWindowsRules, server_files::kDelegation,
+                                        server_files::kReplication, server_files::kLock})
       RemoveSetting(part, name, pool);
     svn::RemoveTree(svn::JoinDirent(part, "db/locks"), pool);
     TurnIntoSlave(part, address.server, address.repository, pool);
-    RequireNothingAt(destination, pool);
-    svn::Check(svn_io_file_rename2(part.c_str(), destination.c_str(), TRUE, pool));
+    MoveRepository(part, destination, pool);
   });
 }
 
@@ -110,10 +98,13 @@ void ImportMaster(const std::string& path, const std::string& source, ImportedSe
   RequireNothingAt(path, pool);
   MakeWhole(path, pool, [&] {
     Copy(source, path, cancel, pool);
-    for (const char* name : {kReplication, kLock}) RemoveSetting(path, name, pool);
+    for (const std::string_view name : {server_files::kReplication, server_files::kLock})
+      RemoveSetting(path, name, pool);
     if (!settings.permissions)
-      for (const char* name : kPermissions) RemoveSetting(path, name, pool);
-    if (!settings.delegation) RemoveSetting(path, kDelegation, pool);
+      for (const std::string_view name :
+           {server_files::kSubversionRules, server_files::kWindowsRules})
+        RemoveSetting(path, name, pool);
+    if (!settings.delegation) RemoveSetting(path, server_files::kDelegation, pool);
     TurnIntoMaster(path, pool);
     if (!settings.hooks) RemoveHooks(path, pool);
   });

@@ -6,7 +6,6 @@
 #include "repos/replication_location.h"
 #include "repos/repository_store.h"
 #include "repos/root_entries.h"
-#include "repos/work_folder.h"
 #include "svn/error.h"
 #include "svn/text.h"
 
@@ -17,7 +16,7 @@ void DeleteRepository(const ServerContext& context, const std::u16string& name) 
   const ReplicationRole role = RoleOf(context, resolved);
   if (role == ReplicationRole::kSlave) return DeleteSlave(context, resolved);
   const svn::Pool pool(context.root_pool());
-  WorkFolder work(context);
+  svn::WorkFolder work = MakeWorkFolder(context);
   {
     const NamesLock names(context);
     const std::u16string found = RequireRepository(context, name);

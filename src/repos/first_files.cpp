@@ -9,11 +9,12 @@
 #include "svn/atomic_file.h"
 #include "svn/error.h"
 #include "svn/text.h"
+#include "util/server_files.h"
 
 namespace kelvarion::repos {
 namespace {
 
-std::string InConf(const std::string& folder, const char* name) {
+std::string InConf(const std::string& folder, std::string_view name) {
   return svn::JoinDirent(svn::JoinDirent(folder, "conf"), name);
 }
 
@@ -29,7 +30,7 @@ void WriteIfMissing(const std::string& file, const svn::Pool& scratch) {
 
 void WriteMissingRules(const std::string& folder, Rules rules, const svn::Pool& scratch) {
   std::optional<SvnException> failure;
-  const auto write = [&](const char* name) {
+  const auto write = [&](std::string_view name) {
     try {
       WriteIfMissing(InConf(folder, name), scratch);
     } catch (const SvnException& one) {
@@ -38,13 +39,13 @@ void WriteMissingRules(const std::string& folder, Rules rules, const svn::Pool& 
                         : one;
     }
   };
-  write("Kelvarion-SvnAuthz.ini");
-  if (rules == Rules::kBoth) write("Kelvarion-WinAuthz.ini");
+  write(server_files::kSubversionRules);
+  if (rules == Rules::kBoth) write(server_files::kWindowsRules);
   if (failure) throw SvnException(*failure);
 }
 
 void WriteFirstReplicationSettings(const std::string& folder, const svn::Pool& scratch) {
-  svn::ReplaceFile(svn::PathFromDirent(InConf(folder, "Kelvarion-Replication.ini")),
+  svn::ReplaceFile(svn::PathFromDirent(InConf(folder, server_files::kReplication)),
                    std::string(access::kSettingsHeader) + "\r\n[general]\r\nenabled = yes\r\n",
                    platform::NewFile::kAsFolderSays, scratch);
 }

@@ -114,9 +114,7 @@ void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileN
   };
   const std::u16string folder = svn::PathFromDirent(repository.folder());
   svn_repos_t* const target = svn::CreateRepository(folder, pool, warn, svn::Flushing::kByCaller);
-  const bool in_memory = repository.work().MakeMemoryFolder();
-  svn::MemoryTransactions transactions(repository.folder(),
-                                       in_memory ? repository.work().memory_folder() : "",
+  svn::MemoryTransactions transactions(repository.folder(), repository.work().MakeMemoryFolder(),
                                        [&] { operation.Check(); });
   Load load{notify, &operation, &transactions};
   operation.CheckAfter(svn_repos_load_fs6(

@@ -51,7 +51,7 @@ NewRepository::NewRepository(const ServerContext& context, std::u16string name, 
       name_((RequireFreeName(context, name, prepared), std::move(name))),
       prepared_(prepared),
       pool_(context.root_pool()),
-      work_(context) {}
+      work_(MakeWorkFolder(context)) {}
 
 void NewRepository::Publish() const {
   const NamesLock names(context_);

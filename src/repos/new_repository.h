@@ -5,8 +5,8 @@
 
 #include "context/server_context.h"
 #include "repos/first_files.h"
-#include "repos/work_folder.h"
 #include "svn/pool.h"
+#include "svn/work_folder.h"
 
 namespace kelvarion::repos {
 
@@ -38,14 +38,14 @@ class NewRepository {
   void Withdraw() const;
 
   const svn::Pool& pool() const { return pool_; }
-  WorkFolder& work() { return work_; }
+  svn::WorkFolder& work() { return work_; }
 
  private:
   const ServerContext& context_;
   std::u16string name_;
   Prepared prepared_;
   svn::Pool pool_;
-  WorkFolder work_;
+  svn::WorkFolder work_;
 };
 
 }  // namespace kelvarion::repos

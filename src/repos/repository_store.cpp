@@ -6,10 +6,10 @@
 #include "platform/text/compare.h"
 #include "repos/names.h"
 #include "repos/root_entries.h"
-#include "repos/work_folder.h"
 #include "svn/error.h"
 #include "svn/text.h"
 #include "util/paths.h"
+#include "util/server_files.h"
 
 namespace kelvarion::repos {
 
@@ -21,7 +21,7 @@ std::vector<std::u16string> ListRepositoryNames(const ServerContext& context) {
   };
   std::vector<std::u16string> names =
       svn::ListFolders(access::RepositoriesRoot(context), pool, skipped);
-  std::erase(names, kWorkFolderName);
+  std::erase(names, svn::Utf16(server_files::kWorkFolder));
   return names;
 }
 

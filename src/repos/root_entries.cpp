@@ -18,6 +18,13 @@ std::unique_ptr<access::PermissionsLock> LockRules(const ServerContext& context,
   return std::make_unique<access::PermissionsLock>(context, repository);
 }
 
+svn::WorkFolder MakeWorkFolder(const ServerContext& context) {
+  return svn::WorkFolder(
+      svn::DirentFromPath(access::RepositoriesRoot(context)),
+      [&events = context.events()](const Exception& trouble) { events.LogException(trouble); },
+      context.root_pool());
+}
+
 std::optional<std::u16string> FindEntry(const std::u16string& root, const std::u16string& name,
                                         const svn::Pool& scratch, const std::u16string& except) {
   const svn::Pool pool(scratch);

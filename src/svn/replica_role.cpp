@@ -7,10 +7,10 @@
 #include <sstream>
 
 #include "errors/exception.h"
-#include "platform/files/files.h"
 #include "platform/text/encoding.h"
 #include "svn/atomic_file.h"
 #include "svn/error.h"
+#include "svn/held_lock.h"
 #include "svn/text.h"
 
 namespace kelvarion::svn {
@@ -42,18 +42,9 @@ bool Apply(std::string_view key, std::string_view value, ReplicaRole& role) {
 }
 
 // Held for a moment only, also while somebody replicates.
-class RoleLock {
- public:
-  explicit RoleLock(const std::string& folder)
-      : path_(PathFromDirent(JoinDirent(JoinDirent(folder, "locks"), "role.lock"))), lock_(path_) {
-    if (lock_.Error() != ERROR_SUCCESS)
-      ThrowSystemError(lock_.Error(), Format(u"Cannot open file '%s'", path_));
-  }
-
- private:
-  const std::u16string path_;
-  const platform::FileLock lock_;
-};
+HeldLock LockRole(const std::string& folder) {
+  return HeldLock(PathFromDirent(JoinDirent(JoinDirent(folder, "locks"), "role.lock")));
+}
 
 void RequireOneLine(const std::string& text) {
   if (std::ranges::any_of(text, [](unsigned char c) { return c < ' ' || c == 0x7f; }))
@@ -97,17 +88,17 @@ std::optional<ReplicaRole> ReadReplicaRole(const std::string& folder, const Pool
 }
 
 void WriteReplicaRole(const std::string& folder, const ReplicaRole& role, const Pool& scratch) {
-  const RoleLock lock(folder);
+  const HeldLock lock = LockRole(folder);
   Replace(folder, role, scratch);
 }
 
 void RemoveReplicaRole(const std::string& folder, const Pool& scratch) {
-  const RoleLock lock(folder);
+  const HeldLock lock = LockRole(folder);
   Check(svn_io_remove_file2(RoleFile(folder).c_str(), TRUE, scratch));
 }
 
 void ChangeReplicaRole(const std::string& folder, const RoleChange& change, const Pool& scratch) {
-  const RoleLock lock(folder);
+  const HeldLock lock = LockRole(folder);
   Replace(folder, change(ReadReplicaRole(folder, scratch)), scratch);
 }
 

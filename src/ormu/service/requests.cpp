@@ -3,7 +3,7 @@
 #include <svn_error_codes.h>
 
 #include "ormu/consistency.h"
-#include "ormu/service/work_place.h"
+#include "ormu/make_whole.h"
 #include "ormu/slave_guard.h"
 #include "ormu/slave_roles.h"
 #include "ormu/status_json.h"
@@ -14,6 +14,7 @@
 #include "platform/text/encoding.h"
 #include "svn/error.h"
 #include "svn/text.h"
+#include "svn/work_folder.h"
 
 namespace kelvarion::ormu {
 namespace {
@@ -46,6 +47,7 @@ class Request {
   std::string Text(const char* name) const { return json_.at(name).get<std::string>(); }
   std::string Name(const char* parameter = "name") const;
   std::string Folder() const { return svn::JoinDirent(root_, Name()); }
+  svn::WorkFolder MakeWorkFolder() const;
   MasterSession& Connect(const std::string& server, const std::string& repository);
   svn::ReplicaRole RequireRole(bool master) const;
   MasterSession& ConnectToItsMaster();
@@ -68,6 +70,15 @@ std::string Request::Name(const char* parameter) const {
     svn::ThrowError(SVN_ERR_INCORRECT_PARAMS, Format(u"'%s' is not the name of a repository",
                                                      platform::Utf16ForDisplay(name)));
   return name;
+}
+
+svn::WorkFolder Request::MakeWorkFolder() const {
+  return svn::WorkFolder(
+      root_,
+      [&log = parts_.log](const Exception& trouble) {
+        log.Note(platform::Utf8ForDisplay(trouble.Message()));
+      },
+      pool_);
 }
 
 MasterSession& Request::Connect(const std::string& server, const std::string& repository) {
@@ -97,12 +108,12 @@ WireJson Request::TestConnection() {
 WireJson Request::CreateSlave() {
   const std::string folder = Folder();
   MasterSession& master = Connect(Text("server"), Text("repository"));
-  const WorkPlace work(root_, pool_);
+  const svn::WorkFolder work = MakeWorkFolder();
   MakeEmptySlave(master, work.repository());
-  const auto names = LockNames(root_);
-  RequireNothingAt(folder);  // Before it is taken from its follower.
+  const auto names = svn::LockNames(root_);
+  RequireNothingAt(folder, pool_);  // Before it is taken from its follower.
   const Followers::Hold hold(followers_, Name(), cancellation_);
-  MoveRepository(work.repository(), folder);
+  MoveRepository(work.repository(), folder, pool_);
   return WireJson::object();
 }
 
@@ -119,9 +130,9 @@ WireJson Request::AttachSlave() {
 
 WireJson Request::DeleteSlave() {
   RequireRole(false);
-  const WorkPlace work(root_, pool_);
+  const svn::WorkFolder work = MakeWorkFolder();
   const Followers::Hold hold(followers_, Name(), cancellation_);
-  MoveRepository(Folder(), work.repository());
+  MoveRepository(Folder(), work.repository(), pool_);
   return WireJson::object();
 }
 
@@ -129,7 +140,7 @@ WireJson Request::DeleteSlave() {
 WireJson Request::RenameSlave() {
   RequireRole(false);
   const Followers::Hold hold(followers_, Name(), cancellation_);
-  MoveRepository(Folder(), svn::JoinDirent(root_, Name("new_name")));
+  MoveRepository(Folder(), svn::JoinDirent(root_, Name("new_name")), pool_);
   return WireJson::object();
 }
 
