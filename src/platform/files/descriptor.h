@@ -1,4 +1,4 @@
-// What the files of this port share.
+// File descriptors that are owned, and the loops around reading and writing them.
 #pragma once
 
 #include <unistd.h>

@@ -5,21 +5,9 @@
 
 #include <cerrno>
 
-#include "platform/files/descriptor.h"
 #include "platform/files/files.h"
 
 namespace kelvarion::platform {
-
-File::~File() {
-  if (descriptor_ >= 0) close(descriptor_);
-}
-
-File::File(File&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-
-File& File::operator=(File&& other) noexcept {
-  std::swap(descriptor_, other.descriptor_);
-  return *this;
-}
 
 Win32Error File::Open(const std::u16string& path, Mode mode, File& out) {
   std::string native;
@@ -27,24 +15,24 @@ Win32Error File::Open(const std::u16string& path, Mode mode, File& out) {
   const int flags = O_RDWR | O_CLOEXEC | (mode == Mode::kCreate ? O_CREAT | O_TRUNC : 0);
   Descriptor descriptor(open(native.c_str(), flags, 0600));
   if (!descriptor) return FromErrno(errno);
-  File file;
-  file.descriptor_ = descriptor.Release();
-  out = std::move(file);
+  out.descriptor_ = std::move(descriptor);
   return ERROR_SUCCESS;
 }
 
 Win32Error File::Read(void* buffer, std::size_t size, std::size_t& read) {
-  return ReadSome(descriptor_, buffer, size, read);
+  return ReadSome(descriptor_.get(), buffer, size, read);
 }
 
 Win32Error File::Write(const void* bytes, std::size_t size) {
-  return WriteAll(descriptor_, bytes, size);
+  return WriteAll(descriptor_.get(), bytes, size);
 }
 
-Win32Error File::Flush() { return fsync(descriptor_) == 0 ? ERROR_SUCCESS : FromErrno(errno); }
+Win32Error File::Flush() {
+  return fsync(descriptor_.get()) == 0 ? ERROR_SUCCESS : FromErrno(errno);
+}
 
 Win32Error File::Rewind() {
-  return lseek(descriptor_, 0, SEEK_SET) == 0 ? ERROR_SUCCESS : FromErrno(errno);
+  return lseek(descriptor_.get(), 0, SEEK_SET) == 0 ? ERROR_SUCCESS : FromErrno(errno);
 }
 
 }  // namespace kelvarion::platform

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "platform/com/types.h"
+#include "platform/files/descriptor.h"
 
 namespace kelvarion::platform {
 
@@ -17,11 +17,6 @@ class File {
     kOpenExisting,  // Read and write from the start.
   };
 
-  File() = default;
-  ~File();
-  File(File&& other) noexcept;
-  File& operator=(File&& other) noexcept;
-
   static Win32Error Open(const std::u16string& path, Mode mode, File& out);
 
   // Fewer bytes than asked for only at the end of the file.
@@ -33,7 +28,7 @@ class File {
   Win32Error Rewind();
 
  private:
-  int descriptor_ = -1;
+  Descriptor descriptor_;
 };
 
 }  // namespace kelvarion::platform

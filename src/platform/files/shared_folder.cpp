@@ -1,36 +1,30 @@
 #include "platform/files/shared_folder.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <memory>
 
 #include "platform/files/descriptor.h"
 #include "platform/files/files.h"
+#include "platform/files/open_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
 constexpr int kRealFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
-};
-
 struct Names {
   std::vector<std::string> files;
   std::vector<std::string> folders;
 };
 
-Win32Error List(Descriptor folder, Names& out) {
-  const std::unique_ptr<DIR, CloseFolder> entries(fdopendir(folder.get()));
+Win32Error List(const Descriptor& folder, Names& out) {
+  const OpenFolder entries = OpenFolderAt(folder.get(), ".", Links::kRefuse);
   if (!entries) return FromErrno(errno);
-  const int descriptor = folder.Release();
-  while (const dirent* const entry = readdir(entries.get())) {
+  while (const dirent* const entry = NextEntry(entries)) {
     struct stat status {};
-    if (fstatat(descriptor, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (fstatat(folder.get(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (S_ISREG(status.st_mode))
       out.files.push_back(entry->d_name);
     else if (S_ISDIR(status.st_mode) && entry->d_name[0] != '.')
@@ -42,8 +36,7 @@ Win32Error List(Descriptor folder, Names& out) {
 Win32Error RemoveFilesIn(const Descriptor& folder, bool and_below,
                          const std::function<bool(std::string_view)>& wanted) {
   Names names;
-  if (const Win32Error error = List(Descriptor(openat(folder.get(), ".", kRealFolder)), names))
-    return error;
+  if (const Win32Error error = List(folder, names)) return error;
   for (const std::string& name : names.files)
     if (wanted(name) && unlinkat(folder.get(), name.c_str(), 0) != 0 && errno != ENOENT)
       return FromErrno(errno);

@@ -1,35 +1,19 @@
 #include "platform/files/tree_size.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstring>
 #include <deque>
-#include <memory>
 
 #include "platform/files/descriptor.h"
 #include "platform/files/files.h"
+#include "platform/files/open_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
 constexpr std::uint64_t kBlock = 512;  // The unit of st_blocks, whatever the file system's blocks.
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { closedir(folder); }
-};
-using Folder = std::unique_ptr<DIR, CloseFolder>;
-
-// Null with errno set when it cannot be opened. A link in a folder's place is not followed.
-Folder OpenFolder(const std::string& path, int links) {
-  Descriptor descriptor(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | links));
-  if (!descriptor) return nullptr;
-  Folder folder(fdopendir(descriptor.get()));
-  if (folder) descriptor.Release();
-  return folder;
-}
 
 bool Vanished(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
 
@@ -39,8 +23,8 @@ class Walk {
 
   // errno of what stopped the walk, whose folder is then the first of those pending.
   int Run() {
-    int links = 0;
-    for (; !pending_.empty(); pending_.pop_front(), links = O_NOFOLLOW) {
+    Links links = Links::kFollow;
+    for (; !pending_.empty(); pending_.pop_front(), links = Links::kRefuse) {
       if (const int error = CountFolder(pending_.front(), links)) return error;
     }
     return 0;
@@ -49,17 +33,13 @@ class Walk {
   TreeSize size;
 
  private:
-  int CountFolder(const std::string& path, int links) {
-    const Folder folder = OpenFolder(path, links);
+  int CountFolder(const std::string& path, Links links) {
+    const OpenFolder folder = OpenFolderAt(AT_FDCWD, path, links);
     if (!folder) return Vanished(errno) ? 0 : errno;
-    for (;;) {
-      errno = 0;
-      const dirent* const entry = readdir(folder.get());
-      // A folder that is removed while it is read ends with ENOENT on some file systems.
-      if (!entry) return Vanished(errno) ? 0 : errno;
-      if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
+    while (const dirent* const entry = NextEntry(folder))
       if (const int error = CountEntry(folder.get(), path, *entry)) return error;
-    }
+    // A folder that is removed while it is read ends with ENOENT on some file systems.
+    return Vanished(errno) ? 0 : errno;
   }
 
   int CountEntry(DIR* folder, const std::string& path, const dirent& entry) {
