@@ -1,15 +1,11 @@
 // The replication service of one home, run by its service manager, and a master on another home's
 // real server.
 
-#include <arpa/inet.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <future>
@@ -90,34 +86,6 @@ class SlaveHome : public RealServer {
 
   static constexpr const char* kService = "Kelvarion_OrmuService.Name=\"ormusvc\"";
   const svn::Pool pool;
-};
-
-// Takes connections and says nothing.
-class SilentServer {
- public:
-  SilentServer() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    listen(socket_, 5);
-    socklen_t size = sizeof address;
-    getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
-    port_ = ntohs(address.sin_port);
-  }
-  ~SilentServer() { close(socket_); }
-  SilentServer(const SilentServer&) = delete;
-  SilentServer& operator=(const SilentServer&) = delete;
-
-  std::string Name() const { return "127.0.0.1:" + std::to_string(port_); }
-  bool WasAsked() const {
-    pollfd connection{socket_, POLLIN, 0};
-    return poll(&connection, 1, 0) == 1;
-  }
-
- private:
-  int socket_;
-  int port_ = 0;
 };
 
 class ReplicationServiceTest : public ::testing::Test {
@@ -277,7 +245,7 @@ TEST_F(ReplicationServiceTest, NobodyHoldsASlaveWhileHeWaitsForTheNames) {
 // A server that takes connections and says nothing holds nobody up; over svn: nothing ends the
 // wait.
 TEST_F(ReplicationServiceTest, NobodyWaitsForASilentMasterNorFollowsAForgottenOne) {
-  const SilentServer silent;
+  const HeldPort silent;
   CreateSlave();
   ASSERT_TRUE(Eventually([&] { return slave.StatusOf("copy").master_revision.has_value(); }));
   ormu::ForgetMaster(slave.home, master.Name());

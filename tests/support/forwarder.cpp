@@ -1,25 +1,11 @@
 #include "tests/support/forwarder.h"
 
-#include <arpa/inet.h>
 #include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <stdexcept>
 
 namespace kelvarion::testing {
 namespace {
 
 constexpr int kTurn = 20;  // Milliseconds until a cut is seen.
-
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  return address;
-}
 
 // What is small goes on at once: requests in several pieces would wait 40 ms for each answer.
 void DoNotWait(int connection) {
@@ -29,28 +15,17 @@ void DoNotWait(int connection) {
 
 }  // namespace
 
-Forwarder::Forwarder(int target_port)
-    : target_port_(target_port), listener_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address = Loopback(0);
-  socklen_t size = sizeof address;
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-      listen(listener_, 32) != 0 ||
-      getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-    throw std::runtime_error("no forwarder");
-  port_ = ntohs(address.sin_port);
-  thread_ = std::thread([this] { Run(); });
-}
+Forwarder::Forwarder(int target_port) : target_port_(target_port), thread_([this] { Run(); }) {}
 
 Forwarder::~Forwarder() {
   stop_ = true;
   thread_.join();
-  close(listener_);
 }
 
 void Forwarder::Accept() {
-  const int from = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+  const int from = accept4(listener_.socket(), nullptr, nullptr, SOCK_CLOEXEC);
   if (from < 0) return;
-  const int to = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int to = TcpSocket();
   const sockaddr_in target = Loopback(target_port_);
   if (!cut_ && connect(to, reinterpret_cast<const sockaddr*>(&target), sizeof target) == 0) {
     DoNotWait(from);
@@ -76,7 +51,7 @@ bool Forwarder::Pass(int from, int to) {
 
 void Forwarder::Run() {
   while (!stop_) {
-    std::vector<pollfd> waiting{{listener_, POLLIN, 0}};
+    std::vector<pollfd> waiting{{listener_.socket(), POLLIN, 0}};
     for (const auto& [from, to] : connections_) {
       waiting.push_back({from, POLLIN, 0});
       waiting.push_back({to, POLLIN, 0});

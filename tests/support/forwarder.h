@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/ports.h"
+
 namespace kelvarion::testing {
 
 // Takes connections on a free port of the loopback address and passes them on to another one.
@@ -17,7 +19,7 @@ class Forwarder {
   Forwarder(const Forwarder&) = delete;
   Forwarder& operator=(const Forwarder&) = delete;
 
-  std::string Name() const { return "127.0.0.1:" + std::to_string(port_); }
+  std::string Name() const { return listener_.Name(); }
   // Ends every connection at once; new ones are ended as soon as they are made.
   void Cut() { cut_ = true; }
   void Restore() { cut_ = false; }
@@ -29,8 +31,7 @@ class Forwarder {
   static bool Pass(int from, int to);
 
   int target_port_;
-  int port_ = 0;
-  int listener_ = -1;
+  const HeldPort listener_;
   std::vector<std::pair<int, int>> connections_;  // Of the thread.
   std::atomic<bool> cut_ = false;
   std::atomic<bool> stop_ = false;

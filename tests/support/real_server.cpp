@@ -1,18 +1,13 @@
 #include "tests/support/real_server.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <sstream>
-#include <thread>
 
 namespace kelvarion::testing {
 namespace {
@@ -20,16 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kServicePath = "Kelvarion_Service.Name=\"KelvarionServer\"";
-
-bool CanBind(int port) {
-  const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  const bool free = bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-  close(listener);
-  return free;
-}
 
 std::string MakeFolder(const std::string& owner) {
   std::string pattern = (fs::temp_directory_path() / "kelvarion-flow-XXXXXX").string();
@@ -258,14 +243,6 @@ std::string CopyOfTheBuild(const std::string& folder) {
   return folder;
 }
 
-// Below the ports that outgoing connections take. Random, since many tests look at once.
-int FreePort() {
-  static std::mt19937 random(std::random_device{}());
-  std::uniform_int_distribution<int> candidates(20000, 31999);
-  for (;;)
-    if (const int candidate = candidates(random); CanBind(candidate)) return candidate;
-}
-
 std::string ReadText(const std::string& path) {
   std::ostringstream text;
   text << std::ifstream(path, std::ios::binary).rdbuf();
@@ -274,16 +251,6 @@ std::string ReadText(const std::string& path) {
 
 void WriteText(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
-}
-
-// Processes take their time; 30 seconds are more than any of them may need.
-bool Eventually(const std::function<bool()>& happened) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!happened()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return true;
 }
 
 }  // namespace kelvarion::testing

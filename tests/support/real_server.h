@@ -5,12 +5,13 @@
 // test.
 #pragma once
 
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/support/eventually.h"
+#include "tests/support/ports.h"
 #include "tests/support/process.h"
 
 namespace kelvarion::testing {
@@ -94,9 +95,7 @@ class RealServer {
 
 // Puts a build that every account can run into the folder, and returns the folder.
 std::string CopyOfTheBuild(const std::string& folder);
-int FreePort();
 std::string ReadText(const std::string& path);
 void WriteText(const std::string& path, const std::string& text);
-bool Eventually(const std::function<bool()>& happened);
 
 }  // namespace kelvarion::testing

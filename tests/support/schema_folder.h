@@ -1,15 +1,13 @@
 // Schemas that a test writes down, compiled as a real schema folder is.
 #pragma once
 
-#include <stdlib.h>
-
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "platform/wmi/interfaces.h"
+#include "tests/support/temporary_folder.h"
 
 namespace kelvarion {
 
@@ -23,33 +21,23 @@ class SchemaFolder {
   using Files = std::vector<File>;
 
   explicit SchemaFolder(const Files& files) {
-    std::string path = (std::filesystem::temp_directory_path() / "schema-XXXXXX").string();
-    if (!mkdtemp(path.data())) throw std::runtime_error("no temporary folder");
-    path_ = path;
     for (const auto& [name, text] : files)
-      std::ofstream(path_ + "/" + name, std::ios::binary) << text;
+      std::ofstream(path() + "/" + name, std::ios::binary) << text;
   }
-  ~SchemaFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  SchemaFolder(const SchemaFolder&) = delete;
-  SchemaFolder& operator=(const SchemaFolder&) = delete;
-
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return folder_.native(); }
 
   // Null with the compiler's message, in which the folder is left out of file names.
   ComPtr<IWbemServices> Open(std::string& error) const {
     SchemaError failure;
-    ComPtr<IWbemServices> opened = OpenNamespaceFolder(path_, failure);
+    ComPtr<IWbemServices> opened = OpenNamespaceFolder(path(), failure);
     error = failure.text;
-    for (std::size_t at; (at = error.find(path_ + "/")) != error.npos;)
-      error.erase(at, path_.size() + 1);
+    for (std::size_t at; (at = error.find(path() + "/")) != error.npos;)
+      error.erase(at, path().size() + 1);
     return opened;
   }
 
  private:
-  std::string path_;
+  testing::TemporaryFolder folder_;
 };
 
 // The namespace of one schema text; throws its first error.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/services/service_home_for_test.h"
+#include "tests/support/ports.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
@@ -26,7 +27,7 @@ TEST(ListenersTest, AddressesAreReadThroughIncludesInEveryNotation) {
 }
 
 TEST(ListenersTest, WhatTheServerHoldsItselfIsNoObstacle) {
-  const HeldPort held;
+  const testing::HeldPort held;
   const ProcessIdentity us = IdentityOf(getpid());
   const ProcessIdentity other = IdentityOf(getppid());
   const struct {
@@ -40,7 +41,7 @@ TEST(ListenersTest, WhatTheServerHoldsItselfIsNoObstacle) {
       {"held by a stranger", {"127.0.0.1", held.port}, other, ListenVerdict::kRefused},
       {"overlaps a stranger's", {"", held.port}, other, ListenVerdict::kRefused},
       {"another address of the port", {"127.0.0.2", held.port}, other, ListenVerdict::kReady},
-      {"free", {"", HeldPort().port}, us, ListenVerdict::kReady},
+      {"free", {"", testing::HeldPort().port}, us, ListenVerdict::kReady},
       {"not of this machine", {"192.0.2.1", held.port}, us, ListenVerdict::kRefused},
   };
   for (const auto& row : rows) {

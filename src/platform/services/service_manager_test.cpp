@@ -10,6 +10,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::Connects;
+using testing::Eventually;
+using testing::FreePort;
+using testing::HeldPort;
+
 constexpr const char16_t* kServer = ServiceHome::kName;
 
 TEST(ServiceManagerTest, ARunReportsEveryStateAndLeavesNothingBehind) {
@@ -76,7 +81,7 @@ TEST(ServiceManagerTest, AFailedStartSaysWhyInTheServersOwnWords) {
       {"found out late, told to the log",
        "LoadModule mime_module /usr/lib/apache2/modules/mod_mime.so\nTypesConfig nowhere\n"
        "Listen 127.0.0.1:" +
-           FreePort(),
+           std::to_string(FreePort()),
        u"AH01597"},
   };
   const ServiceHome home;
@@ -165,7 +170,7 @@ TEST(ServiceManagerTest, ARestartThatWouldKillTheServerIsRefused) {
 }
 
 TEST(ServiceManagerTest, ARestartTakesUpNewAddresses) {
-  const std::string more = FreePort();
+  const std::string more = std::to_string(FreePort());
   const ServiceHome home;
   ASSERT_TRUE(home.StartsUp());
   const ServiceRecord before = home.Record();
@@ -200,8 +205,6 @@ TEST(ServiceManagerTest, HomesSideBySideDoNotDisturbEachOther) {
 class SharedSupervisor {
  public:
   SharedSupervisor() {
-    std::string pattern = (fs::temp_directory_path() / "kv-programs-XXXXXX").string();
-    folder_ = mkdtemp(pattern.data());
     fs::permissions(folder_, kForAll);
     for (const std::string file : {"bin/kelvarion-supervisor", "lib/libkelvarion_platform.so"}) {
       const fs::path copy = folder_ / file;
@@ -211,15 +214,12 @@ class SharedSupervisor {
       fs::permissions(copy, kForAll);
     }
   }
-  ~SharedSupervisor() { fs::remove_all(folder_); }
-  SharedSupervisor(const SharedSupervisor&) = delete;
-  SharedSupervisor& operator=(const SharedSupervisor&) = delete;
-
   std::string folder() const { return folder_ / "bin"; }
 
  private:
   static constexpr auto kForAll = fs::perms{0755};
-  fs::path folder_;
+  const testing::TemporaryFolder temporary_;
+  const fs::path folder_ = temporary_.native();
 };
 
 TEST(ServiceManagerTest, AnOrdinaryUserRunsAServerOfHisOwn) {

@@ -1,0 +1,20 @@
+// Waiting for what other processes and threads do.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+namespace kelvarion::testing {
+
+// Processes take their time; 30 seconds are more than any of them may need.
+inline bool Eventually(const std::function<bool()>& happened) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!happened()) {
+    if (std::chrono::steady_clock::now() > end) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return true;
+}
+
+}  // namespace kelvarion::testing
