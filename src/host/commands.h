@@ -1,48 +1,34 @@
-// The commands, one function each. What they refuse themselves they throw as WMIException or
-// UsageError; everything else is in the outcome.
+// The commands that are not short for requests (those are in everyday/), and the requests that all
+// commands are made of. What commands refuse themselves they throw as WMIException or UsageError;
+// everything else is in the outcome.
 #pragma once
 
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "host/command_group.h"
 #include "host/outcome.h"
 #include "host/session.h"
 
 namespace kelvarion::host {
 
-// request_commands.cpp: one request to the provider each.
+// One request to the provider each. Parameters are NAME=TEXT or NAME:=JSON.
 Outcome Enumerate(Session& session, const std::string& class_name);
 Outcome Get(Session& session, const std::string& path);
-Outcome Put(Session& session, const std::string& class_name,
-            const std::vector<std::string>& values);
-Outcome Delete(Session& session, const std::string& path);
 Outcome Call(Session& session, const std::string& path, const std::string& method,
              const std::vector<std::string>& parameters);
 
-// schema_commands.cpp: need no home.
-Outcome Classes(Session& session);
-Outcome Describe(Session& session, const std::string& class_name, bool markdown);
-
-// settings_commands.cpp: the settings as the registry keeps them.
-Outcome ListSettings(Session& session);
-Outcome GetSetting(Session& session, const std::string& name);
-// Also generates the web server's configuration anew.
-Outcome SetSetting(Session& session, const std::string& name, const std::string& value);
-
-// registration_command.cpp: where hosts find the provider library's classes.
-Outcome ShowRegistration(Session& session);
-Outcome ChangeRegistration(Session& session, bool install, bool for_user);
-
-// events_command.cpp
-struct EventOptions {
-  std::vector<std::string> sources;  // Parts of names.
-  std::vector<std::string> types;
-  std::string since;  // A span or a date; empty: all there are.
-};
-Outcome Events(Session& session, const EventOptions& options);
-// Hands each event's text to `print`, as a line for people or of JSON, until the user interrupts.
-void FollowEvents(Session& session, const EventOptions& options, bool json,
-                  const std::function<void(const std::string&)>& print);
+// Each in a file of its name. enumerate, get, put, delete and call:
+void AddRequestCommands(CLI::App& app, Command& chosen);
+// init: makes a home.
+void AddInitCommand(CLI::App& app, Command& chosen);
+// classes and describe, which need no home.
+void AddSchemaCommands(CLI::App& app, Command& chosen);
+// settings: as the registry keeps them. A change also generates the web server's configuration.
+void AddSettingsCommands(CLI::App& app, Command& chosen);
+// registration: where hosts find the provider library's classes.
+void AddRegistrationCommands(CLI::App& app, Command& chosen);
+// events: the event log, as it is and as it grows.
+void AddEventsCommand(CLI::App& app, Command& chosen);
 
 }  // namespace kelvarion::host

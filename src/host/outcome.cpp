@@ -75,6 +75,13 @@ std::string ToDocument(const Outcome& outcome) {
   return document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+std::string ForTerminal(std::string text) {
+  if (!platform::OutputIsTerminal()) return text;
+  for (char& c : text)
+    if ((static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t') || c == '\x7F') c = '?';
+  return text;
+}
+
 std::string ErrorDescription(const Outcome& outcome) {
   const std::string text = TextMember(outcome.error, "Description");
   return text.empty() ? Utf8(HresultText(outcome.status)) : text;

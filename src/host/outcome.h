@@ -37,6 +37,10 @@ Json ToJson(const Progress& progress);
 // The outcome as one JSON document, which ends with a line feed.
 std::string ToDocument(const Outcome& outcome);
 
+// For people's text on its way to a terminal, which no value must be able to disturb: control
+// characters become question marks. Anywhere else the text is as it is.
+std::string ForTerminal(std::string text);
+
 // What the error object says, else the text of the status.
 std::string ErrorDescription(const Outcome& outcome);
 

@@ -18,9 +18,7 @@ constexpr struct {
   const char* name;
 } kScopes[] = {{RootKey::kCurrentUser, "user"}, {RootKey::kLocalMachine, "machine"}};
 
-}  // namespace
-
-Outcome ShowRegistration(Session& session) {
+Outcome Show(Session& session) {
   platform::Registry& registry = *session.machine()->registry;
   Outcome outcome;
   Table table{{"CLASS", "FOR", "LIBRARY", "NAME"}, {}};
@@ -43,16 +41,40 @@ Outcome ShowRegistration(Session& session) {
   return outcome;
 }
 
-Outcome ChangeRegistration(Session& session, bool install, bool for_user) {
+struct ChangeWords {
+  bool for_user = false;
+};
+
+Outcome Change(Session& session, bool install, const ChangeWords& words) {
   platform::SetCurrentMachine(session.machine());
   std::string reason;
   const HRESULT hr =
       InstallClassLibrary(session.paths().provider, install,
-                          for_user ? InstallFor::kUser : InstallFor::kMachine, reason);
+                          words.for_user ? InstallFor::kUser : InstallFor::kMachine, reason);
   if (Failed(hr))
     throw SimpleException(u"The registration cannot be changed: %s",
                           reason.empty() ? HresultText(hr) : Utf16(reason));
-  return ShowRegistration(session);
+  return Show(session);
+}
+
+Outcome Install(Session& session, const ChangeWords& words) { return Change(session, true, words); }
+
+Outcome Remove(Session& session, const ChangeWords& words) { return Change(session, false, words); }
+
+}  // namespace
+
+void AddRegistrationCommands(CLI::App& app, Command& chosen) {
+  CLI::App* const registration =
+      AddGroup(app, "registration", "Show or change where the provider library's classes are found",
+               chosen, Show);
+  registration->footer("Nothing is served while the classes are not registered.");
+  const auto add = [&](const char* name, const char* description,
+                       Outcome (*run)(Session&, const ChangeWords&)) {
+    const auto [command, words] = AddCommand(*registration, name, description, chosen, run);
+    command->add_flag("--user", words->for_user, "For the user who runs this, not the machine");
+  };
+  add("install", "Register the classes of this program's library", Install);
+  add("remove", "Remove the classes from the registration", Remove);
 }
 
 }  // namespace kelvarion::host

@@ -9,6 +9,16 @@
 namespace kelvarion::host {
 namespace {
 
+constexpr const char* kClassHelp = "Name of the class";
+constexpr const char* kPathHelp = "An object path: Class.Key=\"value\", or Class=@ for a singleton";
+constexpr const char* kValueHelp = "NAME=TEXT, or NAME:=JSON for lists, null and embedded objects";
+
+struct RequestWords {
+  std::string subject;  // A class or a path.
+  std::string method;
+  std::vector<std::string> values;
+};
+
 // The parameters that the method cannot do without and that were not given. The provider says of
 // such a one only that it is null.
 std::vector<std::u16string> LeftOut(const Schema& schema, const std::u16string& path,
@@ -28,6 +38,40 @@ std::vector<std::u16string> LeftOut(const Schema& schema, const std::u16string& 
   return names;
 }
 
+Outcome Put(Session& session, const RequestWords& words) {
+  const std::u16string name = ParseWord(words.subject);
+  const std::vector<Argument> properties = ParseArguments(words.values);
+  const auto context = session.context();
+  RequestTarget& target = session.target();
+  const ObjectPtr instance = MakeInstance(*session.schema(), name, properties);
+  return FromReply(target.Put(instance.Get(), context.Get(), session.observer));
+}
+
+Outcome Delete(Session& session, const RequestWords& words) {
+  const std::u16string text = ParseWord(words.subject);
+  const auto context = session.context();
+  return FromReply(session.target().Delete(text, context.Get(), session.observer));
+}
+
+void AddCall(CLI::App& app, Command& chosen) {
+  const auto [call, words] =
+      AddCommand<RequestWords>(app, "call", "Call a method of a class or of an instance", chosen,
+                               [](Session& session, const RequestWords& called) {
+                                 return Call(session, called.subject, called.method, called.values);
+                               });
+  call->add_option("PATH", words->subject, "A class for its static methods, else an object path")
+      ->required();
+  call->add_option("METHOD", words->method, "Name of the method")->required();
+  call->add_option("PARAMETER", words->values, kValueHelp);
+  call->footer(
+      "Examples:\n"
+      "  kelvarionctl call Kelvarion_Repository Create Name=demo\n"
+      "  kelvarionctl call 'Kelvarion_Repository.Name=\"demo\"' SetSecurity Path=/ \\\n"
+      "    ResetChildren=false 'Permissions:=[{\"__CLASS\":\"Kelvarion_PermissionEntry\",\n"
+      "    \"Account\":{\"__CLASS\":\"Kelvarion_User\",\"Name\":\"alice\"},\"AccessLevel\":2}]'\n"
+      "Ctrl-C cancels a call that runs long and waits until it has cleaned up.");
+}
+
 }  // namespace
 
 Outcome Enumerate(Session& session, const std::string& class_name) {
@@ -40,22 +84,6 @@ Outcome Get(Session& session, const std::string& path) {
   const std::u16string text = ParseWord(path);
   const auto context = session.context();
   return FromReply(session.target().Get(text, context.Get(), session.observer));
-}
-
-Outcome Put(Session& session, const std::string& class_name,
-            const std::vector<std::string>& values) {
-  const std::u16string name = ParseWord(class_name);
-  const std::vector<Argument> properties = ParseArguments(values);
-  const auto context = session.context();
-  RequestTarget& target = session.target();
-  const ObjectPtr instance = MakeInstance(*session.schema(), name, properties);
-  return FromReply(target.Put(instance.Get(), context.Get(), session.observer));
-}
-
-Outcome Delete(Session& session, const std::string& path) {
-  const std::u16string text = ParseWord(path);
-  const auto context = session.context();
-  return FromReply(session.target().Delete(text, context.Get(), session.observer));
 }
 
 Outcome Call(Session& session, const std::string& path, const std::string& method,
@@ -72,6 +100,27 @@ Outcome Call(Session& session, const std::string& path, const std::string& metho
     if (!names.empty()) session.observer->OnWarning(u"The call left out: " + Join(names));
   }
   return outcome;
+}
+
+void AddRequestCommands(CLI::App& app, Command& chosen) {
+  const auto add = [&](const char* name, const char* description, const char* subject,
+                       const char* help, Outcome (*run)(Session&, const RequestWords&)) {
+    const auto added = AddCommand(app, name, description, chosen, run);
+    added.first->add_option(subject, added.second->subject, help)->required();
+    return added;
+  };
+  add("enumerate", "List all instances of a class", "CLASS", kClassHelp,
+      [](Session& session, const RequestWords& words) { return Enumerate(session, words.subject); })
+      .first->footer("Example:\n  kelvarionctl enumerate Kelvarion_Repository");
+  add("get", "Show one instance", "PATH", kPathHelp,
+      [](Session& session, const RequestWords& words) { return Get(session, words.subject); })
+      .first->footer(
+          "Examples:\n  kelvarionctl get 'Kelvarion_Repository.Name=\"demo\"'\n"
+          "  kelvarionctl get Kelvarion_VersionInfo=@");
+  const auto [put, stored] = add("put", "Store an instance", "CLASS", kClassHelp, Put);
+  put->add_option("PROPERTY", stored->values, kValueHelp);
+  add("delete", "Delete one instance", "PATH", kPathHelp, Delete);
+  AddCall(app, chosen);
 }
 
 }  // namespace kelvarion::host

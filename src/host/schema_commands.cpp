@@ -18,8 +18,6 @@ std::string FirstSentence(const std::string& text) {
   return end == std::string::npos ? text : text.substr(0, end + 1);
 }
 
-}  // namespace
-
 Outcome Classes(Session& session) {
   Outcome outcome;
   for (const ObjectPtr& class_object : session.schema()->Classes()) {
@@ -31,15 +29,31 @@ Outcome Classes(Session& session) {
   return outcome;
 }
 
-Outcome Describe(Session& session, const std::string& class_name, bool markdown) {
-  const std::u16string name = ParseWord(class_name);
+struct DescribeWords {
+  std::string class_name;
+  bool markdown = false;
+};
+
+Outcome Describe(Session& session, const DescribeWords& words) {
+  const std::u16string name = ParseWord(words.class_name);
   const ObjectPtr class_object = session.schema()->Find(name);
   if (!class_object) throw ComException(WBEM_E_INVALID_CLASS, u"Unexpected class '%s'", name);
   const ClassDescription description = DescribeClass(*class_object);
   Outcome outcome;
   outcome.objects.push_back(ToJson(description));
-  outcome.text = markdown ? ToMarkdown(description) : ToText(description);
+  outcome.text = words.markdown ? ToMarkdown(description) : ToText(description);
   return outcome;
+}
+
+}  // namespace
+
+void AddSchemaCommands(CLI::App& app, Command& chosen) {
+  AddCommand(app, "classes", "List the management classes", chosen, Classes);
+  const auto [describe, words] = AddCommand(
+      app, "describe", "Show a class: its properties, methods and parameters", chosen, Describe);
+  describe->add_option("CLASS", words->class_name, "Name of the class")->required();
+  describe->add_flag("--markdown", words->markdown, "As a page of the documentation");
+  describe->footer("Example:\n  kelvarionctl describe Kelvarion_Repository");
 }
 
 }  // namespace kelvarion::host

@@ -26,6 +26,7 @@ class Session {
   explicit Session(const GlobalOptions& options);
 
   const std::string& home() const { return home_; }
+  bool json() const { return options_.json; }
   const ProgramPaths& paths() const { return paths_; }
   std::shared_ptr<const Schema> schema();
   // Throws UsageError when there is no complete home.

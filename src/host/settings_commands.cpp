@@ -34,9 +34,12 @@ std::string ShownOrDefault(const Setting& setting, const Json& value) {
   return setting.default_text ? "(" + Utf8(setting.default_text) + ")" : "not set";
 }
 
-}  // namespace
+struct SettingWords {
+  std::string name;
+  std::string value;
+};
 
-Outcome ListSettings(Session& session) {
+Outcome List(Session& session) {
   const RegistryValues values = Values(session);
   Outcome outcome;
   Table table{{"SETTING", "VALUE", "MEANING"}, {}};
@@ -50,8 +53,8 @@ Outcome ListSettings(Session& session) {
   return outcome;
 }
 
-Outcome GetSetting(Session& session, const std::string& name) {
-  const Setting& setting = FindSetting(ParseWord(name));
+Outcome Get(Session& session, const SettingWords& words) {
+  const Setting& setting = FindSetting(ParseWord(words.name));
   const Json value = ReadSetting(Values(session), setting);
   Outcome outcome;
   outcome.objects.push_back(ToJson(setting, value));
@@ -60,9 +63,9 @@ Outcome GetSetting(Session& session, const std::string& name) {
   return outcome;
 }
 
-Outcome SetSetting(Session& session, const std::string& name, const std::string& value) {
-  const Setting& setting = FindSetting(ParseWord(name));
-  const std::u16string text = ParseWord(value);
+Outcome Set(Session& session, const SettingWords& words) {
+  const Setting& setting = FindSetting(ParseWord(words.name));
+  const std::u16string text = ParseWord(words.value);
   RegistryValues values = Values(session);
   WriteSetting(values, setting, text);
   const RegistryAccessor store(*session.machine()->registry);
@@ -71,6 +74,26 @@ Outcome SetSetting(Session& session, const std::string& name, const std::string&
   Outcome outcome;
   outcome.objects.push_back(ToJson(setting, ReadSetting(values, setting)));
   return outcome;
+}
+
+}  // namespace
+
+void AddSettingsCommands(CLI::App& app, Command& chosen) {
+  CLI::App* const settings =
+      AddGroup(app, "settings", "Show or change the settings as they are stored", chosen, List);
+  settings->footer(
+      "Examples:\n  kelvarionctl settings\n  kelvarionctl settings set HttpSvnCacheSize 256\n"
+      "The web server takes changes up with: kelvarionctl server restart");
+  AddCommand(*settings, "list", "Show all settings", chosen, List);
+  const auto add = [&](const char* name, const char* description,
+                       Outcome (*run)(Session&, const SettingWords&)) {
+    const auto added = AddCommand(*settings, name, description, chosen, run);
+    added.first->add_option("NAME", added.second->name, "Name of the setting")->required();
+    return added;
+  };
+  add("get", "Show one setting", Get);
+  const auto [set, words] = add("set", "Change one setting", Set);
+  set->add_option("VALUE", words->value, "The new value; lists with commas")->required();
 }
 
 }  // namespace kelvarion::host

@@ -89,7 +89,7 @@ TEST_F(AccountCommandsFlowTest, PasswordsComeFromTheTerminalUnseenOrFromALine) {
   EXPECT_EQ(server_.Ctl({"user", "password", "nobody"}).status(), 0x80041002U);
   EXPECT_EQ(server_.Ctl({"user", "create", "bob"}).process.exit_code, 2) << "there is no input";
   EXPECT_EQ(server_.Ctl({"user", "list"}).names(), Words{"alice"});
-  ASSERT_TRUE(server_.Ctl({"user", "remove", "alice"}).ok());
+  ASSERT_TRUE(server_.Ctl({"user", "remove", "alice", "--yes"}).ok());
   EXPECT_FALSE(LogsIn("alice", "second"));
 }
 
@@ -108,7 +108,8 @@ TEST_F(AccountCommandsFlowTest, MembersAreAddedAndRemovedOneByOne) {
       {{"group", "members", "add", "none", "bob"}, 0x80041002, {"alice", "bob"}},
       {{"group", "members", "list", "none"}, 0x80041002, {"alice", "bob"}},
       {{"group", "create", "devs"}, 0x800700B7, {"alice", "bob"}},
-      {{"group", "remove", "testers"}, 0, {"alice", "bob"}},
+      {{"group", "remove", "testers"}, 0x80041001, {"alice", "bob"}},
+      {{"group", "remove", "testers", "--yes"}, 0, {"alice", "bob"}},
   };
   for (const auto& step : steps) {
     const Reply reply = server_.Ctl(step.words);

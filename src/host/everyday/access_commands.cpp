@@ -3,8 +3,7 @@
 namespace kelvarion::host {
 
 void AddAccessCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const access = app.add_subcommand("access", "Say who may read and write what");
-  access->require_subcommand(1);
+  CLI::App* const access = AddGroup(app, "access", "Say who may read and write what");
   AddAccessRuleCommands(*access, chosen);
   AddAccessExplainCommands(*access, chosen);
 }

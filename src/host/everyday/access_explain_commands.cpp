@@ -1,6 +1,4 @@
 // kelvarionctl access explain and access check.
-#include <memory>
-
 #include "host/commands.h"
 #include "host/everyday/access_commands.h"
 #include "host/table.h"
@@ -92,10 +90,9 @@ Outcome Check(Session& session) {
 }  // namespace
 
 void AddAccessExplainCommands(CLI::App& access, Command& chosen) {
-  const auto options = std::make_shared<ExplainOptions>();
-  CLI::App* const explain =
+  const auto [explain, options] =
       AddCommand(access, "explain", "Show who may really do what at a path, and by which rule",
-                 chosen, [options](Session& session) { return Explain(session, *options); });
+                 chosen, Explain);
   explain->add_option("REPOSITORY", options->repository, "Name of the repository")->required();
   explain->add_option("PATH", options->path, "Path in the repository, / for its root")->required();
   explain->add_option("--account", options->account,
@@ -103,9 +100,8 @@ void AddAccessExplainCommands(CLI::App& access, Command& chosen) {
   explain->footer(
       "Examples:\n  kelvarionctl access explain demo /trunk\n"
       "  kelvarionctl access explain demo /trunk --account alice");
-  CLI::App* const check =
-      AddCommand(access, "check", "Look for what is wrong in rules, groups and users", chosen,
-                 [](Session& session) { return Check(session); });
+  CLI::App* const check = AddCommand(
+      access, "check", "Look for what is wrong in rules, groups and users", chosen, Check);
   check->footer(
       "The exit code is 1 when the web server refuses access because of something found, and 0\n"
       "when there are only warnings or nothing.");

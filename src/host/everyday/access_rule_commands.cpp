@@ -1,7 +1,6 @@
 // access list, add, set, remove: single rules by Kelvarion_AccessRule, which is the same for both
 // ways the server knows its users and changes each rule in one step.
 #include <array>
-#include <memory>
 
 #include "host/commands.h"
 #include "host/everyday/access_commands.h"
@@ -124,26 +123,23 @@ Outcome Remove(Session& session, const RuleWords& given) {
               {"Repository=" + words.repository, "Path=" + words.path, "Account=" + words.account});
 }
 
-CLI::App* AddRuleCommand(CLI::App& access, Command& chosen, const char* name,
-                         const char* description, Outcome (*run)(Session&, const RuleWords&),
-                         const std::shared_ptr<RuleWords>& words, bool with_level) {
-  CLI::App* const sub = AddCommand(access, name, description, chosen,
-                                   [words, run](Session& session) { return run(session, *words); });
+std::pair<CLI::App*, RuleWords*> AddRuleCommand(CLI::App& access, Command& chosen, const char* name,
+                                                const char* description,
+                                                Outcome (*run)(Session&, const RuleWords&)) {
+  const auto [sub, words] = AddCommand(access, name, description, chosen, run);
   sub->add_option("REPOSITORY", words->repository, "Name of the repository; not with --global");
   sub->add_option("PATH", words->path,
                   "Path in the repository, / for all of it; not with --global");
   sub->add_option("ACCOUNT", words->account, kAccountHelp);
-  if (with_level) sub->add_option("LEVEL", words->level, kLevelHelp);
+  if (run != Remove) sub->add_option("LEVEL", words->level, kLevelHelp);
   sub->add_flag("--global", words->global,
                 "A rule for all repositories; Windows authentication only");
-  return sub;
+  return {sub, words};
 }
 
 void AddList(CLI::App& access, Command& chosen) {
-  const auto words = std::make_shared<RuleWords>();
-  CLI::App* const list =
-      AddCommand(access, "list", "Show the rules, or those that count at a path", chosen,
-                 [words](Session& session) { return List(session, *words); });
+  const auto [list, words] =
+      AddCommand(access, "list", "Show the rules, or those that count at a path", chosen, List);
   list->add_option("REPOSITORY", words->repository, "Only the rules of this repository");
   list->add_option("PATH", words->path,
                    "The rules that count at this path: for each account the nearest one");
@@ -158,23 +154,21 @@ void AddList(CLI::App& access, Command& chosen) {
 void AddAccessRuleCommands(CLI::App& access, Command& chosen) {
   AddList(access, chosen);
 
-  const auto added = std::make_shared<RuleWords>();
-  CLI::App* const add = AddRuleCommand(
-      access, chosen, "add", "Add a rule; one that exists is left alone", Add, added, true);
+  const auto [add, added] =
+      AddRuleCommand(access, chosen, "add", "Add a rule; one that exists is left alone", Add);
   add->add_flag("--force", added->force, "Overwrite a rule that exists");
   add->footer(
       "Examples:\n  kelvarionctl access add demo / @developers write\n"
       "  kelvarionctl access add demo /private bob none\n"
       "  kelvarionctl access add --global 'Unix Group\\staff' read");
 
-  const auto set = std::make_shared<RuleWords>();
-  set->force = true;
-  AddRuleCommand(access, chosen, "set", "Add a rule, or change the one that exists", Add, set, true)
-      ->footer("Example:\n  kelvarionctl access set demo / bob read");
+  const auto [set, changed] =
+      AddRuleCommand(access, chosen, "set", "Add a rule, or change the one that exists", Add);
+  changed->force = true;
+  set->footer("Example:\n  kelvarionctl access set demo / bob read");
 
-  AddRuleCommand(access, chosen, "remove", "Remove a rule; the account inherits again", Remove,
-                 std::make_shared<RuleWords>(), false)
-      ->footer("Example:\n  kelvarionctl access remove demo /private bob");
+  AddRuleCommand(access, chosen, "remove", "Remove a rule; the account inherits again", Remove)
+      .first->footer("Example:\n  kelvarionctl access remove demo /private bob");
 }
 
 }  // namespace kelvarion::host

@@ -1,7 +1,5 @@
 #include "host/everyday/certificate_commands.h"
 
-#include <memory>
-
 #include "host/commands.h"
 #include "host/everyday/certificate_summary.h"
 #include "host/everyday/requests.h"
@@ -59,12 +57,10 @@ Outcome Import(Session& session, const ImportWords& words) {
 }
 
 // A command that takes the files of a certificate.
-std::pair<CLI::App*, std::shared_ptr<ImportWords>> AddWithFiles(
-    CLI::App& group, Command& chosen, const char* name, const char* description,
-    Outcome (*run)(Session&, const ImportWords&)) {
-  auto words = std::make_shared<ImportWords>();
-  CLI::App* const sub = AddCommand(group, name, description, chosen,
-                                   [words, run](Session& session) { return run(session, *words); });
+std::pair<CLI::App*, ImportWords*> AddWithFiles(CLI::App& group, Command& chosen, const char* name,
+                                                const char* description,
+                                                Outcome (*run)(Session&, const ImportWords&)) {
+  const auto [sub, words] = AddCommand(group, name, description, chosen, run);
   sub->add_option("FILE", words->files,
                   "The certificate in PEM form, then those of its issuers; - is standard input")
       ->required();
@@ -75,9 +71,8 @@ std::pair<CLI::App*, std::shared_ptr<ImportWords>> AddWithFiles(
 }  // namespace
 
 void AddCertificateCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = app.add_subcommand(
-      "certificate", "Show, make, request, check and import the server's certificate");
-  group->require_subcommand(1);
+  CLI::App* const group = AddGroup(
+      app, "certificate", "Show, make, request, check and import the server's certificate");
   AddCommand(*group, "show", "Show the certificate, how long it lasts and who vouches for it",
              chosen, ShowCertificate);
   AddNewCertificateCommands(*group, chosen);

@@ -1,5 +1,4 @@
 // kelvarionctl doctor: the examination of the whole installation.
-#include <memory>
 
 #include "host/commands.h"
 #include "host/everyday/requests.h"
@@ -54,10 +53,8 @@ Outcome Examine(Session& session, const DoctorOptions& options) {
 }  // namespace
 
 void AddDoctorCommand(CLI::App& app, Command& chosen) {
-  const auto options = std::make_shared<DoctorOptions>();
-  CLI::App* const doctor =
-      AddCommand(app, "doctor", "Examine the whole installation, and repair it", chosen,
-                 [options](Session& session) { return Examine(session, *options); });
+  const auto [doctor, options] =
+      AddCommand(app, "doctor", "Examine the whole installation, and repair it", chosen, Examine);
   doctor->add_flag("--fix", options->fix, "Repair what can be repaired safely");
   doctor->add_flag("--quiet", options->quiet,
                    "Print warnings and errors only, and nothing while at work");

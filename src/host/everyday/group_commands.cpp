@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "host/commands.h"
 #include "host/everyday/account_commands.h"
 #include "host/everyday/requests.h"
@@ -13,6 +11,7 @@ constexpr const char* kMemberClass = "Kelvarion_GroupMember";
 struct GroupWords {
   std::string group;
   std::vector<std::string> members;  // Users, and groups with "@" in front.
+  bool yes = false;
 };
 
 // Nothing else can stand in JSON.
@@ -30,6 +29,7 @@ Outcome Create(Session& session, const GroupWords& words) {
 }
 
 Outcome Remove(Session& session, const GroupWords& words) {
+  Confirm("Delete group '" + words.group + "', also from all groups and rules?", words.yes);
   return Call(session, kClass, "Delete", {"Name=" + words.group});
 }
 
@@ -64,23 +64,23 @@ Outcome RemoveMembers(Session& session, const GroupWords& words) {
 
 enum class Members { kNone, kOptional, kRequired };
 
-void AddGroupCommand(CLI::App& parent, Command& chosen, const char* name, const char* description,
-                     Outcome (*run)(Session&, const GroupWords&), Members members) {
-  const auto words = std::make_shared<GroupWords>();
-  CLI::App* const sub = AddCommand(parent, name, description, chosen,
-                                   [words, run](Session& session) { return run(session, *words); });
+std::pair<CLI::App*, GroupWords*> AddGroupCommand(CLI::App& parent, Command& chosen,
+                                                  const char* name, const char* description,
+                                                  Outcome (*run)(Session&, const GroupWords&),
+                                                  Members members) {
+  const auto [sub, words] = AddCommand(parent, name, description, chosen, run);
   sub->add_option("GROUP", words->group, "Name of the group, without @")->required();
-  if (members == Members::kNone) return;
-  sub->add_option("MEMBER", words->members, "Users, and groups with @ in front")
-      ->required(members == Members::kRequired);
+  if (members != Members::kNone)
+    sub->add_option("MEMBER", words->members, "Users, and groups with @ in front")
+        ->required(members == Members::kRequired);
+  return {sub, words};
 }
 
 }  // namespace
 
 void AddGroupCommands(CLI::App& app, Command& chosen) {
   CLI::App* const group =
-      app.add_subcommand("group", "List, create and remove groups, change their members");
-  group->require_subcommand(1);
+      AddGroup(app, "group", "List, create and remove groups, change their members");
   group->footer(
       "Groups count while the server uses Subversion authentication.\n"
       "Examples:\n  kelvarionctl group create developers alice bob\n"
@@ -88,10 +88,11 @@ void AddGroupCommands(CLI::App& app, Command& chosen) {
   AddCommand(*group, "list", "Show all groups", chosen,
              [](Session& session) { return ListNames(session, kClass); });
   AddGroupCommand(*group, chosen, "create", "Create a group", Create, Members::kOptional);
-  AddGroupCommand(*group, chosen, "remove", "Delete a group, also from all groups and rules",
-                  Remove, Members::kNone);
-  CLI::App* const members = group->add_subcommand("members", "Show or change who is in a group");
-  members->require_subcommand(1);
+  const auto [remove, removed] =
+      AddGroupCommand(*group, chosen, "remove", "Delete a group, also from all groups and rules",
+                      Remove, Members::kNone);
+  remove->add_flag("--yes", removed->yes, "Do not ask");
+  CLI::App* const members = AddGroup(*group, "members", "Show or change who is in a group");
   AddGroupCommand(*members, chosen, "list", "Show the members", ListMembers, Members::kNone);
   AddGroupCommand(*members, chosen, "add", "Add members; the others stay", AddMembers,
                   Members::kRequired);

@@ -1,5 +1,4 @@
 #include <array>
-#include <memory>
 
 #include "host/commands.h"
 #include "host/everyday/repository_commands.h"
@@ -97,15 +96,10 @@ Outcome Remove(Session& session, const HookWords& words) {
 }  // namespace
 
 void AddHookCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = app.add_subcommand("hook", "Show and change the repositories' hooks");
-  group->require_subcommand(1);
+  CLI::App* const group = AddGroup(app, "hook", "Show and change the repositories' hooks");
   const auto add = [&](const char* name, const char* description,
                        Outcome (*run)(Session&, const HookWords&)) {
-    auto words = std::make_shared<HookWords>();
-    CLI::App* const sub =
-        AddCommand(*group, name, description, chosen,
-                   [words, run](Session& session) { return run(session, *words); });
-    return std::pair(sub, words);
+    return AddCommand(*group, name, description, chosen, run);
   };
   const auto add_for_hook = [&](const char* name, const char* description,
                                 Outcome (*run)(Session&, const HookWords&)) {

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "host/commands.h"
 #include "host/everyday/repository_commands.h"
 #include "host/everyday/requests.h"
@@ -70,15 +68,10 @@ Outcome Remove(Session& session, const ItemWords& words) {
 }  // namespace
 
 void AddItemCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = app.add_subcommand("item", "Show and change the folders in repositories");
-  group->require_subcommand(1);
+  CLI::App* const group = AddGroup(app, "item", "Show and change the folders in repositories");
   const auto add = [&](const char* name, const char* description,
                        Outcome (*run)(Session&, const ItemWords&)) {
-    auto words = std::make_shared<ItemWords>();
-    CLI::App* const sub =
-        AddCommand(*group, name, description, chosen,
-                   [words, run](Session& session) { return run(session, *words); });
-    return std::pair(sub, words);
+    return AddCommand(*group, name, description, chosen, run);
   };
   const auto add_commit = [&](const char* name, const char* description,
                               Outcome (*run)(Session&, const ItemWords&)) {

@@ -1,7 +1,6 @@
 // certificate create, request: what shall stand in the certificate comes from the command line, the
 // key is the one that the server has.
 #include <fstream>
-#include <memory>
 
 #include "host/commands.h"
 #include "host/everyday/certificate_commands.h"
@@ -73,12 +72,10 @@ Outcome Request(Session& session, const NewWords& words) {
   return outcome;
 }
 
-std::pair<CLI::App*, std::shared_ptr<NewWords>> AddNew(CLI::App& group, Command& chosen,
-                                                       const char* name, const char* description,
-                                                       Outcome (*run)(Session&, const NewWords&)) {
-  auto words = std::make_shared<NewWords>();
-  CLI::App* const sub = AddCommand(group, name, description, chosen,
-                                   [words, run](Session& session) { return run(session, *words); });
+std::pair<CLI::App*, NewWords*> AddNew(CLI::App& group, Command& chosen, const char* name,
+                                       const char* description,
+                                       Outcome (*run)(Session&, const NewWords&)) {
+  const auto [sub, words] = AddCommand(group, name, description, chosen, run);
   sub->add_option("--name", words->name, "Name of the server (default: as in its addresses)");
   sub->add_option("--alt", words->alternative_names,
                   "A further DNS name or IP address; may come several times")

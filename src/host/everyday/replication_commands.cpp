@@ -2,8 +2,6 @@
 // seed, share, convert: masters and slaves by PS_SvnRepository and Kelvarion_Repository.
 #include "host/everyday/replication_commands.h"
 
-#include <memory>
-
 #include "host/commands.h"
 #include "host/everyday/requests.h"
 
@@ -86,7 +84,7 @@ Outcome Check(Session& session, const ReplicationWords& words) {
 }
 
 Outcome Seed(Session& session, const ReplicationWords& words) {
-  const std::filesystem::path path = NewFolder(words.other, words.name);
+  const std::filesystem::path path = PlaceIn(words.other, words.name);
   Outcome outcome = Call(session, ClassicPathOf(words), "ExportReplicationSeed",
                          {"DestinationPath=" + path.string()});
   if (Succeeded(outcome.status)) outcome.text = path.string() + "\n";
@@ -107,13 +105,11 @@ Outcome Convert(Session& session, const ReplicationWords& words) {
 }
 
 using Run = Outcome (*)(Session&, const ReplicationWords&);
-using Added = std::pair<CLI::App*, std::shared_ptr<ReplicationWords>>;
+using Added = std::pair<CLI::App*, ReplicationWords*>;
 
 Added AddNamed(CLI::App& group, Command& chosen, const char* name, const char* description,
                Run run) {
-  auto words = std::make_shared<ReplicationWords>();
-  CLI::App* const sub = AddCommand(group, name, description, chosen,
-                                   [words, run](Session& session) { return run(session, *words); });
+  const auto [sub, words] = AddCommand(group, name, description, chosen, run);
   sub->add_option("NAME", words->name, "Name of the repository here")->required();
   return {sub, words};
 }
@@ -140,11 +136,12 @@ void AddMasters(CLI::App& group, Command& chosen) {
   convert->add_option("TYPE", converted->other, "master or plain")->required();
   const auto [seed, exported] =
       AddNamed(group, chosen, "seed", "Copy a master to a folder that becomes its slave", Seed);
-  seed->add_option("DIR", exported->other, "Folder for the slave, or one to put it into")
+  seed->add_option("DIR", exported->other,
+                   "Folder to put the slave into, under the name of the master")
       ->required();
   seed->footer(
-      "Carry the folder to the other server and bring it in there with: kelvarionctl repository\n"
-      "import DIR. Ctrl-C cancels; nothing is left then.");
+      "Carry DIR/NAME to the other server and bring it in there with: kelvarionctl repository\n"
+      "import DIR/NAME. Ctrl-C cancels; nothing is left then.");
 }
 
 void AddService(CLI::App& group, Command& chosen) {
@@ -177,8 +174,7 @@ void AddSlaves(CLI::App& group, Command& chosen) {
 
 void AddReplicationCommands(CLI::App& app, Command& chosen) {
   CLI::App* const group =
-      app.add_subcommand("replication", "Follow masters on other servers, and let slaves follow");
-  group->require_subcommand(1);
+      AddGroup(app, "replication", "Follow masters on other servers, and let slaves follow");
   AddReplicationStatus(*group, chosen);
   AddService(*group, chosen);
   AddTrustCommands(*group, chosen);

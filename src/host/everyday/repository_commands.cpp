@@ -1,7 +1,5 @@
 #include "host/everyday/repository_commands.h"
 
-#include <memory>
-
 #include "host/commands.h"
 #include "host/everyday/requests.h"
 
@@ -69,7 +67,7 @@ Outcome Import(Session& session, const RepositoryWords& words) {
 }
 
 Outcome Backup(Session& session, const RepositoryWords& words) {
-  const std::filesystem::path path = NewFolder(words.other, words.name);
+  const std::filesystem::path path = PlaceIn(words.other, words.name);
   Outcome outcome =
       Call(session, kBackupClass, "Create", {"Name=" + words.name, "Path=" + path.string()});
   if (Succeeded(outcome.status)) outcome.text = path.string() + "\n";
@@ -115,34 +113,24 @@ Outcome Measure(Session& session, const RepositoryWords& words) {
 using Run = Outcome (*)(Session&, const RepositoryWords&);
 
 // A command whose first word is a repository.
-std::pair<CLI::App*, std::shared_ptr<RepositoryWords>> AddOne(CLI::App& group, Command& chosen,
-                                                              const char* name,
-                                                              const char* description, Run run) {
-  auto words = std::make_shared<RepositoryWords>();
-  CLI::App* const sub = AddCommand(group, name, description, chosen,
-                                   [words, run](Session& session) { return run(session, *words); });
-  return {sub, words};
-}
-
-void AddNamed(CLI::App& group, Command& chosen, const char* name, const char* description,
-              Run run) {
-  const auto [sub, words] = AddOne(group, chosen, name, description, run);
+std::pair<CLI::App*, RepositoryWords*> AddNamed(CLI::App& group, Command& chosen, const char* name,
+                                                const char* description, Run run) {
+  const auto [sub, words] = AddCommand(group, name, description, chosen, run);
   sub->add_option("NAME", words->name, "Name of the repository")->required();
+  return {sub, words};
 }
 
 void AddChanges(CLI::App& group, Command& chosen) {
   const auto [remove, removed] =
-      AddOne(group, chosen, "remove", "Delete a repository for good", Remove);
-  remove->add_option("NAME", removed->name, "Name of the repository")->required();
+      AddNamed(group, chosen, "remove", "Delete a repository for good", Remove);
   remove->add_flag("--yes", removed->yes, "Do not ask");
 
-  const auto [rename, renamed] = AddOne(
+  const auto [rename, renamed] = AddNamed(
       group, chosen, "rename", "Give a repository another name; its address changes", Rename);
-  rename->add_option("NAME", renamed->name, "Name of the repository")->required();
   rename->add_option("NEW", renamed->other, "The new name")->required();
 
-  const auto [import, imported] = AddOne(
-      group, chosen, "import", "Make a repository from a dump file or by copying another", Import);
+  const auto [import, imported] = AddCommand(
+      group, "import", "Make a repository from a dump file or by copying another", chosen, Import);
   import->add_option("PATH", imported->other, "A dump, plain or gzip, or a repository's folder")
       ->required();
   import->add_option("NAME", imported->name, "Its new name (default: as the file or folder)");
@@ -153,17 +141,19 @@ void AddChanges(CLI::App& group, Command& chosen) {
 }
 
 void AddBackups(CLI::App& group, Command& chosen) {
-  const auto [backup, kept] = AddOne(
+  const auto [backup, kept] = AddNamed(
       group, chosen, "backup", "Copy a repository that may be in use, and verify the copy", Backup);
-  backup->add_option("NAME", kept->name, "Name of the repository")->required();
-  backup->add_option("DIR", kept->other, "Folder for the copy, or one to put it into")->required();
+  backup
+      ->add_option("DIR", kept->other,
+                   "Folder to put the copy into, under the name of the repository")
+      ->required();
   backup->footer(
       "The copy holds revisions, hooks, rules and settings. Example:\n"
       "  kelvarionctl repository backup demo /var/backups/svn");
 
   const auto [restore, restored] =
-      AddOne(group, chosen, "restore",
-             "Make a repository from a backup; never over an existing one", Restore);
+      AddCommand(group, "restore", "Make a repository from a backup; never over an existing one",
+                 chosen, Restore);
   restore->add_option("DIR", restored->other, "The backup")->required();
   restore->add_option("NAME", restored->name, "Its new name (default: as the folder)");
 }
@@ -172,8 +162,7 @@ void AddBackups(CLI::App& group, Command& chosen) {
 
 void AddRepositoryCommands(CLI::App& app, Command& chosen) {
   CLI::App* const group =
-      app.add_subcommand("repository", "Create, import, verify and delete repositories");
-  group->require_subcommand(1);
+      AddGroup(app, "repository", "Create, import, verify and delete repositories");
   AddCommand(*group, "list", "Show all repositories", chosen, List);
   AddNamed(*group, chosen, "show", "Show all that is known of a repository", Show);
   AddNamed(*group, chosen, "create", "Create an empty repository that nobody may use yet", Create);

@@ -78,7 +78,7 @@ Outcome ListNames(Session& session, const std::string& class_name) {
 void Confirm(const std::string& question, bool yes) {
   if (yes) return;
   if (!platform::InputIsTerminal())
-    throw UsageError("This cannot be undone; --yes says that it is meant.");
+    throw UsageError("There is nobody to ask; --yes says that it is meant.");
   std::cerr << question << " [y/N] " << std::flush;
   std::string answer;
   std::getline(std::cin, answer);
@@ -105,9 +105,11 @@ std::filesystem::path Absolute(const std::string& path) {
   return absolute.has_filename() ? absolute : absolute.parent_path();
 }
 
-std::filesystem::path NewFolder(const std::string& path, const std::string& name) {
-  const std::filesystem::path folder = Absolute(path);
-  return std::filesystem::is_directory(folder) ? folder / name : folder;
+std::filesystem::path PlaceIn(const std::string& folder, const std::string& name) {
+  const std::filesystem::path absolute = Absolute(folder);
+  if (!std::filesystem::is_directory(absolute))
+    throw UsageError("There is no folder '" + absolute.string() + "' to put the copy into.");
+  return absolute / name;
 }
 
 std::string ReadInput(const std::string& file) {

@@ -44,8 +44,9 @@ std::string ReadPassword(const std::string& prompt, Typed typed);
 
 // The provider may run elsewhere: it gets a path that means the same there.
 std::filesystem::path Absolute(const std::string& path);
-// The same for a folder that is made; one that exists receives it under `name`.
-std::filesystem::path NewFolder(const std::string& path, const std::string& name);
+// The place of `name` in a folder, which has to exist: for copies that are put into it. Throws
+// UsageError.
+std::filesystem::path PlaceIn(const std::string& folder, const std::string& name);
 
 // All of a file, or of standard input for "-". Throws UsageError when it cannot be read.
 std::string ReadInput(const std::string& file);

@@ -71,8 +71,7 @@ Outcome Control(Session& session, const char* method, const char* done, const ch
 
 void AddServerCommands(CLI::App& app, Command& chosen) {
   CLI::App* const server =
-      app.add_subcommand("server", "Show how the server is; start, stop, restart and configure it");
-  server->require_subcommand(1);
+      AddGroup(app, "server", "Show how the server is; start, stop, restart and configure it");
   AddCommand(*server, "status", "Show state, address, logins and what needs attention", chosen,
              Status)
       ->footer("The exit code is 1 while the server does not run.");

@@ -1,7 +1,6 @@
 // kelvarionctl server configure: many settings in one request, which also has the server take them
 // up.
 #include <filesystem>
-#include <memory>
 
 #include "host/commands.h"
 #include "host/everyday/requests.h"
@@ -15,8 +14,8 @@ constexpr const char* kClass = "PS_SvnServerConfiguration";
 // Parameters of the request as the options give them.
 using Changes = std::vector<std::string>;
 
-void AddSwitch(CLI::App& command, const std::shared_ptr<Changes>& changes, const char* option,
-               const char* parameter, const char* description) {
+void AddSwitch(CLI::App& command, Changes* changes, const char* option, const char* parameter,
+               const char* description) {
   command
       .add_option_function<std::string>(
           option,
@@ -28,7 +27,7 @@ void AddSwitch(CLI::App& command, const std::shared_ptr<Changes>& changes, const
       ->type_name("on|off");
 }
 
-CLI::Option* AddText(CLI::App& command, const std::shared_ptr<Changes>& changes, const char* option,
+CLI::Option* AddText(CLI::App& command, Changes* changes, const char* option,
                      const char* description,
                      const std::function<std::string(const std::string&)>& parameter) {
   return command.add_option_function<std::string>(
@@ -73,7 +72,7 @@ Outcome Configure(Session& session, const Changes& changes) {
   return outcome;
 }
 
-void AddTexts(CLI::App& command, const std::shared_ptr<Changes>& changes) {
+void AddTexts(CLI::App& command, Changes* changes) {
   const auto named = [](const char* parameter) {
     return [parameter](const std::string& text) { return parameter + ("=" + text); };
   };
@@ -97,10 +96,9 @@ void AddTexts(CLI::App& command, const std::shared_ptr<Changes>& changes) {
 }  // namespace
 
 void AddServerConfigureCommand(CLI::App& server, Command& chosen) {
-  const auto changes = std::make_shared<Changes>();
-  CLI::App* const configure = AddCommand(
+  const auto [configure, changes] = AddCommand(
       server, "configure", "Change settings and have the server take them up; or show them", chosen,
-      [changes](Session& session) { return Configure(session, *changes); });
+      Configure);
   AddTexts(*configure, changes);
   AddSwitch(*configure, changes, "--tls", "EnableSSL", "Serve HTTPS instead of HTTP");
   AddSwitch(*configure, changes, "--basic", "EnableBasicAuthentication",

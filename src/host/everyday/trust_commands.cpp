@@ -1,7 +1,6 @@
 // replication trust, masters, forget: whose masters may be followed, by Kelvarion_TrustedMaster.
 #include <cctype>
 #include <iostream>
-#include <memory>
 
 #include "host/commands.h"
 #include "host/everyday/replication_commands.h"
@@ -68,23 +67,24 @@ void ConfirmCertificate(const Json& shown, const TrustWords& words) {
 
 // Asks for what is missing, the certificate before the password: nobody should type one for a
 // server that is not the right one.
-Outcome Trust(Session& session, TrustWords words) {
+Outcome Trust(Session& session, const TrustWords& words) {
+  std::string fingerprint = words.fingerprint;
   const bool tls = words.url.empty() ? words.scheme == "https" : words.url.starts_with("https://");
-  if (!tls && (!words.fingerprint.empty() || words.accept))
+  if (!tls && (!fingerprint.empty() || words.accept))
     throw UsageError("Only servers that are reached over https have a certificate.");
-  if (tls && words.fingerprint.empty()) {
+  if (tls && fingerprint.empty()) {
     const std::string server = words.url.empty() ? words.server : ServerOf(words.url);
     const Outcome found = Call(session, kClass, "GetCertificate", {"Server=" + server});
     if (Failed(found.status)) return found;
     const Json& shown = found.objects.front();
     if (!shown.at("VouchedFor").get<bool>()) {
       ConfirmCertificate(shown, words);
-      words.fingerprint = shown.at("CertificateSha256").get<std::string>();
+      fingerprint = shown.at("CertificateSha256").get<std::string>();
     }
   }
   std::vector<std::string> parameters{"Server=" + words.server};
   parameters.push_back(words.url.empty() ? "Scheme=" + words.scheme : "Url=" + words.url);
-  if (!words.fingerprint.empty()) parameters.push_back("CertificateSha256=" + words.fingerprint);
+  if (!fingerprint.empty()) parameters.push_back("CertificateSha256=" + fingerprint);
   if (!words.account.empty()) {
     parameters.push_back("Account=" + words.account);
     parameters.push_back(
@@ -94,11 +94,13 @@ Outcome Trust(Session& session, TrustWords words) {
   return Call(session, kClass, "Trust", parameters);
 }
 
+Outcome Forget(Session& session, const std::string& server) {
+  return Call(session, ObjectPath(kClass, {{"Server", server}}), "Forget", {});
+}
+
 void AddTrust(CLI::App& replication, Command& chosen) {
-  const auto words = std::make_shared<TrustWords>();
-  CLI::App* const trust =
-      AddCommand(replication, "trust", "Say how the server of masters is reached", chosen,
-                 [words](Session& session) { return Trust(session, *words); });
+  const auto [trust, words] =
+      AddCommand(replication, "trust", "Say how the server of masters is reached", chosen, Trust);
   trust->add_option("SERVER", words->server, "The server as slaves name it: host[:port]")
       ->required();
   trust->add_option("--account", words->account,
@@ -123,13 +125,9 @@ void AddTrustCommands(CLI::App& replication, Command& chosen) {
   AddTrust(replication, chosen);
   AddCommand(replication, "masters", "Show the servers of masters that are trusted", chosen,
              Masters);
-  const auto server = std::make_shared<std::string>();
-  AddCommand(replication, "forget", "Trust a server of masters no longer", chosen,
-             [server](Session& session) {
-               return Call(session, ObjectPath(kClass, {{"Server", *server}}), "Forget", {});
-             })
-      ->add_option("SERVER", *server, "The server, host[:port]")
-      ->required();
+  const auto [forget, server] =
+      AddCommand(replication, "forget", "Trust a server of masters no longer", chosen, Forget);
+  forget->add_option("SERVER", *server, "The server, host[:port]")->required();
 }
 
 }  // namespace kelvarion::host
