@@ -66,15 +66,17 @@ static int Challenge(request_rec* r) {
   return HTTP_UNAUTHORIZED;
 }
 
-/* Whether the client sent a NUL, at which everything that follows would be lost. */
+/* Whether the client sent a NUL, at which Apache's reader stops: everything that follows would be
+ * lost. Looks at what that reader decodes, the second word. */
 static int HoldsNul(request_rec* r) {
   const char* header = r->proxyreq == PROXYREQ_PROXY ? "Proxy-Authorization" : "Authorization";
   const char* line = apr_table_get(r->headers_in, header);
-  const char* encoded = line ? strrchr(line, ' ') : NULL;
+  const char* encoded = line ? strchr(line, ' ') : NULL;
   char* decoded;
   if (!encoded) return 0;
-  decoded = apr_palloc(r->pool, (apr_size_t)apr_base64_decode_len(encoded + 1) + 1);
-  return memchr(decoded, '\0', (size_t)apr_base64_decode(decoded, encoded + 1)) != NULL;
+  encoded += strspn(encoded, " \t");
+  decoded = apr_palloc(r->pool, (apr_size_t)apr_base64_decode_len(encoded) + 1);
+  return memchr(decoded, '\0', (size_t)apr_base64_decode(decoded, encoded)) != NULL;
 }
 
 /* The texts between two NULs, from the second on. */
@@ -148,7 +150,7 @@ static int Authenticate(request_rec* r) {
   return CheckPassword(r, type, config->upn == 1);
 }
 
-/* A request that leads to another one hands on its user; whose SIDs they are is whose name it is. */
+/* A request that leads to another one hands on its user: whose name it is, whose SIDs they are. */
 static const apr_array_header_t* kelvarion_account_sids(request_rec* r) {
   const char* user = r->user;
   for (; user && r; r = r->prev ? r->prev : r->main) {

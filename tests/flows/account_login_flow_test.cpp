@@ -7,6 +7,7 @@
 #include "platform/security/accounts.h"
 #include "platform/text/encoding.h"
 #include "tests/flows/login_server.h"
+#include "tests/support/pam_matrix.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kelvarion::testing {
@@ -170,8 +171,8 @@ TEST_F(AccountLoginFlowTest, AnAccountsOwnServerKnowsThatAccountsPasswordAlone) 
 
 // A server of an ordinary user, among accounts and passwords that are the test's own.
 TEST(AccountLoginUnprivilegedFlowTest, AnOrdinaryUsersServerAsksPamWithTheRightsOfThatUser) {
-  const std::string matrix = "/usr/lib/x86_64-linux-gnu/pam_wrapper/pam_matrix.so";
-  if (!std::filesystem::exists(matrix)) GTEST_SKIP() << "libpam-wrapper is not installed.";
+  const std::string matrix = PamMatrix();
+  if (matrix.empty()) GTEST_SKIP() << "libpam-wrapper is not installed.";
   const TemporaryFolder files;
   const std::string folder = files.native();
   chmod(folder.c_str(), 0755);

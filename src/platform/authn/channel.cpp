@@ -12,14 +12,19 @@ namespace {
 // More than a web server lets a header have.
 constexpr std::size_t kLongest = 64 * 1024;
 
-Descriptor FirstDescriptor(msghdr& message) {
+// The first one that came; what is padded to hold one has room for two, and the second is closed.
+Descriptor TakeDescriptor(msghdr& message) {
+  Descriptor first;
   cmsghdr* const header = CMSG_FIRSTHDR(&message);
-  if (!header || header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS ||
-      header->cmsg_len < CMSG_LEN(sizeof(int)))
-    return Descriptor();
-  int descriptor = -1;
-  std::memcpy(&descriptor, CMSG_DATA(header), sizeof descriptor);
-  return Descriptor(descriptor);
+  if (!header || header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) return first;
+  const std::size_t end = header->cmsg_len - CMSG_LEN(0);
+  for (std::size_t at = 0; at + sizeof(int) <= end; at += sizeof(int)) {
+    int value = -1;
+    std::memcpy(&value, CMSG_DATA(header) + at, sizeof value);
+    Descriptor taken(value);
+    if (at == 0) first = std::move(taken);
+  }
+  return first;
 }
 
 }  // namespace
@@ -35,7 +40,7 @@ Received ReceiveMessage(int channel, std::string& text, Descriptor& reply) {
   message.msg_controllen = sizeof control;
   const ssize_t count = recvmsg(channel, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
   if (count < 0) return errno == EAGAIN || errno == EINTR ? Received::kNothing : Received::kClosed;
-  reply = FirstDescriptor(message);
+  reply = TakeDescriptor(message);
   if (count == 0 && !reply) return Received::kClosed;
   text.assign(buffer, message.msg_flags & MSG_TRUNC ? 0 : static_cast<std::size_t>(count));
   explicit_bzero(buffer, static_cast<std::size_t>(count));

@@ -30,13 +30,15 @@ bool IsControl(char16_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0); }
 
 bool IsPlausible(const std::string& text, std::size_t longest) {
   std::u16string wide;
-  return !text.empty() && text.size() <= longest && Utf8ToUtf16(text, wide) &&
-         std::none_of(wide.begin(), wide.end(), IsControl);
+  const bool plausible = !text.empty() && text.size() <= longest && Utf8ToUtf16(text, wide) &&
+                         std::none_of(wide.begin(), wide.end(), IsControl);
+  explicit_bzero(wide.data(), wide.size() * sizeof wide[0]);
+  return plausible;
 }
 
 }  // namespace
 
-LoginRequest::~LoginRequest() { explicit_bzero(password.data(), password.size()); }
+void Wipe(std::string& text) { explicit_bzero(text.data(), text.size()); }
 
 bool ParseLoginRequest(std::string_view text, LoginRequest& out) {
   const std::vector<std::string_view> fields = Fields(text);
@@ -46,6 +48,8 @@ bool ParseLoginRequest(std::string_view text, LoginRequest& out) {
   const auto end = std::from_chars(number.data(), number.data() + number.size(), seconds);
   if (end.ec != std::errc() || end.ptr != number.data() + number.size()) return false;
   out.name = fields[0];
+  // On the heap whatever its length: so there is only one, which moves without being copied.
+  out.password.reserve(kLongestPassword);
   out.password = fields[1];
   out.client = fields[2];
   out.upn = fields[3] == "upn";

@@ -10,10 +10,13 @@
 
 namespace kelvarion::platform {
 
+// Overwrites a secret before its memory goes to others.
+void Wipe(std::string& text);
+
 // Fields, in order: name, password, client address, "upn" or nothing, seconds to remember.
 struct LoginRequest {
   LoginRequest() = default;
-  ~LoginRequest();  // Wipes the password.
+  ~LoginRequest() { Wipe(password); }
   LoginRequest(LoginRequest&&) = default;
   LoginRequest& operator=(LoginRequest&&) = default;
 

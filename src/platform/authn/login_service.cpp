@@ -70,7 +70,7 @@ bool LoginService::Receive() {
       Arrive(std::move(request), std::move(reply));
     else
       Send(reply, LoginVerdict::kRefused, "The login is longer than any account's.");
-    std::fill(text.begin(), text.end(), '\0');
+    Wipe(text);
   }
 }
 

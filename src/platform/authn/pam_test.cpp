@@ -3,25 +3,23 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
 #include <fstream>
 
+#include "tests/support/pam_matrix.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
 namespace {
 
-constexpr const char* kMatrix = "/usr/lib/x86_64-linux-gnu/pam_wrapper/pam_matrix.so";
-
 class PamTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (!std::filesystem::exists(kMatrix)) GTEST_SKIP() << "libpam-wrapper is not installed.";
+    if (testing::PamMatrix().empty()) GTEST_SKIP() << "libpam-wrapper is not installed.";
     std::ofstream(folder_.native() + "/passwords") << "alice:sesame 1:kelvarion\n";
   }
   // The lines of the service's file; "@" stands for the module that knows alice.
   void WriteService(std::string lines) const {
-    const std::string matrix = std::string(kMatrix) + " passdb=" + folder_.native() + "/passwords";
+    const std::string matrix = testing::PamMatrix() + " passdb=" + folder_.native() + "/passwords";
     for (std::size_t at; (at = lines.find('@')) != lines.npos;) lines.replace(at, 1, matrix);
     std::ofstream(folder_.native() + "/kelvarion") << lines;
   }
