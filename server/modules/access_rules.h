@@ -14,8 +14,8 @@ typedef enum { kAccessNone, kAccessRead, kAccessWrite } AccessLevel;
 typedef struct AccessRules AccessRules;
 
 /* Receives what people should know about a rules file: that it denies everything, since it cannot
- * be used, or what is probably not meant as it stands. Called once each time a file has changed, and
- * each time for one that cannot even be looked at. */
+ * be used, or what is probably not meant as it stands. Called once each time a file has changed,
+ * and each time for one that cannot even be looked at. */
 typedef void (*TellAboutFile)(void* baton, int denies, const char* text);
 
 /* A file that is NULL or missing has no rules. `sids` are texts (const char*), NULL for nobody; "*"

@@ -10,8 +10,8 @@
 #include "httpd_module.h"
 
 /* Once the configuration is read, in Apache's parent; `pool` lives as long as the configuration.
- * Without a program, one that runs is gone and nothing is started. `program` and `home` live as long
- * as the pool. */
+ * Without a program, one that runs is gone and nothing is started. `program` and `home` live as
+ * long as the pool. */
 void StartHelper(apr_pool_t* pool, server_rec* s, const char* program, const char* home);
 
 /* From time to time, in Apache's parent. */

@@ -204,8 +204,7 @@ static int AuthorizePath(request_rec* r, const char* path, const char* repositor
       (authz_svn__subreq_bypass_func_t)ap_lookup_provider(AUTHZ_SVN__SUBREQ_BYPASS_PROV_GRP,
                                                           AUTHZ_SVN__SUBREQ_BYPASS_PROV_NAME,
                                                           AUTHZ_SVN__SUBREQ_BYPASS_PROV_VER);
-  if (decides != AuthorizePath)
-    return decides ? decides(r, path, repository) : HTTP_FORBIDDEN;
+  if (decides != AuthorizePath) return decides ? decides(r, path, repository) : HTTP_FORBIDDEN;
   const Place place = {repository, path};
   const Need need = {kAccessRead, 0};
   const DirConfig* config = ConfigOf(r);

@@ -110,9 +110,9 @@ static int RestrictNewFiles(apr_pool_t* pool, apr_pool_t* log_pool, apr_pool_t* 
   return OK;
 }
 
-/* A test of the configuration (apache2 -t) ends before modules look at the files that they need, and
- * a running server dies of a certificate that it cannot read when it is told to restart. Here the
- * test goes on to where a start would begin to listen. */
+/* A test of the configuration (apache2 -t) ends before modules look at the files that they need,
+ * and a running server dies of a certificate that it cannot read when it is told to restart. Here
+ * the test goes on to where a start would begin to listen. */
 static void TestToTheEnd(apr_pool_t* pool, server_rec* s) {
   apr_pool_t* temporary;
   apr_pool_create(&temporary, pool);
