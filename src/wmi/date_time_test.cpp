@@ -33,7 +33,7 @@ class TimeZone {
   std::string before_;
 };
 
-class DateTimeTextTest : public testing::Test {
+class DateTimeTextTest : public ::testing::Test {
  protected:
   void SetUp() override { RegisterWbemClasses(); }
 };

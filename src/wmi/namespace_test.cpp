@@ -15,7 +15,7 @@ constexpr Property<std::u16string> kPath{u"Path"};
 constexpr Property<std::u16string> kText{u"Text"};
 constexpr Property<std::uint32_t> kReturnValue{u"ReturnValue"};
 
-class WMINamespaceTest : public testing::Test {
+class WMINamespaceTest : public ::testing::Test {
  protected:
   WMINamespaceTest() {
     RegisterWbemClasses();

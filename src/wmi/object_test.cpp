@@ -22,7 +22,7 @@ constexpr Property<std::vector<WMIObject>> kAll{u"All"};
 constexpr Property<Texts> kTexts{u"Texts"};
 constexpr Property<std::u16string> kMissing{u"Missing"};
 
-class WMIObjectTest : public testing::Test {
+class WMIObjectTest : public ::testing::Test {
  protected:
   static WMIObject Spawn() {
     RegisterWbemClasses();

@@ -6,7 +6,7 @@
 namespace kelvarion {
 namespace {
 
-class PathTest : public testing::Test {
+class PathTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { RegisterWbemClasses(); }
 
