@@ -16,30 +16,36 @@ IniSection Section(const svn::ConfigFile& file, const std::string& name) {
   return section;
 }
 
-std::optional<IniDocument> ReadWrittenIni(const std::u16string& path, const svn::Pool& parent) {
-  const std::optional<std::string> text = svn::ReadFileIfPresent(path, parent);
-  return ParseWrittenIni(text.value_or(""));
+std::string ReadText(const std::u16string& path, const svn::Pool& parent) {
+  return svn::ReadFileIfPresent(path, parent).value_or("");
 }
 
 }  // namespace
 
 void ReadIniFile(const std::u16string& path, IniDocument& document, const svn::Pool& parent) {
-  if (std::optional<IniDocument> written = ReadWrittenIni(path, parent)) {
-    written->merge(document);
-    document = *std::move(written);
-    return;
+  IniDocument read;
+  const auto add = [&](std::string_view name, std::string_view lines) {
+    read.emplace_hint(read.end(), svn::Utf16(name), IniSection::OfLines(lines));
+  };
+  if (!ReadWrittenIni(ReadText(path, parent), add)) {
+    read.clear();
+    const svn::ConfigFile file(path, svn::MustExist::kNo, parent);
+    file.ForEachSection(
+        [&](std::string_view name) { read[svn::Utf16(name)] = Section(file, std::string(name)); });
   }
-  const svn::ConfigFile file(path, svn::MustExist::kNo, parent);
-  file.ForEachSection([&](std::string_view name) {
-    document[svn::Utf16(name)] = Section(file, std::string(name));
-  });
+  read.merge(document);
+  document = std::move(read);
 }
 
 IniSection ReadIniSection(const std::u16string& path, const std::u16string& section,
                           const svn::Pool& parent) {
-  const std::string name = svn::Utf8(section);
-  if (std::optional<IniDocument> written = ReadWrittenIni(path, parent)) return (*written)[section];
-  return Section(svn::ConfigFile(path, svn::MustExist::kNo, parent), name);
+  const std::string wanted = svn::Utf8(section);
+  IniSection found;
+  const auto pick = [&](std::string_view name, std::string_view lines) {
+    if (name == wanted) found = IniSection::OfLines(lines);
+  };
+  if (ReadWrittenIni(ReadText(path, parent), pick)) return found;
+  return Section(svn::ConfigFile(path, svn::MustExist::kNo, parent), wanted);
 }
 
 void WriteIniFile(const std::u16string& path, const IniDocument& document,
@@ -47,7 +53,9 @@ void WriteIniFile(const std::u16string& path, const IniDocument& document,
   std::string text(header.value_or(""));
   for (const auto& [name, section] : document) {
     if (section.empty()) continue;
-    text += "[" + svn::Utf8(name) + "]\r\n";
+    text += '[';
+    text += svn::Utf8(name);
+    text += "]\r\n";
     section.AppendLines(text);
     text += "\r\n";
   }

@@ -25,19 +25,9 @@ class ScratchPool {
   Pool pool_;
 };
 
-// Nearly all keys and values of large files; they need no conversion.
-template <class Text>
-bool IsPlain(const Text& text) {
-  return std::all_of(text.begin(), text.end(), [](auto c) {
-    const auto value = static_cast<unsigned char>(c);
-    return c == value && value > 0 && value < 0x80;
-  });
-}
-
 }  // namespace
 
 std::string Utf8(std::u16string_view text) {
-  if (IsPlain(text)) return std::string(text.begin(), text.end());
   std::string result;
   if (!platform::Utf16ToUtf8(text, result)) {
     throw Win32Exception(ERROR_NO_UNICODE_TRANSLATION, u"'%s' is not valid Unicode text",
@@ -51,7 +41,6 @@ std::string Utf8(std::u16string_view text) {
 }
 
 std::u16string Utf16(std::string_view utf8) {
-  if (IsPlain(utf8)) return std::u16string(utf8.begin(), utf8.end());
   std::u16string result;
   if (!platform::Utf8ToUtf16(utf8, result)) {
     throw Win32Exception(ERROR_NO_UNICODE_TRANSLATION, u"'%s' is not valid UTF-8 text",

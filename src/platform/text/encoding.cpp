@@ -3,9 +3,9 @@
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <type_traits>
 
 namespace kelvarion::platform {
 namespace {
@@ -14,9 +14,17 @@ constexpr UChar32 kReplacement = 0xFFFD;
 // No substitute: what cannot be converted is an error.
 constexpr UChar32 kStrict = U_SENTINEL;
 
+// Nearly all texts are, and thousands of them come at a time. Looks at every character rather than
+// stop at the first, since processors do that for many characters in one step.
+template <class Text>
+bool IsAscii(const Text& text) {
+  unsigned all = 0;
+  for (const auto c : text) all |= static_cast<std::make_unsigned_t<decltype(c)>>(c);
+  return all < 0x80;
+}
+
 bool Decode(std::string_view utf8, UChar32 substitute, std::u16string& out) {
-  // Nearly all names are plain, and thousands of them come at a time.
-  if (std::ranges::all_of(utf8, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+  if (IsAscii(utf8)) {
     out = std::u16string(utf8.begin(), utf8.end());
     return true;
   }
@@ -33,6 +41,10 @@ bool Decode(std::string_view utf8, UChar32 substitute, std::u16string& out) {
 }
 
 bool Encode(std::u16string_view utf16, UChar32 substitute, std::string& out) {
+  if (IsAscii(utf16)) {
+    out = std::string(utf16.begin(), utf16.end());
+    return true;
+  }
   std::string text(utf16.size() * 3, '\0');
   std::int32_t length = 0;
   UErrorCode status = U_ZERO_ERROR;
