@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <system_error>
 
+#include "platform/files/files.h"
 #include "platform/text/encoding.h"
 #include "platform/wmi/mof/parser.h"
 
@@ -16,9 +15,9 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string ReadFile(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (!file) throw CompileError{path.string() + ": found no readable file, expected a schema file"};
+  std::string bytes;
+  if (ReadWholeFile(PathFromNative(path.string()), bytes) != ERROR_SUCCESS)
+    throw CompileError{path.string() + ": found no readable file, expected a schema file"};
   if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
   return bytes;
 }
@@ -40,9 +39,7 @@ class FileSet {
   explicit FileSet(Schema& schema) : schema_(schema) {}
 
   void Add(const fs::path& path) {
-    std::error_code error;
-    const fs::path canonical = fs::weakly_canonical(path, error);
-    if (!done_.insert(error ? path : canonical).second) return;
+    if (!done_.insert(path.lexically_normal()).second) return;
     const Location start{std::make_shared<const std::string>(path.string()), 1};
     const std::size_t known = schema_.includes.size();
     Parse(Decode(ReadFile(path), start), start, schema_);
@@ -50,6 +47,7 @@ class FileSet {
         schema_.includes.begin() + static_cast<std::ptrdiff_t>(known), schema_.includes.end());
     for (const Schema::Include& include : includes) {
       const fs::path included = path.parent_path() / Utf8ForDisplay(include.file);
+      std::error_code error;
       if (!fs::is_regular_file(included, error))
         Fail(include.where, u"the name of no file, \"" + include.file + u'"', u"a schema file");
       Add(included);

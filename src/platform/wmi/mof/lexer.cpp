@@ -88,7 +88,14 @@ class Lexer {
   void ReadString() {
     token_.kind = Token::Kind::kString;
     ++at_;
-    while (Peek() != u'"') token_.text.push_back(ReadCharacterOf(u"\""));
+    for (;;) {
+      // Most of a schema is text that stands for itself.
+      const std::size_t special = source_.find_first_of(u"\"\\\r\n", at_);
+      token_.text += source_.substr(at_, special - at_);
+      at_ = std::min(special, source_.size());
+      if (Peek() == u'"') break;
+      token_.text += ReadCharacterOf(u"\"");
+    }
     ++at_;
   }
 
