@@ -34,10 +34,10 @@ test: installed $(BUILD)/build.ninja ## Build and run every test
 	@cmake --build $(BUILD) --parallel $(JOBS)
 	@ctest --test-dir $(BUILD) --output-on-failure -j2
 
-bench: installed ## Measure against the usual tools (BENCH_QUICK=1: on small data; BENCH=rules: one group)
+bench: installed ## Measure against the usual tools (BENCH_QUICK=1: small data; BENCH=rules: one group; PAGE=FILE: into that page)
 	@cmake --preset release >/dev/null
 	@cmake --build --preset release --parallel $(JOBS) --target kelvarion-bench
-	@$(BUILD)/release/bin/kelvarion-bench $(BENCH)
+	@$(BUILD)/release/bin/kelvarion-bench $(if $(PAGE),--page $(PAGE)) $(BENCH)
 
 faults: installed $(BUILD)/build.ninja ## Fail and kill every change at each of its calls; replicate while everything breaks
 	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests

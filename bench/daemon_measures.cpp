@@ -94,10 +94,10 @@ void MeasureIdleClients(const Daemon& daemon, std::vector<Row>& rows) {
   const double before = daemon.Memory();
   constexpr int kIdle = 500;
   const Clients idle = daemon.Connect(kIdle);
-  Row memory{"memory of the daemon per idle client", (daemon.Memory() - before) / kIdle,
-             std::nullopt, 16 * 1024};
-  memory.bytes = true;
-  rows.push_back(memory);
+  rows.push_back({.name = "memory of the daemon per idle client",
+                  .amounts = {(daemon.Memory() - before) / kIdle},
+                  .aim = 16 * 1024,
+                  .bytes = true});
 }
 
 }  // namespace
@@ -111,9 +111,10 @@ void MeasureDaemon(std::vector<Row>& rows) {
   MeasureIdleClients(daemon, rows);
   for (const int count : {1, 8, 64}) {
     const double seconds = Together(daemon.Connect(count), requests);
-    rows.push_back({"get through the daemon, " + std::to_string(count) + " clients (" +
-                        std::to_string(static_cast<int>(1 / seconds)) + "/s) / in process",
-                    seconds, alone, 100});
+    rows.push_back({"get through the daemon, " + std::to_string(count) + " clients",
+                    "in process",
+                    {seconds, alone},
+                    100});
   }
 }
 

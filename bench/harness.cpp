@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -17,29 +16,6 @@ namespace {
 double MedianOf(std::vector<double> times) {
   std::ranges::sort(times);
   return times[times.size() / 2];
-}
-
-std::string Time(double seconds) {
-  const struct {
-    double unit;
-    const char* name;
-  } units[] = {{1, "s"}, {1e-3, "ms"}, {1e-6, "us"}};
-  for (const auto& [unit, name] : units) {
-    if (seconds < unit && unit > 1e-6) continue;
-    char text[32];
-    std::snprintf(text, sizeof text, "%.3g %s", seconds / unit, name);
-    return text;
-  }
-  return {};
-}
-
-std::string Amount(const Row& row, double amount) {
-  return row.bytes ? std::to_string(static_cast<long>(amount)) + " B" : Time(amount);
-}
-
-const char* Verdict(const Row& row, double measured) {
-  if (!row.judged) return "skipped";
-  return measured <= row.aim ? "meets" : "MISSES";
 }
 
 }  // namespace
@@ -59,32 +35,18 @@ double Median(int rounds, const std::function<void()>& call) {
 
 Pair MedianPair(int rounds, const std::function<void()>& ours,
                 const std::function<void()>& theirs) {
-  std::vector<double> our_times{Seconds(ours)};
-  std::vector<double> their_times{Seconds(theirs)};
-  if (rounds > 0) {
-    our_times.clear();
-    their_times.clear();
-  }
+  Pair pair{Seconds(ours), Seconds(theirs)};
+  if (rounds == 0) return pair;
+  std::vector<double> our_times;
+  std::vector<double> their_times;
+  std::vector<double> ratios;
   for (int i = 0; i < rounds; ++i) {
     our_times.push_back(Seconds(ours));
     their_times.push_back(Seconds(theirs));
+    ratios.push_back(our_times.back() / their_times.back());
   }
-  return {MedianOf(std::move(our_times)), MedianOf(std::move(their_times))};
-}
-
-void Print(const std::vector<Row>& rows) {
-  std::printf("%-58s %10s %10s %8s %8s  %s\n", "measure", "ours", "theirs", "ratio", "aim",
-              "verdict");
-  for (const Row& row : rows) {
-    const double measured = row.theirs ? row.ours / *row.theirs : row.ours;
-    char ratio[16] = "-";
-    char aim[16];
-    if (row.theirs) std::snprintf(ratio, sizeof ratio, "%.3f", measured);
-    std::snprintf(aim, sizeof aim, "%.3g", row.aim);
-    std::printf("%-58s %10s %10s %8s %8s  %s\n", row.name.c_str(), Amount(row, row.ours).c_str(),
-                row.theirs ? Amount(row, *row.theirs).c_str() : "-", ratio,
-                row.theirs ? aim : Amount(row, row.aim).c_str(), Verdict(row, measured));
-  }
+  const auto [lowest, highest] = std::ranges::minmax(ratios);
+  return {MedianOf(std::move(our_times)), MedianOf(std::move(their_times)), lowest, highest};
 }
 
 bool Quick() {

@@ -5,6 +5,7 @@
 #include "bench/history.h"
 #include "bench/measures.h"
 #include "platform/text/encoding.h"
+#include "repos/backup.h"
 #include "repos/import.h"
 #include "repos/maintenance.h"
 #include "repos/repository_store.h"
@@ -48,6 +49,25 @@ Pair MeasureCopy(const TestHome& home) {
       });
 }
 
+// What was copied is read back by both.
+Pair MeasureBackup(const TestHome& home) {
+  const std::string ours = home.folder() + "/backup";
+  const std::string theirs = home.folder() + "/their-backup";
+  int ours_next = 0;
+  int theirs_next = 0;
+  return MedianPair(
+      3,
+      [&] {
+        repos::BackupRepository(home.context(), u"history",
+                                Wide(ours + std::to_string(ours_next++)), {}, nullptr);
+      },
+      [&] {
+        const std::string copy = theirs + std::to_string(theirs_next++);
+        Run({"svnadmin", "hotcopy", "-q", home.root() + "/history", copy});
+        Run({"svnadmin", "verify", "-q", copy});
+      });
+}
+
 }  // namespace
 
 void MeasureMaintenance(std::vector<Row>& rows) {
@@ -58,12 +78,21 @@ void MeasureMaintenance(std::vector<Row>& rows) {
   const std::string dump = home.folder() + "/dump";
   WriteHistory(dump, revisions);
   const std::string of = " of " + std::to_string(revisions) + " revisions";
-  const Pair load = MeasureLoad(home, dump);
-  rows.push_back(
-      {"import of a dump" + of + " / svnadmin load", load.ours, load.theirs, 0.35, !Quick()});
-  const Pair copy = MeasureCopy(home);
-  rows.push_back(
-      {"import of a repository" + of + " / svnadmin hotcopy", copy.ours, copy.theirs, 1, !Quick()});
+  rows.push_back({.name = "import of a dump" + of,
+                  .against = "svnadmin load",
+                  .amounts = MeasureLoad(home, dump),
+                  .aim = 0.35,
+                  .judged = !Quick()});
+  rows.push_back({.name = "import of a repository" + of,
+                  .against = "svnadmin hotcopy",
+                  .amounts = MeasureCopy(home),
+                  .aim = 1,
+                  .judged = !Quick()});
+  rows.push_back({.name = "backup" + of,
+                  .against = "svnadmin hotcopy, then verify",
+                  .amounts = MeasureBackup(home),
+                  .aim = 0.7,
+                  .judged = !Quick()});
   const std::string path = home.root() + "/history";
   const Pair verify = MedianPair(
       3,
@@ -74,14 +103,17 @@ void MeasureMaintenance(std::vector<Row>& rows) {
       [&] {
         Run({"svnadmin", "verify", "-q", path});
       });
-  rows.push_back(
-      {"verification" + of + " / svnadmin verify", verify.ours, verify.theirs, 0.55, !Quick()});
+  rows.push_back({.name = "verification" + of,
+                  .against = "svnadmin verify",
+                  .amounts = verify,
+                  .aim = 0.55,
+                  .judged = !Quick()});
   const Pair measure = MedianPair(
       9, [&] { repos::MeasureRepository(home.context(), u"history"); },
       [&] {
         Run({"du", "-s", path});
       });
-  rows.push_back({"measuring a repository" + of + " / du -s", measure.ours, measure.theirs, 1});
+  rows.push_back({"measuring a repository" + of, "du -s", measure, 1});
 }
 
 }  // namespace kelvarion::bench

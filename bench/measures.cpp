@@ -41,12 +41,14 @@ void MeasureDispatch(std::vector<Row>& rows) {
         throw std::runtime_error("the provider does not answer");
   };
   rows.push_back({"dispatch of a request, one thread",
-                  Median(5, [&] { requests(kRequests); }) / kRequests, std::nullopt, kAim});
+                  "",
+                  {Median(5, [&] { requests(kRequests); }) / kRequests},
+                  kAim});
   const double two = Median(5, [&] {
     std::jthread other([&] { requests(kRequests / 2); });
     requests(kRequests / 2);
   });
-  rows.push_back({"dispatch of a request, two threads", two / kRequests, std::nullopt, kAim});
+  rows.push_back({"dispatch of a request, two threads", "", {two / kRequests}, kAim});
 }
 
 void MeasureEnumeration(std::vector<Row>& rows) {
@@ -64,8 +66,8 @@ void MeasureEnumeration(std::vector<Row>& rows) {
       [&] {
         for (const std::string& path : paths) Run({"svnadmin", "info", path});
       });
-  rows.push_back({"enumeration of " + std::to_string(count) + " repositories / svnadmin info loop",
-                  pair.ours, pair.theirs, 0.05});
+  rows.push_back({"enumeration of " + std::to_string(count) + " repositories",
+                  "svnadmin info for each", pair, 0.05});
 }
 
 void MeasureUserCreation(std::vector<Row>& rows) {
@@ -86,8 +88,11 @@ void MeasureUserCreation(std::vector<Row>& rows) {
       [&] {
         Run({"htpasswd", "-b", theirs, "new" + std::to_string(theirs_next++), "secret"});
       });
-  rows.push_back({"creating a user among " + std::to_string(count) + " / htpasswd", pair.ours,
-                  pair.theirs, 2, !Quick()});
+  rows.push_back({.name = "creating a user among " + std::to_string(count),
+                  .against = "htpasswd",
+                  .amounts = pair,
+                  .aim = 2,
+                  .judged = !Quick()});
 }
 
 void MeasureRuleChange(std::vector<Row>& rows) {
@@ -115,8 +120,11 @@ void MeasureRuleChange(std::vector<Row>& rows) {
             access::ResetChildren::kNo);
       },
       [&] { svn::ConfigFile(file, svn::MustExist::kYes, home.context().root_pool()); });
-  rows.push_back({"changing a rule among " + std::to_string(sections) + " sections / parsing alone",
-                  pair.ours, pair.theirs, 2, !Quick()});
+  rows.push_back({.name = "changing a rule among " + std::to_string(sections) + " sections",
+                  .against = "reading that file alone",
+                  .amounts = pair,
+                  .aim = 2,
+                  .judged = !Quick()});
 }
 
 }  // namespace kelvarion::bench

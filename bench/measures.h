@@ -22,6 +22,12 @@ void MeasureRuleChange(std::vector<Row>& rows);
 // server of 5,000 users, each against one parse of the rules file by svn_config_read3 alone.
 void MeasureRules(std::vector<Row>& rows);
 
+// kelvarionctl against the program that people would start instead.
+void MeasureCommands(std::vector<Row>& rows);
+
+// Exports through the web server against a stock Apache.
+void MeasureServing(std::vector<Row>& rows);
+
 // Getting Kelvarion_VersionInfo through the daemon with 1, 8 and 64 clients at the same time,
 // against the same in process; and what a client costs that asks nothing.
 void MeasureDaemon(std::vector<Row>& rows);
@@ -29,7 +35,8 @@ void MeasureDaemon(std::vector<Row>& rows);
 // Filling a slave with a repository's whole history against svnsync, over file: and http:.
 void MeasureReplication(std::vector<Row>& rows);
 
-// Importing, verifying and measuring a repository against svnadmin load, hotcopy and verify and du.
+// Importing, verifying, backing up and measuring a repository against svnadmin load, hotcopy and
+// verify and du.
 void MeasureMaintenance(std::vector<Row>& rows);
 
 }  // namespace kelvarion::bench

@@ -15,7 +15,7 @@ std::string WriteConfiguration(const std::string& folder, const std::string& rep
       << "\nPidFile " << folder << "/httpd.pid\nErrorLog " << folder
       << "/error.log\nMutex posixsem\n";
   for (const char* module : {"mpm_event", "authn_core", "authn_file", "authz_core", "authz_user",
-                             "auth_basic", "socache_shmcb", "ssl", "dav", "dav_svn"})
+                             "auth_basic", "socache_shmcb", "ssl", "dav", "dav_svn", "authz_svn"})
     out << "LoadModule " << module << "_module /usr/lib/apache2/modules/mod_" << module << ".so\n";
   if (!options.key.empty())
     out << "SSLEngine on\nSSLCertificateFile " << options.certificate << "\nSSLCertificateKeyFile "
@@ -26,6 +26,9 @@ std::string WriteConfiguration(const std::string& folder, const std::string& rep
   else
     out << "AuthType Basic\nAuthName test\nAuthUserFile " << options.users
         << "\nRequire valid-user\n";
+  if (!options.rules.empty())
+    out << "AuthzSVNAccessFile " << options.rules << "\nAuthzSVNGroupsFile " << options.groups
+        << "\n";
   out << "</Location>\n";
   const std::string path = folder + "/httpd.conf";
   WriteText(path, out.str());

@@ -13,6 +13,9 @@ struct DavOptions {
   std::string key = {};
   // Made by htpasswd; everybody may read without it.
   std::string users = {};
+  // Path rules and the groups in them, as mod_authz_svn takes them; none without it.
+  std::string rules = {};
+  std::string groups = {};
 };
 
 // On a free port of the loopback address, at /svn. It answers once it is made, and is gone with its
