@@ -1,28 +1,14 @@
 // The classes as their clients meet them: statuses, messages and objects of whole requests.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <set>
+#include <map>
 
-#include "handlers/ext/access_rule_class_handler.h"
-#include "handlers/ext/effective_access_class_handler.h"
-#include "handlers/ext/finding_class_handler.h"
-#include "handlers/ext/group_member_class_handler.h"
-#include "handlers/ext/server_certificate_class_handler.h"
-#include "handlers/ext/server_status_class_handler.h"
-#include "handlers/ext/trusted_master_class_handler.h"
-#include "handlers/group_class_handler.h"
-#include "handlers/ormu_service_class_handler.h"
-#include "handlers/ps/access_rule_class_handler.h"
-#include "handlers/ps/repository_class_handler.h"
-#include "handlers/ps/repository_hook_class_handler.h"
-#include "handlers/ps/repository_item_class_handler.h"
-#include "handlers/ps/server_configuration_class_handler.h"
-#include "handlers/repository_class_handler.h"
-#include "handlers/service_class_handler.h"
 #include "platform/text/compare.h"
 #include "platform/text/encoding.h"
+#include "provider/class_handler_table.h"
 #include "tests/provider_host/provider_host.h"
 #include "tests/support/test_home.h"
 
@@ -30,8 +16,10 @@ namespace kelvarion {
 namespace {
 
 using testing::Answer;
+using ::testing::IsEmpty;
 using testing::ProviderHost;
 using testing::TestHome;
+using ::testing::UnorderedElementsAreArray;
 using Strings = std::vector<std::u16string>;
 
 constexpr Property<std::u16string> kName{u"Name"};
@@ -68,38 +56,24 @@ class HandlersTest : public ::testing::Test {
   ProviderHost host_{home_.machine()};
 };
 
+// Classes without a handler are those that exist only embedded in others.
 TEST_F(HandlersTest, EveryDeclaredMethodIsBoundAndNoOther) {
-  const struct {
-    const char16_t* class_name;
-    Strings bound;
-  } rows[] = {
-      {u"Kelvarion_User", UserClassHandler::Methods().Names()},
-      {u"Kelvarion_Group", GroupClassHandler::Methods().Names()},
-      {u"Kelvarion_Repository", RepositoryClassHandler::Methods().Names()},
-      {u"Kelvarion_OrmuService", OrmuServiceClassHandler::Methods().Names()},
-      {u"PS_SvnServerConfiguration", PS_ServerConfigurationClassHandler::Methods().Names()},
-      {u"Kelvarion_Service", ServiceClassHandler::Methods().Names()},
-      {u"Kelvarion_ServerCertificate", ServerCertificateClassHandler::Methods().Names()},
-      {u"Kelvarion_AccessRule", AccessRuleClassHandler::Methods().Names()},
-      {u"PS_SvnRepository", PS_RepositoryClassHandler::Methods().Names()},
-      {u"PS_SvnRepositoryHook", PS_RepositoryHookClassHandler::Methods().Names()},
-      {u"PS_SvnRepositoryItem", PS_RepositoryItemClassHandler::Methods().Names()},
-      {u"Kelvarion_GroupMember", GroupMemberClassHandler::Methods().Names()},
-      {u"Kelvarion_EffectiveAccess", EffectiveAccessClassHandler::Methods().Names()},
-      {u"Kelvarion_TrustedMaster", TrustedMasterClassHandler::Methods().Names()},
-      {u"PS_SvnAccessRule", PS_AccessRuleClassHandler::Methods().Names()},
-      {u"Kelvarion_ServerStatus", ServerStatusClassHandler::Methods().Names()},
-      {u"Kelvarion_Finding", FindingClassHandler::Methods().Names()},
-  };
-  for (const auto& row : rows) {
-    Strings names;
-    const WMIClass declared_class = host_.name_space().LoadClass(row.class_name, nullptr);
-    ASSERT_EQ(declared_class.object()->GetMethodNames(&names), S_OK);
-    const std::set<std::u16string> declared(names.begin(), names.end());
-    const std::set<std::u16string> bound(row.bound.begin(), row.bound.end());
-    EXPECT_EQ(bound, declared) << platform::Utf8ForDisplay(row.class_name);
-    EXPECT_EQ(bound.size(), row.bound.size()) << "a method is bound twice";
+  const ClassHandlerTable table(host_.name_space(), nullptr, home_.configuration(), home_.events(),
+                                *home_.machine());
+  std::map<std::u16string, Strings> bound;
+  for (const IAbstractClassHandler* handler : table.handlers())
+    EXPECT_TRUE(bound.emplace(handler->GetClassName(), handler->MethodNames()).second)
+        << platform::Utf8ForDisplay(handler->GetClassName()) << " is served twice";
+  std::vector<ComPtr<IWbemClassObject>> classes;
+  ASSERT_EQ(host_.schema()->CreateClassEnum(u"", 0, nullptr, &classes), S_OK);
+  for (const ComPtr<IWbemClassObject>& each : classes) {
+    Strings declared;
+    ASSERT_EQ(each->GetMethodNames(&declared), S_OK);
+    const std::u16string name = WMIObject(each).ClassName();
+    EXPECT_THAT(bound[name], UnorderedElementsAreArray(declared)) << platform::Utf8ForDisplay(name);
+    bound.erase(name);
   }
+  EXPECT_THAT(bound, IsEmpty()) << "classes that the schema does not have";
 }
 
 TEST_F(HandlersTest, UsersAndGroupsEndWithTheStatusOfWhatHappened) {

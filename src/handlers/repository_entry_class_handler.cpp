@@ -38,10 +38,4 @@ HRESULT RepositoryEntryClassHandler::EnumerateInstances(CallContext*, ResponseSi
   throw WMIException(WBEM_E_NOT_SUPPORTED);
 }
 
-HRESULT RepositoryEntryClassHandler::ExecMethod(ParsedObjectPath&, const std::u16string&,
-                                                CallContext*, const WMIObject&, ResponseSink&,
-                                                const IcCancelCallback*) {
-  NoMethods();
-}
-
 }  // namespace kelvarion

@@ -15,9 +15,6 @@ class RepositoryEntryClassHandler final : public AbstractClassHandler {
   HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   // Not supported: lists of entries come from the repository.
   HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
-  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
-                     const WMIObject& in_params, ResponseSink& sink,
-                     const IcCancelCallback* cancel) override;
 
   // Also for the children that a repository lists.
   WMIObject Describe(const repos::RepositoryEntry& entry) const;

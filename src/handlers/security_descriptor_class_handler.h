@@ -17,10 +17,6 @@ class SecurityDescriptorClassHandler final : public AbstractClassHandler {
 
   HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
-  HRESULT ExecMethod(ParsedObjectPath&, const std::u16string&, CallContext*, const WMIObject&,
-                     ResponseSink&, const IcCancelCallback*) override {
-    return NoMethods();
-  }
 
  private:
   WMIObject Describe(const std::u16string& place, const access::PermissionList& rules) const;

@@ -20,6 +20,7 @@ class ActivityClassHandler final : public IAbstractClassHandler {
                      const WMIObject& in_params, ResponseSink& sink,
                      const IcCancelCallback* cancel) override;
   const std::u16string& GetClassName() const override;
+  std::vector<std::u16string> MethodNames() const override { return {u"Cancel"}; }
 
  private:
   ActivityRegistry& registry_;

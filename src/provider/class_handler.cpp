@@ -20,6 +20,11 @@ HRESULT AbstractClassHandler::DeleteInstance(ParsedObjectPath&) {
   throw WMIException(WBEM_E_NOT_SUPPORTED);
 }
 
+HRESULT AbstractClassHandler::ExecMethod(ParsedObjectPath&, const std::u16string&, CallContext*,
+                                         const WMIObject&, ResponseSink&, const IcCancelCallback*) {
+  throw WMIException(WBEM_E_INVALID_METHOD);
+}
+
 WMIObject AbstractClassHandler::SpawnOutParameters(const std::u16string& method) const {
   return own_class_.SpawnMethodOutput(method);
 }
@@ -28,7 +33,5 @@ void AbstractClassHandler::RequireInstancePath(ParsedObjectPath& path) const {
   if (!own_class_.InheritsFrom(class_name_)) throw WMIException(WBEM_E_INVALID_CLASS);
   if (!path.IsInstance()) throw WMIException(WBEM_E_INVALID_OBJECT_PATH);
 }
-
-HRESULT AbstractClassHandler::NoMethods() { throw WMIException(WBEM_E_INVALID_METHOD); }
 
 }  // namespace kelvarion

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "context/cancel_callback.h"
 #include "context/server_context.h"
@@ -33,13 +34,15 @@ class IAbstractClassHandler {
                              CallContext* context, const WMIObject& in_params, ResponseSink& sink,
                              const IcCancelCallback* cancel) = 0;
   virtual const std::u16string& GetClassName() const = 0;
+  // What ExecMethod knows: the methods that the schema declares for the class.
+  virtual std::vector<std::u16string> MethodNames() const { return {}; }
 
  protected:
   ~IAbstractClassHandler() = default;
 };
 
-// The base of the classic classes: put and delete are not supported, the class itself is loaded
-// when the handler is constructed.
+// The base of the classic classes: put and delete are not supported and there are no methods, the
+// class itself is loaded when the handler is constructed.
 class AbstractClassHandler : public IAbstractClassHandler {
  public:
   // Throws ComException "Cannot get WMI class '%s'" when the namespace does not have the class.
@@ -50,6 +53,9 @@ class AbstractClassHandler : public IAbstractClassHandler {
 
   HRESULT PutInstance(const WMIObject& instance) override;
   HRESULT DeleteInstance(ParsedObjectPath& path) override;
+  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
+                     const WMIObject& in_params, ResponseSink& sink,
+                     const IcCancelCallback* cancel) override;
   const std::u16string& GetClassName() const override { return class_name_; }
 
   const ServerContext& context() const { return server_context_; }
@@ -64,9 +70,6 @@ class AbstractClassHandler : public IAbstractClassHandler {
 
  protected:
   ~AbstractClassHandler() = default;
-
-  // What ExecMethod does in a class without methods.
-  [[noreturn]] static HRESULT NoMethods();
 
  private:
   std::u16string class_name_;

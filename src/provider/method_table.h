@@ -136,6 +136,7 @@ class MethodsClassHandler : public AbstractClassHandler {
     MethodCall call(*this, path, method, context, in_params, sink, cancel);
     return Derived::Methods().Run(static_cast<Derived&>(*this), method, call);
   }
+  std::vector<std::u16string> MethodNames() const override { return Derived::Methods().Names(); }
 
  protected:
   ~MethodsClassHandler() = default;
@@ -146,6 +147,8 @@ template <class Derived>
 class PsMethodsClassHandler : public PS_AbstractClassHandler {
  public:
   using PS_AbstractClassHandler::PS_AbstractClassHandler;
+
+  std::vector<std::u16string> MethodNames() const override { return Derived::Methods().Names(); }
 
  protected:
   ~PsMethodsClassHandler() = default;

@@ -21,10 +21,4 @@ WMIObject VersionInfoClassHandler::Describe() const {
   return info;
 }
 
-HRESULT VersionInfoClassHandler::ExecMethod(ParsedObjectPath&, const std::u16string&, CallContext*,
-                                            const WMIObject&, ResponseSink&,
-                                            const IcCancelCallback*) {
-  NoMethods();
-}
-
 }  // namespace kelvarion

@@ -11,10 +11,6 @@ class VersionInfoClassHandler final : public SingletonClassHandler<AbstractClass
                           const ServerContext& server_context)
       : SingletonClassHandler(u"Kelvarion_VersionInfo", name_space, context, server_context) {}
 
-  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
-                     const WMIObject& in_params, ResponseSink& sink,
-                     const IcCancelCallback* cancel) override;
-
  private:
   WMIObject Describe() const override;
 };

@@ -14,10 +14,6 @@ class ReplicationStatusClassHandler final : public AbstractClassHandler {
 
   HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
-  HRESULT ExecMethod(ParsedObjectPath&, const std::u16string&, CallContext*, const WMIObject&,
-                     ResponseSink&, const IcCancelCallback*) override {
-    return NoMethods();
-  }
 
  private:
   ormu::ReplicationStatus Read() const;
