@@ -1,4 +1,4 @@
-// Owners of what OpenSSL hands out, for the files of this port.
+// Owners of what OpenSSL hands out, for the ports that work with it.
 #pragma once
 
 #include <openssl/bio.h>
@@ -32,7 +32,7 @@ inline BioHandle ReadFrom(std::string_view text) {
 inline std::string Written(const BioHandle& bio) {
   char* bytes = nullptr;
   const long size = BIO_get_mem_data(bio.get(), &bytes);
-  return {bytes, static_cast<std::size_t>(size)};
+  return size > 0 ? std::string(bytes, static_cast<std::size_t>(size)) : std::string();
 }
 
 }  // namespace kelvarion::platform

@@ -17,6 +17,7 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/crypto/openssl_handles.h"
 #include "platform/files/descriptor.h"
 #include "platform/network/local_socket.h"
 
@@ -26,18 +27,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int kPatienceSeconds = 10;
 
-template <auto Free>
-struct Freeing {
-  template <class T>
-  void operator()(T* object) const {
-    Free(object);
-  }
+struct FreeAddresses {
+  void operator()(addrinfo* addresses) const { freeaddrinfo(addresses); }
 };
-using Addresses = std::unique_ptr<addrinfo, Freeing<freeaddrinfo>>;
-using Context = std::unique_ptr<SSL_CTX, Freeing<SSL_CTX_free>>;
-using Session = std::unique_ptr<SSL, Freeing<SSL_free>>;
-using Certificate = std::unique_ptr<X509, Freeing<X509_free>>;
-using Bio = std::unique_ptr<BIO, Freeing<BIO_free_all>>;
+using Addresses = std::unique_ptr<addrinfo, FreeAddresses>;
+using Context = std::unique_ptr<SSL_CTX, OpenSslDeleter<SSL_CTX_free>>;
+using Session = std::unique_ptr<SSL, OpenSslDeleter<SSL_free>>;
+using PeersCertificate = std::unique_ptr<X509, OpenSslDeleter<X509_free>>;
 
 // Whether it can be written to within the time that a server is given.
 bool BecomesWritable(int socket) {
@@ -87,11 +83,9 @@ Descriptor ConnectTo(const std::string& host, const std::string& port, std::stri
 // What `print` writes.
 template <class Print>
 std::string Printed(const Print& print) {
-  const Bio bio(BIO_new(BIO_s_mem()));
+  const BioHandle bio(BIO_new(BIO_s_mem()));
   print(bio.get());
-  char* text = nullptr;
-  const long size = BIO_get_mem_data(bio.get(), &text);
-  return size > 0 ? std::string(text, static_cast<std::size_t>(size)) : std::string();
+  return Written(bio);
 }
 
 std::string NameOf(const X509_NAME* name) {
@@ -181,7 +175,7 @@ Win32Error FetchPeerCertificate(const std::string& host, const std::string& port
   if (!session) return ERROR_NOT_ENOUGH_MEMORY;
   Expect(session.get(), host);
   if (!ShakeHands(session.get(), connection.get(), reason)) return ERROR_INVALID_DATA;
-  const Certificate certificate(SSL_get1_peer_certificate(session.get()));
+  const PeersCertificate certificate(SSL_get1_peer_certificate(session.get()));
   if (!certificate) return ERROR_INVALID_DATA;
   out = Describe(certificate.get());
   out.vouched_for = SSL_get_verify_result(session.get()) == X509_V_OK;
