@@ -108,7 +108,7 @@ void CheckAccessRules(Examination& run) {
             !run.web_account()->Obstacle(platform::NativePath(found.file), kRead).empty())
           return;
         Finding finding;
-        finding.severity = static_cast<Severity>(found.severity);
+        finding.severity = found.severity;
         finding.where = found.line == 0 ? found.file : Format(u"%s:%d", found.file, found.line);
         finding.text = found.text;
         finding.remedy = found.remedy;

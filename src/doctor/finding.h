@@ -1,12 +1,14 @@
 // What is wrong with an installation, or probably not meant.
 #pragma once
 
-#include <cstdint>
 #include <string>
+
+#include "access/effective/access_finding.h"
 
 namespace kelvarion::doctor {
 
-enum class Severity : std::uint32_t { kInformation = 0, kWarning = 1, kError = 2 };
+// What is wrong with access rules is found here as well, just as grave.
+using access::Severity;
 
 struct Finding {
   Severity severity = Severity::kError;

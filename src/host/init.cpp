@@ -14,12 +14,12 @@
 #include "host/home.h"
 #include "host/home_layout.h"
 #include "host/init_certificate.h"
-#include "host/registration.h"
 #include "host/settings_table.h"
 #include "host/text.h"
 #include "platform/com/register_library.h"
 #include "platform/network/network.h"
 #include "platform/process/process.h"
+#include "provider/class_ids.h"
 #include "util/atomic_file.h"
 #include "util/server_files.h"
 
@@ -236,7 +236,8 @@ void Initialization::RegisterProvider() {
     const RegistryValues values(*machine_->registry, key);
     return Utf8(values.ReadString(u"", std::u16string())) == library;
   };
-  if (is_registered(kProviderClass) && is_registered(kRepositoryConfiguratorProxyClass)) return;
+  if (is_registered(CLSID_KelvarionWMIProvider) && is_registered(CLSID_RepoManagerProviderProxy))
+    return;
   std::string reason;
   const HRESULT hr = RegisterClassLibrary(library, reason);
   if (Failed(hr))

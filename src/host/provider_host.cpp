@@ -6,6 +6,7 @@
 #include "host/text.h"
 #include "platform/process/process.h"
 #include "platform/security/security.h"
+#include "provider/class_ids.h"
 
 namespace kelvarion::host {
 namespace {
@@ -26,7 +27,8 @@ class InitSink final : public ComObject<IWbemProviderInitSink> {
 
 ComPtr<IWbemServices> CreateProvider() {
   ComPtr<IWbemServices> provider;
-  const HRESULT hr = CoCreateInstance(kProviderClass, IWbemServices::kIid, provider.PutVoid());
+  const HRESULT hr =
+      CoCreateInstance(CLSID_KelvarionWMIProvider, IWbemServices::kIid, provider.PutVoid());
   if (hr == REGDB_E_CLASSNOTREG)
     throw SimpleException(u"The provider is not registered in this home; run init again.");
   if (Failed(hr)) {

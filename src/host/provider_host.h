@@ -15,9 +15,6 @@
 
 namespace kelvarion::host {
 
-inline constexpr Guid kProviderClass{
-    0x565B8FB4, 0xEE30, 0x4EE3, {0x9B, 0x5B, 0xE2, 0x85, 0x67, 0x8F, 0x1F, 0x9D}};
-
 // The account that this process runs as, able to act.
 ClientToken OwnToken();
 

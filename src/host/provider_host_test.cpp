@@ -7,6 +7,7 @@
 
 #include "errors/exception.h"
 #include "host/fake_provider_for_test.h"
+#include "provider/class_ids.h"
 #include "tests/support/test_home.h"
 
 namespace kelvarion::host {
@@ -14,7 +15,9 @@ namespace {
 
 class ProviderHostTest : public ::testing::Test {
  protected:
-  ProviderHostTest() { CoRegisterClassObject(kProviderClass, MakeCom<FakeFactory>(provider_)); }
+  ProviderHostTest() {
+    CoRegisterClassObject(CLSID_KelvarionWMIProvider, MakeCom<FakeFactory>(provider_));
+  }
   ProviderHost Open() { return ProviderHost(home_.machine(), schema_); }
 
   kelvarion::testing::TestHome home_;

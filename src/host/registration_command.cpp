@@ -2,10 +2,10 @@
 #include "errors/exception.h"
 #include "errors/hresult_text.h"
 #include "host/commands.h"
-#include "host/registration.h"
 #include "host/table.h"
 #include "host/text.h"
 #include "platform/com/register_library.h"
+#include "provider/class_ids.h"
 
 namespace kelvarion::host {
 namespace {
@@ -22,7 +22,7 @@ Outcome Show(Session& session) {
   platform::Registry& registry = *session.machine()->registry;
   Outcome outcome;
   Table table{{"CLASS", "FOR", "LIBRARY", "NAME"}, {}};
-  for (const Guid& class_id : {kProviderClass, kRepositoryConfiguratorProxyClass}) {
+  for (const Guid& class_id : {CLSID_KelvarionWMIProvider, CLSID_RepoManagerProviderProxy}) {
     for (const auto& scope : kScopes) {
       const platform::KeyPath key{scope.root, u"Software\\Classes\\CLSID\\" + ToText(class_id)};
       if (registry.OpenKey(key) != ERROR_SUCCESS) continue;

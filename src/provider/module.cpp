@@ -4,6 +4,7 @@
 #include "platform/com/global_options.h"
 #include "platform/machine/machine.h"
 #include "platform/text/system_locale.h"
+#include "provider/class_ids.h"
 #include "provider/provider.h"
 #include "provider/proxy/repo_manager_provider_proxy.h"
 #include "util/resources.h"

@@ -13,9 +13,6 @@
 
 namespace kelvarion {
 
-inline constexpr Guid CLSID_KelvarionWMIProvider{
-    0x565B8FB4, 0xEE30, 0x4EE3, {0x9B, 0x5B, 0xE2, 0x85, 0x67, 0x8F, 0x1F, 0x9D}};
-
 // Lets a test host drive the provider without a client: settings come from a key of the current
 // user and requests run without a client. There is no way back; call it before Initialize.
 class IKelvarionWmiProviderTestMode : public IUnknown {

@@ -18,6 +18,7 @@
 #include "host/text.h"
 #include "host/wire.h"
 #include "platform/network/local_socket.h"
+#include "provider/class_ids.h"
 #include "tests/support/test_home.h"
 
 namespace kelvarion::host {
@@ -31,7 +32,7 @@ class DaemonTest : public ::testing::Test {
   ~DaemonTest() override { Stop(); }
 
   void Start(const DaemonLimits& limits) {
-    CoRegisterClassObject(kProviderClass, MakeCom<FakeFactory>(provider_));
+    CoRegisterClassObject(CLSID_KelvarionWMIProvider, MakeCom<FakeFactory>(provider_));
     host_.emplace(home_.machine(), schema_);
     daemon_ = std::make_unique<Daemon>(home_.folder(), *host_, limits);
     ended_ = std::async(std::launch::async, [this] { return daemon_->Run(); });
