@@ -46,12 +46,6 @@ std::vector<std::u16string> ListUsers(const ServerContext& context) {
   return names;
 }
 
-bool UserExists(const ServerContext& context, const std::u16string& name) {
-  const svn::Pool pool(context.root_pool());
-  UserRecords users = ReadUsersFile(UsersFile(context), pool);
-  return Find(users, name) != users.end();
-}
-
 bool CreateUser(const ServerContext& context, const std::u16string& name,
                 const std::u16string& password) {
   RefuseIf(UserNameProblem(name));

@@ -15,7 +15,6 @@ namespace kelvarion::access {
 
 // In the order of the file.
 std::vector<std::u16string> ListUsers(const ServerContext& context);
-bool UserExists(const ServerContext& context, const std::u16string& name);
 
 // False when there is a user of that name.
 bool CreateUser(const ServerContext& context, const std::u16string& name,

@@ -79,9 +79,4 @@ std::uint32_t JournalFile::ReadInteger() { return NumberAt(ReadRecord(kIntegerTa
 
 std::vector<std::uint8_t> JournalFile::ReadBlock() { return ReadRecord(kBlockTag); }
 
-void JournalFile::Rewind() {
-  if (const Win32Error error = file_.Rewind())
-    throw ComException(HresultFromWin32(error), u"Cannot read journal file");
-}
-
 }  // namespace kelvarion

@@ -29,9 +29,6 @@ class JournalFile {
   std::uint32_t ReadInteger();
   std::vector<std::uint8_t> ReadBlock();
 
-  // The next read starts at the first record.
-  void Rewind();
-
  private:
   void WriteRecord(std::uint32_t tag, const std::vector<std::uint8_t>& data);
   std::vector<std::uint8_t> ReadRecord(std::uint32_t expected_tag);

@@ -180,11 +180,4 @@ void RepairHookLauncher(const ServerContext& context, const std::u16string& repo
     svn::Check(svn_io_set_file_executable(hook.c_str(), TRUE, FALSE, hooks.pool()));
 }
 
-void InstallHookLaunchers(svn_repos_t* repository, const svn::Pool& scratch) {
-  for (const KindRow& row : kKinds) {
-    const std::string hook = row.path(repository, scratch);
-    if (svn::FindHookScript(hook, scratch)) svn::InstallHookLauncher(hook, scratch);
-  }
-}
-
 }  // namespace kelvarion::repos

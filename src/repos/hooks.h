@@ -17,8 +17,6 @@
 #include "context/server_context.h"
 #include "svn/hook_launcher.h"
 
-struct svn_repos_t;
-
 namespace kelvarion::repos {
 
 enum class HookKind : std::uint32_t {
@@ -81,9 +79,5 @@ std::vector<HookState> InspectHooks(const ServerContext& context, const std::u16
 // is not ours stays.
 void RepairHookLauncher(const ServerContext& context, const std::u16string& repository,
                         HookKind kind);
-
-// For a repository that came with its scripts, such as a copy: they run from now on. A hook that
-// has a program of the administrator's keeps it.
-void InstallHookLaunchers(svn_repos_t* repository, const svn::Pool& scratch);
 
 }  // namespace kelvarion::repos

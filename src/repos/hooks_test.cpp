@@ -136,15 +136,6 @@ TEST_F(HooksTest, ProgramsOfTheAdministratorAreNeverTouched) {
   EXPECT_FALSE(fs::exists(file("pre-lock.cmd")));
   DeleteHook(context(), u"demo", HookKind::PreLock);
   EXPECT_EQ(ReadFile(file("pre-lock")), "#!/bin/sh\nexit 1\n");
-
-  // As after a copy of a repository.
-  WriteFile(file("pre-lock.cmd"), "#!/bin/sh\n");
-  WriteFile(file("post-lock.bat"), "#!/bin/sh\necho ran\n");
-  const svn::Pool pool(context().root_pool());
-  InstallHookLaunchers(svn::OpenRepository(GetRepositoryPath(context(), u"demo"), pool), pool);
-  EXPECT_EQ(ReadFile(file("pre-lock")), "#!/bin/sh\nexit 1\n");
-  EXPECT_EQ(Run("post-lock").out, "ran\n");
-  EXPECT_FALSE(fs::exists(file("pre-commit")));
 }
 
 }  // namespace

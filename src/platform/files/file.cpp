@@ -31,8 +31,4 @@ Win32Error File::Flush() {
   return fsync(descriptor_.get()) == 0 ? ERROR_SUCCESS : FromErrno(errno);
 }
 
-Win32Error File::Rewind() {
-  return lseek(descriptor_.get(), 0, SEEK_SET) == 0 ? ERROR_SUCCESS : FromErrno(errno);
-}
-
 }  // namespace kelvarion::platform

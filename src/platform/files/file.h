@@ -24,8 +24,6 @@ class File {
   Win32Error Write(const void* bytes, std::size_t size);
   // What was written is on the disk when it returns.
   Win32Error Flush();
-  // The next read or write starts at the first byte.
-  Win32Error Rewind();
 
  private:
   Descriptor descriptor_;
