@@ -7,8 +7,9 @@ JOBS ?= $(shell nproc)
 PURPOSE := run
 test bench load faults check packages: PURPOSE := test
 fuzz: PURPOSE := fuzz
+tidy: PURPOSE := tidy
 
-.PHONY: help build run stop test bench load faults fuzz check docs clean packages installed
+.PHONY: help build run stop test bench load faults fuzz check tidy docs clean packages installed
 
 help: ## List the targets
 	@grep -hE '^[a-z]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 10
@@ -56,6 +57,9 @@ load: installed $(BUILD)/build.ninja ## Serve 64 clients for a minute: answers, 
 check: installed ## Check the rules of the source tree and its formatting
 	@tools/check
 	@tools/check-format
+
+tidy: installed $(BUILD)/build.ninja ## Look for faults with clang-tidy (FILES="src/a.cpp src/b.cpp": in these)
+	@JOBS=$(JOBS) tools/tidy $(BUILD) $(FILES)
 
 docs: build ## Generate docs/classes/ from the schema
 	@tools/generate-class-docs

@@ -50,7 +50,7 @@ class TextException : public Exception {
  protected:
   explicit TextException(std::u16string text) : text_(std::move(text)) {}
   template <class... Args>
-  requires(sizeof...(Args) > 0)
+  requires(sizeof...(Args) > 0)  // NOLINTNEXTLINE: two at the least
       TextException(FormatString<std::type_identity_t<Args>...> format, const Args&... args)
       : text_(Format(format, args...)) {}
 
@@ -83,7 +83,7 @@ class SimpleException : public CloneableException<SimpleException, errors_intern
  public:
   explicit SimpleException(std::u16string text) : CloneableException(std::move(text)) {}
   template <class... Args>
-  requires(sizeof...(Args) > 0)
+  requires(sizeof...(Args) > 0)  // NOLINTNEXTLINE: two at the least
       SimpleException(FormatString<std::type_identity_t<Args>...> format, const Args&... args)
       : CloneableException(Format(format, args...)) {}
 };

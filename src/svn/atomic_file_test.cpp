@@ -21,12 +21,8 @@ class AtomicFileTest : public ::testing::Test {
   std::string Native(const std::string& name) const { return folder_.native() + "/" + name; }
   std::u16string Path(const std::u16string& name) const { return folder_.path() + u"/" + name; }
   int Files() const {
-    int files = 0;
-    for ([[maybe_unused]] const auto& entry :
-         std::filesystem::directory_iterator(folder_.native())) {
-      ++files;
-    }
-    return files;
+    return static_cast<int>(
+        std::distance(std::filesystem::directory_iterator(folder_.native()), {}));
   }
 
   testing::TemporaryFolder folder_;

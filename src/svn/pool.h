@@ -22,7 +22,7 @@ class Pool {
   // of free memory and is guarded by a mutex. Calls Initialize. Throws SimpleException
   // "Cannot create APR allocator.".
   static Pool Root();
-  explicit Pool(const Pool& parent);
+  explicit Pool(const Pool& parent);  // NOLINT: a pool below it, no copy
   explicit Pool(apr_pool_t* parent);
   Pool(Pool&& other) noexcept : pool_(std::exchange(other.pool_, nullptr)) {}
   Pool& operator=(Pool&& other) noexcept {

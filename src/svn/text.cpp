@@ -15,7 +15,7 @@ namespace {
 class ScratchPool {
  public:
   ScratchPool() : pool_(Parent()) {}
-  operator apr_pool_t*() const { return pool_; }  // NOLINT
+  operator apr_pool_t*() const { return pool_; }  // NOLINT: for functions of C
 
  private:
   static const Pool& Parent() {

@@ -37,8 +37,8 @@ class ComPtr {
   }
   ComPtr(const ComPtr& other) : ComPtr(other.object_) {}
   template <class U>
-  requires std::is_convertible_v<U*, T*> ComPtr(const ComPtr<U>& other)
-      : ComPtr(other.Get()) {}  // NOLINT: as pointers convert
+  requires std::is_convertible_v<U*, T*> ComPtr(const ComPtr<U>& other)  // NOLINT: as pointers do
+      : ComPtr(other.Get()) {}
   ComPtr(ComPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   ComPtr& operator=(ComPtr other) noexcept {
     std::swap(object_, other.object_);

@@ -20,11 +20,11 @@ enum class Kind { kText, kCharacter, kSigned, kUnsigned };
 
 struct Argument {
   Argument(std::u16string_view v) : kind(Kind::kText), text(v) {}    // NOLINT: arguments convert
-  Argument(const std::u16string& v) : kind(Kind::kText), text(v) {}  // NOLINT
-  Argument(const char16_t* v) : kind(Kind::kText), text(v) {}        // NOLINT
-  Argument(char16_t v) : kind(Kind::kCharacter), number(v) {}        // NOLINT
+  Argument(const std::u16string& v) : kind(Kind::kText), text(v) {}  // NOLINT: arguments convert
+  Argument(const char16_t* v) : kind(Kind::kText), text(v) {}        // NOLINT: arguments convert
+  Argument(char16_t v) : kind(Kind::kCharacter), number(v) {}        // NOLINT: arguments convert
   template <std::integral T>
-  Argument(T v)  // NOLINT
+  Argument(T v)  // NOLINT: arguments convert
       : kind(std::is_signed_v<T> ? Kind::kSigned : Kind::kUnsigned),
         number(static_cast<std::uint64_t>(static_cast<std::int64_t>(v))) {
     if constexpr (std::is_unsigned_v<T>) number = v;
@@ -83,8 +83,8 @@ template <class... Args>
 class FormatString {
  public:
   template <std::size_t N>
-  consteval FormatString(const char16_t (&text)[N])
-      : text_(text, N - 1) {  // NOLINT: literals convert
+  consteval FormatString(const char16_t (&text)[N])  // NOLINT: literals convert
+      : text_(text, N - 1) {
     constexpr std::array<format_internal::Kind, sizeof...(Args) + 1> kKinds{
         format_internal::KindOf<Args>()..., format_internal::Kind::kText};
     std::size_t used = 0;
