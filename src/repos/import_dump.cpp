@@ -14,6 +14,7 @@
 #include "repos/new_repository.h"
 #include "repos/repository_store.h"
 #include "svn/dump_input_stream.h"
+#include "svn/dump_reader.h"
 #include "svn/gzip_read_stream.h"
 #include "svn/memory_transactions.h"
 #include "svn/progress_stream.h"
@@ -106,6 +107,14 @@ void OnNotify(void* baton, const svn_repos_notify_t* event, apr_pool_t*) {
   load.operation->Notify([&] { Forward(load, *event); });
 }
 
+svn::DumpReader ReaderInto(svn_repos_t* repository, Load* load, const svn::Pool& pool) {
+  svn::DumpReader reader{};
+  svn::Check(svn_repos_get_fs_build_parser6(
+      &reader.calls, &reader.baton, repository, SVN_INVALID_REVNUM, SVN_INVALID_REVNUM, TRUE, FALSE,
+      svn_repos_load_uuid_force, nullptr, FALSE, FALSE, FALSE, FALSE, OnNotify, load, pool));
+  return reader;
+}
+
 void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileNotify* notify,
               LongOperation& operation) {
   const svn::Pool& pool = repository.pool();
@@ -117,10 +126,10 @@ void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileN
   svn::MemoryTransactions transactions(repository.folder(), repository.work().MakeMemoryFolder(),
                                        [&] { operation.Check(); });
   Load load{notify, &operation, &transactions};
-  operation.CheckAfter(svn_repos_load_fs6(
-      target, ContentOf(dump, notify, operation, pool), SVN_INVALID_REVNUM, SVN_INVALID_REVNUM,
-      svn_repos_load_uuid_force, nullptr, FALSE, FALSE, FALSE, FALSE, FALSE, OnNotify, &load,
-      LongOperation::AskCancelled, &operation, pool));
+  const svn::DumpReader reader = svn::Guarded(ReaderInto(target, &load, pool), pool);
+  operation.CheckAfter(svn_repos_parse_dumpstream3(ContentOf(dump, notify, operation, pool),
+                                                   reader.calls, reader.baton, FALSE,
+                                                   LongOperation::AskCancelled, &operation, pool));
   transactions.Finish();
   if (const Win32Error error = platform::FlushVolume(folder)) {
     throw Win32Exception(error, u"Cannot write '%s' to the disk", folder);

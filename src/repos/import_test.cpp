@@ -203,6 +203,10 @@ TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
       "printf 'SVN-fs-dump-format-version: 2\\n\\nRevision-number: 1\\n"
       "Prop-content-length: 4000000100\\nContent-length: 4000000100\\n\\n"
       "K 1\\na\\nV 4000000000\\n' > property &&"
+      "printf 'SVN-fs-dump-format-version: 2\\n\\nNode-path: a\\nNode-kind: dir\\n"
+      "Node-action: add\\n\\n\\n' > early &&"
+      "printf 'SVN-fs-dump-format-version: 2\\n\\nRevision-number: 1\\nText-content-length: 4\\n"
+      "Content-length: 4\\n\\nabcd\\n' > stray &&"
       "printf 'SVN-fs-dump-format-version: 99\\n\\n' > future &&"
       "cp plain sparse && truncate -s 10T sparse");
   const struct {
@@ -221,6 +225,8 @@ TEST_F(ImportTest, WhatIsNoWholeDumpEndsWithItsErrorAndNoTrace) {
       {"line", SVN_ERR_STREAM_MALFORMED_DATA, "a line of more than 1048576 bytes"},
       {"sparse", SVN_ERR_STREAM_MALFORMED_DATA, "a line of more than 1048576 bytes"},
       {"property", SVN_ERR_STREAM_MALFORMED_DATA, "property of more than 67108864 bytes"},
+      {"early", SVN_ERR_STREAM_MALFORMED_DATA, "a node before its first revision"},
+      {"stray", SVN_ERR_STREAM_MALFORMED_DATA, "a text that belongs to no node"},
       {"future", SVN_ERR_STREAM_MALFORMED_DATA, "Unsupported dumpfile version: 99"},
       {"folder", SVN_ERR_BAD_FILENAME, "is not a file"},
       {"pipe", SVN_ERR_BAD_FILENAME, "is not a file"},
