@@ -36,7 +36,8 @@ platform::Descriptor Connect(const std::string& home) {
 
 }  // namespace
 
-WireJson AskService(const std::string& home, const WireJson& request) {
+void AskService(const std::string& home, const WireJson& request,
+                const std::function<void(const WireJson& result)>& read) {
   const platform::Descriptor connection = Connect(home);
   const std::string line = request.dump(-1, ' ', false, WireJson::error_handler_t::replace) + "\n";
   std::string reply;
@@ -46,7 +47,7 @@ WireJson AskService(const std::string& home, const WireJson& request) {
   try {
     const WireJson answer = WireJson::parse(reply);
     if (answer.contains("error")) throw SvnException(ChainFromJson(answer["error"]));
-    return answer.at("result");
+    read(answer.at("result"));
   } catch (const WireJson::exception&) {
     ThrowNoAnswer();
   }
@@ -65,7 +66,7 @@ namespace {
 svn_error_t* Ask(const char* home, const char* request, WireJson parameters) {
   return AtBoundary([&] {
     parameters["request"] = request;
-    AskService(home, parameters);
+    AskService(home, parameters, [](const WireJson&) {});
   });
 }
 
@@ -75,9 +76,9 @@ svn_error_t* ormusvc_client_test_connection(const char* home, std::int64_t* revi
                                             const char* server, const char* repository,
                                             apr_pool_t*) {
   return AtBoundary([&] {
-    const WireJson result = AskService(
-        home, {{"request", "test_connection"}, {"server", server}, {"repository", repository}});
-    *revisions = result.value("revisions", std::int64_t{0});
+    AskService(
+        home, {{"request", "test_connection"}, {"server", server}, {"repository", repository}},
+        [&](const WireJson& result) { *revisions = result.at("revisions").get<std::int64_t>(); });
   });
 }
 

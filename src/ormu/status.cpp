@@ -94,9 +94,10 @@ ReplicationStatus ReadReplicationStatus(const std::string& home,
                                         const svn::Pool& scratch) {
   ReplicationStatus status;
   try {
-    const WireJson answer = AskService(home, {{"request", "status"}});
-    for (const WireJson& slave : answer.at("slaves"))
-      status.slaves.push_back(StatusFromJson(slave));
+    AskService(home, {{"request", "status"}}, [&](const WireJson& result) {
+      for (const WireJson& slave : result.at("slaves"))
+        status.slaves.push_back(StatusFromJson(slave));
+    });
     status.service_runs = true;
   } catch (const SvnException& exception) {
     if (exception.code() != ORMU_ERR_SERVICE_FAILED) throw;
