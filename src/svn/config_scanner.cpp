@@ -75,7 +75,9 @@ ConfigToken ConfigScanner::Next() {
 
 ConfigToken ConfigScanner::Section() {
   const int line = line_;
-  const std::string_view header = RestOfLine().substr(1);
+  std::string_view header = RestOfLine().substr(1);
+  // The libraries pass over these at the beginning of a name, and there alone.
+  header.remove_prefix(std::min(header.find_first_not_of('\r'), header.size()));
   const std::size_t end = header.find(']');
   if (end == header.npos) {
     line_ = line;

@@ -218,7 +218,9 @@ AuthzRules::Levels AuthzRules::LevelsOf(std::string_view repository, std::string
 
 AuthzDecision AuthzRules::Decide(std::span<const Levels::value_type> levels,
                                  AuthzSubject subject) const {
-  const Asked asked{subject, subject.is_group ? -1 : groups_.NumberOf(subject.name)};
+  // A member that begins with "&" is whom the alias stands for, and no user of that name.
+  const bool may_be_member = !subject.is_group && !subject.name.starts_with('&');
+  const Asked asked{subject, may_be_member ? groups_.NumberOf(subject.name) : -1};
   for (const auto& level : levels)
     if (const auto decision = DecideAt(level, asked)) return *decision;
   return {};

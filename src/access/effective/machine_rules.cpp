@@ -27,15 +27,15 @@ void MachineRules::Parse() {
     if (token.kind == Token::kError) {
       problems_.push_back({Kind::kSyntax, token.line, {}, {}, Shown(token.value)});
     } else if (token.kind == Token::kSection) {
-      AddSection(token.name, token.line);
+      sections_.push_back({token.name, token.line, {}});
     } else {
       AddRule(token.name, token.value, token.line);
     }
   }
 }
 
-void MachineRules::AddSection(std::string_view name, int line) {
-  sections_.push_back({name, line, {}});
+// Of one that has a rule: the web server does not get to know of others.
+void MachineRules::CheckSection(std::string_view name, int line) {
   if (name.starts_with('/') && !rules::IsCanonicalPath(name)) {
     problems_.push_back(
         {Kind::kSection, line, std::string(name), {}, u"the path is not canonical"});
@@ -51,6 +51,7 @@ void MachineRules::AddSection(std::string_view name, int line) {
 
 void MachineRules::AddRule(std::string_view key, std::string_view value, int line) {
   MachineSection& section = sections_.back();
+  if (section.rules.empty()) CheckSection(section.name, section.line);
   section.rules.push_back({key, line, static_cast<AccessLevel>(rules::LevelFromValue(value))});
   if (value.find("%(") != value.npos) {
     puzzles_.push_back({Kind::kEntry, line, std::string(section.name), std::string(key),

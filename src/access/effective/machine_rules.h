@@ -46,7 +46,7 @@ class MachineRules {
 
  private:
   void Parse();
-  void AddSection(std::string_view name, int line);
+  void CheckSection(std::string_view name, int line);
   void AddRule(std::string_view key, std::string_view value, int line);
   void FillSet();
 
