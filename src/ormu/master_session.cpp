@@ -117,7 +117,7 @@ class MasterSession::Connection {
   }
 
   // A folder of a repository, were one replicated, would lack what lies outside it.
-  void RequireRoot(const std::string& address) {
+  void RequireRoot(const std::string& address) const {
     const char* inside = nullptr;
     Check(svn_ra_get_path_relative_to_root(ra_, &inside, address.c_str(), ra_pool_));
     if (!*inside) return;

@@ -26,9 +26,9 @@ Win32Error List(const Descriptor& folder, Names& out) {
     struct stat status {};
     if (fstatat(folder.get(), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
     if (S_ISREG(status.st_mode))
-      out.files.push_back(entry->d_name);
+      out.files.emplace_back(entry->d_name);
     else if (S_ISDIR(status.st_mode) && entry->d_name[0] != '.')
-      out.folders.push_back(entry->d_name);
+      out.folders.emplace_back(entry->d_name);
   }
   return ERROR_SUCCESS;
 }
