@@ -55,12 +55,16 @@ inline std::string_view TakeLine(std::string_view& rest) {
   return line;
 }
 
+inline void WriteFile(const std::string& path, std::string_view bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
 // A file for readers that take a path; one a process.
 class InputFile {
  public:
   const std::u16string& Holding(std::string_view bytes) {
-    std::ofstream(folder_.native() + "/input", std::ios::binary)
-        .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    WriteFile(folder_.native() + "/input", bytes);
     return path_;
   }
 

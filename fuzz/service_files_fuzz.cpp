@@ -1,0 +1,49 @@
+// What is read about services: each reader is given the same bytes.
+#include <filesystem>
+
+#include "fuzz/fuzz.h"
+#include "platform/network/listening_ports.h"
+#include "platform/services/failure_text.h"
+#include "platform/services/listeners.h"
+#include "platform/services/service_record.h"
+#include "platform/services/service_state.h"
+#include "platform/services/start_types.h"
+
+using namespace kelvarion;
+using namespace kelvarion::platform;
+
+namespace {
+
+const Service& MakeService(const std::string& folder) {
+  Service& service = *new Service;
+  service.name = "s";
+  service.configuration = folder + "/httpd.conf";
+  service.log = folder + "/error.log";
+  service.run_folder = folder;
+  return service;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const testing::TemporaryFolder& folder = *new testing::TemporaryFolder;
+  static const Service& service = MakeService(folder.native());
+  const std::string_view bytes = fuzz::Bytes(data, size);
+  for (const char* name :
+       {"s.status", "s.err", "s.failure", "services.conf", "httpd.conf", "error.log", "table"})
+    fuzz::WriteFile(folder.native() + "/" + name, bytes);
+
+  const ServiceRecord record = ReadRecord(service);
+  WriteRecord(service, record);
+  fuzz::Expect(ReadRecord(service) == record, "a record survives being written");
+  const std::uint32_t type = ReadStartType(folder.native(), service);
+  WriteStartType(folder.native(), service, type);
+  fuzz::Expect(ReadStartType(folder.native(), service) == type, "a start type survives, too");
+  for (const ListenAddress& address : ReadListenAddresses(service.configuration))
+    fuzz::Expect(address.port != 0, "nobody listens on port 0");
+  std::vector<std::uint16_t> ports;
+  fuzz::Expect(ReadTableOfListeners((folder.native() + "/table").c_str(), ports),
+               "a table can be read");
+  fuzz::Expect(!FailureText(service, 1, 0, size / 2).empty(), "a failure has a text");
+  return 0;
+}
