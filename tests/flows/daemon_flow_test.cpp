@@ -229,7 +229,10 @@ TEST(DaemonFlowTest, ManyClientsAreServedAtTheSameTime) {
   };
   std::vector<std::thread> clients;
   for (int i = 0; i < kClients; ++i) clients.emplace_back(client, i);
-  EXPECT_TRUE(Eventually([&] { return answers >= 40 * kClients || failures > 0; }));
+  // However busy the machine is: as long as each client gets an answer now and then.
+  for (int enough = kClients; enough <= 40 * kClients && !HasFailure(); enough += kClients) {
+    EXPECT_TRUE(Eventually([&] { return answers >= enough || failures > 0; }));
+  }
   ending = true;
   EXPECT_EQ(daemon.Terminate().exit_code, 0);
   for (std::thread& each : clients) each.join();
