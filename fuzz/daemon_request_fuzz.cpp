@@ -6,6 +6,7 @@
 #include "host/fake_provider_for_test.h"
 #include "host/wire.h"
 #include "platform/network/local_socket.h"
+#include "provider/class_ids.h"
 #include "tests/support/test_home.h"
 
 using namespace kelvarion;
@@ -22,7 +23,7 @@ class Served {
                           IWbemObjectSink* sink) {
       return sink->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr);
     };
-    CoRegisterClassObject(kProviderClass, MakeCom<FakeFactory>(provider));
+    CoRegisterClassObject(CLSID_KelvarionWMIProvider, MakeCom<FakeFactory>(provider));
     host_.emplace(home_.machine(), std::make_shared<const Schema>(KELVARION_SOURCE_DIR "/schema"));
     DaemonLimits limits;
     limits.request_bytes = 2048;
