@@ -14,10 +14,10 @@ class PS_ServerConfigurationClassHandler final
 
   // Instances exist only as results of the methods.
   HRESULT PsGetObject(ParsedObjectPath&, CallContext*, WMIObject&) override {
-    return WBEM_E_NOT_SUPPORTED;
+    throw WMIException(WBEM_E_NOT_SUPPORTED);
   }
   HRESULT PsEnumerateInstances(CallContext*, ResponseSink&) override {
-    return WBEM_E_NOT_SUPPORTED;
+    throw WMIException(WBEM_E_NOT_SUPPORTED);
   }
   static const MethodTable<PS_ServerConfigurationClassHandler>& Methods();
 
