@@ -58,8 +58,8 @@ HRESULT AccessRuleClassHandler::GetObject(ParsedObjectPath& path, CallContext*, 
   const access::RuleScope scope = ToScope(context(), repository, place);
   const access::PermissionList rules = scope ? access::GetPathPermissions(context(), *scope)
                                              : access::GetGlobalPermissions(context());
-  const auto found = std::ranges::find_if(rules, [&](const access::PermissionEntry& rule) {
-    return access::AccountText(rule.account) == account;
+  const auto found = std::ranges::find_if(rules, [&wanted = account](const auto& rule) {
+    return access::AccountText(rule.account) == wanted;
   });
   if (found == rules.end()) throw WMIException(WBEM_E_NOT_FOUND);
   access::AccountNames names = Names();
