@@ -81,6 +81,18 @@ class FilteredNamespace final : public ComObject<platform::ServicesBase> {
   std::vector<std::u16string> hidden_;
 };
 
+// Classes are only read, so all providers of the process share them.
+const ComPtr<IWbemServices>& CompiledSchema() {
+  static const ComPtr<IWbemServices> schema = [] {
+    RegisterWbemClasses();
+    SchemaError error;
+    ComPtr<IWbemServices> opened = OpenNamespaceFolder(KELVARION_SOURCE_DIR "/schema", error);
+    if (!opened) throw std::runtime_error("the schema does not compile: " + error.text);
+    return opened;
+  }();
+  return schema;
+}
+
 }  // namespace
 
 std::u16string Answer::Message() const {
@@ -93,11 +105,7 @@ ClientToken ProviderHost::DefaultClient() {
 
 ProviderHost::ProviderHost(std::shared_ptr<platform::Machine> machine,
                            std::vector<std::u16string> hidden)
-    : client_(DefaultClient()) {
-  RegisterWbemClasses();
-  SchemaError error;
-  schema_ = OpenNamespaceFolder(KELVARION_SOURCE_DIR "/schema", error);
-  if (!schema_) throw std::runtime_error("the schema does not compile: " + error.text);
+    : schema_(CompiledSchema()), client_(DefaultClient()) {
   namespace_ = std::make_unique<WMINamespace>(schema_.Get());
   const auto provider = MakeCom<CKelvarionWMIProvider>(std::move(machine));
   const auto filtered = MakeCom<FilteredNamespace>(schema_, std::move(hidden));

@@ -45,8 +45,8 @@ struct SinkOptions {
 
 class ProviderHost {
  public:
-  // Compiles the project's schema and initialises a provider on the machine. `hidden` classes are
-  // left out of the namespace.
+  // Initialises a provider of the project's schema on the machine. `hidden` classes are left out of
+  // the namespace.
   explicit ProviderHost(std::shared_ptr<platform::Machine> machine,
                         std::vector<std::u16string> hidden = {});
   ~ProviderHost();
@@ -72,9 +72,11 @@ class ProviderHost {
 
   WMIObject Spawn(const std::u16string& class_name) const;
 
- private:
+  // Any other request to services(), as the client.
   using Request = std::function<HRESULT(IWbemObjectSink*)>;
   Answer Serve(const SinkOptions& options, const Request& request) const;
+
+ private:
   WMIObject InParameters(const std::u16string& path, const std::u16string& method) const;
 
   ComPtr<IWbemServices> schema_;
