@@ -1,5 +1,4 @@
 // Work on whole repositories against Subversion's own programs.
-#include <filesystem>
 #include <stdexcept>
 
 #include "bench/history.h"
@@ -16,7 +15,6 @@ namespace kelvarion::bench {
 namespace {
 
 using testing::TestHome;
-namespace fs = std::filesystem;
 
 std::u16string Wide(const std::string& path) { return platform::Utf16ForDisplay(path); }
 

@@ -109,7 +109,7 @@ TEST_F(WindowsPermissionsTest, TheWalkGoesFromThePathUpToTheServer) {
   SetGlobalPermissions(context_, {{kUnknown, kWrite}});
   Collector odd;
   EnumerateEffectivePermissions(context_, {u"r", u"//trunk/./a/b/"}, odd);
-  collector.rules.push_back(u"global S-1-5-21-1-2-3-4 Read Write");
+  collector.rules.emplace_back(u"global S-1-5-21-1-2-3-4 Read Write");
   EXPECT_EQ(odd.rules, collector.rules);
 
   home_.configuration().SetUseWindowsAuth(false);

@@ -1,6 +1,7 @@
 #include "host/console.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 
 #include "host/text.h"
@@ -52,7 +53,7 @@ int RemainingTime::Seconds(int percent, Clock::time_point now) {
   const int done = percent - first_percent_;
   if (percent < 0 || done <= 0 || now - begin_ < kEnough) return -1;
   const std::chrono::duration<double> taken = now - begin_;
-  return static_cast<int>(taken.count() * (100 - std::min(percent, 100)) / done + 0.5);
+  return static_cast<int>(std::lround(taken.count() * (100 - std::min(percent, 100)) / done));
 }
 
 Console::Console() : terminal_(platform::ErrorOutputIsTerminal()) {}

@@ -27,7 +27,7 @@ using testing::WriteFile;
 
 // Everything that is told, one text each.
 struct Notes final : IcVerifyRepositoryNotify {
-  void MetadataStarted() override { texts.push_back("metadata"); }
+  void MetadataStarted() override { texts.emplace_back("metadata"); }
   void MetadataVerified(std::int64_t revision) override {
     texts.push_back("structure " + std::to_string(revision));
   }

@@ -41,7 +41,7 @@ std::string InUrl(const std::string& path) {
 
 std::vector<std::string> SidsOf(const std::string& user) {
   std::vector<std::string> sids = kAccounts.at(user);
-  sids.push_back("*");
+  sids.emplace_back("*");
   return sids;
 }
 

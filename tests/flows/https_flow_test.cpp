@@ -32,7 +32,7 @@ class HttpsFlowTest : public ::testing::Test {
   }
 
   ProcessResult Svn(std::vector<std::string> arguments) const {
-    arguments.push_back("--trust-server-cert-failures=unknown-ca,cn-mismatch");
+    arguments.emplace_back("--trust-server-cert-failures=unknown-ca,cn-mismatch");
     return server.Svn("alice", "secret", arguments);
   }
 

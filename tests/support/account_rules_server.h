@@ -29,7 +29,7 @@ class AccountRulesServer {
   using Accounts = std::map<std::string, std::vector<std::string>>;
 
   // Initialised with a repository "demo", not started. `directives` go into the custom file.
-  AccountRulesServer(const Accounts& accounts, const std::string& directives = {});
+  explicit AccountRulesServer(const Accounts& accounts, const std::string& directives = {});
 
   // Replace a rules file at once.
   void SetRules(const RuleTexts& rules, const std::string& repository = "demo") const;

@@ -28,7 +28,7 @@ class HeldPort {
   HeldPort() : socket_(TcpSocket()) {
     sockaddr_in address = Loopback(0);
     socklen_t size = sizeof address;
-    bind(socket_, reinterpret_cast<sockaddr*>(&address), size);
+    bind(socket_, reinterpret_cast<sockaddr*>(&address), size);  // NOLINT: else the port is 0
     listen(socket_, 32);
     getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size);
     port = ntohs(address.sin_port);

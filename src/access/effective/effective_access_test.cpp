@@ -35,7 +35,7 @@ class EffectiveAccessTest : public ::testing::Test {
     WriteFile(home_.root() + "/Kelvarion-GlobalWinAuthz.ini", global);
   }
   std::vector<EffectiveAccess> Explain(const std::u16string& path,
-                                       std::optional<std::u16string> account = {}) const {
+                                       const std::optional<std::u16string>& account = {}) const {
     return ExplainAccess(home_.context(), {u"r", path}, account);
   }
   // "rw [/a] @group:3 @group @inner": level, section, key, line, groups.

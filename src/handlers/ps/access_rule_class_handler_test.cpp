@@ -191,7 +191,7 @@ TEST_F(PsAccessRuleTest, RulesAreAddedOnceAndFoundByTheirKeys) {
 
 TEST_F(PsAccessRuleTest, EveryWayToAddNamesExactlyOneAccount) {
   const WMIObject repository = Named(u"PS_SvnRepository", u"demo");
-  const auto rule = [&](std::optional<std::u16string> id) {
+  const auto rule = [&](const std::optional<std::u16string>& id) {
     WMIObject object = host_.Spawn(kClass);
     object.Set(kRepository, u"Demo");
     object.Set(kPath, u"/copy");

@@ -114,7 +114,7 @@ TEST_F(EventLogTest, ALogThatCannotBeWrittenSaysSo) {
   std::filesystem::remove_all(folder_ + "/events");
   EXPECT_EQ(log->Report(Information(u"two")), ERROR_SUCCESS);
   EXPECT_EQ(Read().size(), 1u);
-  std::ofstream(folder_ + "/file");
+  std::ofstream(folder_ + "/file");  // NOLINT: makes it
   EXPECT_EQ(OpenEventLogFolder(folder_ + "/file/events")->Report(Information(u"")),
             ERROR_PATH_NOT_FOUND);
 }

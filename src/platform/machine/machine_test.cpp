@@ -43,7 +43,7 @@ TEST_F(MachineTest, AHomeIsMadeWithAllItsStoresAndOpenedAgain) {
 }
 
 TEST_F(MachineTest, AHomeThatCannotBeSaysWhy) {
-  std::ofstream(folder_ + "/file");
+  std::ofstream(folder_ + "/file");  // NOLINT: makes it
   for (const char* home : {"/file", "/file/home"}) {
     std::u16string error;
     EXPECT_EQ(OpenMachine(folder_ + home, error), nullptr);

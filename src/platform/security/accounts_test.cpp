@@ -35,7 +35,7 @@ bool WithInventedAccounts() {
                               " TSAN_OPTIONS=report_mutex_bugs=0 " +  // Bugs of that library.
                               std::filesystem::read_symlink("/proc/self/exe").string() +
                               " --gtest_filter=AccountsTest.UnixAccounts* >&2";
-  EXPECT_EQ(std::system(command.c_str()), 0);
+  EXPECT_EQ(std::system(command.c_str()), 0);  // NOLINT: a command of the test's own
   std::filesystem::remove_all(folder);
   return false;
 }

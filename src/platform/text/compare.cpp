@@ -121,7 +121,7 @@ std::u16string FoldCase(std::u16string_view text) {
   folded.reserve(text.size());
   for (std::size_t i = 0; i < text.size();) {
     UChar32 c = 0;
-    U16_NEXT(text.data(), i, text.size(), c);
+    U16_NEXT(text, i, text.size(), c);
     c = u_foldCase(c, U_FOLD_CASE_DEFAULT);
     if (c > 0xFFFF)
       folded += {U16_LEAD(c), U16_TRAIL(c)};
