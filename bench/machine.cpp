@@ -72,13 +72,14 @@ std::string DescribeMachine() {
   utsname system{};
   uname(&system);
   const long gigabytes = std::atol(ValueIn("/proc/meminfo", "MemTotal").c_str()) / 1000 / 1000;
+  const int busy = BusyPercent();
   return ValueIn("/proc/cpuinfo", "model name") + ", " +
          std::to_string(std::thread::hardware_concurrency()) + " processors, " +
          std::to_string(gigabytes) + " GB of memory, " +
          FileSystemOf(std::filesystem::temp_directory_path()) + ", Linux " + system.release +
          ", Subversion " + FirstLine(testing::RunProcess({"svnadmin", "--version", "-q"}).out) +
-         "; last measured on " + Today() + ", when others had " + std::to_string(BusyPercent()) +
-         " % of the processors.";
+         "; last measured on " + Today() + ", when others had " + std::to_string(busy) +
+         " % of the processors" + (busy > 10 ? ": the times are preliminary." : ".");
 }
 
 }  // namespace kelvarion::bench

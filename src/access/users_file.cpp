@@ -22,11 +22,10 @@ constexpr std::size_t kLongestLine = 255;
 constexpr apr_size_t kHashBytes = 128;
 
 std::string_view NextField(std::string_view& line) {
-  const auto separates = [](char c) { return c == ':' || c == '\r' || c == '\n'; };
-  const auto start = std::ranges::find_if_not(line, separates);
-  const auto end = std::find_if(start, line.end(), separates);
-  const std::string_view field(start, end);
-  line = {end, line.end()};
+  line.remove_prefix(std::min(line.find_first_not_of(":\r\n"), line.size()));
+  const std::string_view field =
+      line.substr(0, std::min({line.find(':'), line.find('\r'), line.find('\n')}));
+  line.remove_prefix(field.size());
   return field;
 }
 
