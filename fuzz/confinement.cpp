@@ -134,8 +134,10 @@ std::optional<std::string> Resolve(std::string path, Links links, int depth = 0)
   const std::string folder = path.substr(0, slash + 1);
   const int parent = open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (parent < 0) return std::nullopt;
-  const std::string place = PathOf(parent) + path.substr(slash);
+  std::string place = PathOf(parent);
   close(parent);
+  if (!place.ends_with('/')) place += '/';
+  place += path.substr(slash + 1);
   char target[PATH_MAX];
   const ssize_t length = readlink(place.c_str(), target, sizeof target);
   if (links != Links::kFollowed || length < 0) return place;
