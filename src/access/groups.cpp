@@ -117,7 +117,8 @@ bool DeleteGroup(const ServerContext& context, const std::u16string& name) {
     }
     WriteGroupsFile(context, groups, pool);
   }
-  if (exists) PurgeAccount(context, account);
+  // Also of a group that is gone: a deletion that was interrupted is completed by the next one.
+  PurgeAccount(context, account);
   return exists;
 }
 

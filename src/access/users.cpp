@@ -76,22 +76,23 @@ bool SetPassword(const ServerContext& context, const std::u16string& name,
 bool DeleteUser(const ServerContext& context, const std::u16string& name) {
   const Account account = Account::User(name);
   const svn::Pool pool(context.root_pool());
+  bool exists = false;
   {
     const PermissionsLock lock(context);
     UserRecords users = ReadUsersFile(UsersFile(context), pool);
     const auto user = Find(users, name);
-    const bool exists = user != users.end();
+    exists = user != users.end();
     if (exists) {
       users.erase(user);
     } else {
       RefuseIf(UserNameProblem(name));
     }
     WriteUsersFile(UsersFile(context), users, pool);
-    if (!exists) return false;
+    // Also of a user who is gone: a deletion that was interrupted is completed by the next one.
     RemoveFromGroups(context, account, pool);
   }
   PurgeAccount(context, account);
-  return true;
+  return exists;
 }
 
 }  // namespace kelvarion::access

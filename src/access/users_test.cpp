@@ -137,8 +137,10 @@ TEST_F(UsersTest, ADeletedUserLeavesGroupsAndRules) {
   EXPECT_TRUE(DeleteGroup(context_, u"alice"));
   EXPECT_EQ(GetPathPermissions(context_, {u"one", u"/"}),
             (PermissionList{{Account::User(u"bob"), AccessLevel::ReadOnly}}));
+  MakeRules("two", "[/]\ncarol = rw\n");
   EXPECT_FALSE(DeleteUser(context_, u"carol"));
   EXPECT_EQ(ReadFile(File()), "bob:2\r\n") << "written again though nothing changed";
+  EXPECT_EQ(ReadFile(RulesFile("two")), kAuthorizationHeader) << "left by who was interrupted";
 }
 
 TEST_F(UsersTest, RepositoriesThatCannotBePurgedAreCountedAndLogged) {
