@@ -33,7 +33,7 @@ std::uint32_t MaskOf(Permissions permissions) {
 
 class Resolver {
  public:
-  explicit Resolver(const GroupStore& groups) : groups_(groups) {}
+  explicit Resolver(const LocalGroups& groups) : groups_(groups) {}
 
   void Add(const Sid& sid, Permissions permissions) {
     if (const auto uid = UserOf(sid)) {
@@ -43,33 +43,36 @@ class Resolver {
       result.groups[*gid] |= permissions;
     } else if (sid == ParseSid(kSidEveryone)) {
       result.others |= permissions;
-    } else if (const auto name = groups_.NameOf(sid); name && visiting_.insert(*name).second) {
-      std::vector<std::string> members;
-      groups_.Members(*name, members);
-      for (const std::string& member : members)
+    } else if (const auto group = groups_.find(Utf8ForDisplay(ToText(sid)));
+               group != groups_.end() && visiting_.insert(group->first).second) {
+      for (const std::string& member : group->second.members)
         if (const auto each = ParseSid(Utf16ForDisplay(member))) Add(*each, permissions);
-      visiting_.erase(*name);
+      visiting_.erase(group->first);
     }
   }
 
   PosixAccess result;
 
  private:
-  const GroupStore& groups_;
+  const LocalGroups& groups_;
   std::set<std::string> visiting_;  // Groups may hold each other.
 };
 
-// Whether changes of groups are carried out on the folder.
-bool Follows(const GroupStore& groups, const std::string& folder) {
-  std::vector<std::string> folders;
-  groups.Folders(folders);
-  return std::ranges::find(folders, folder) != folders.end();
+// The Unix accounts that the grants mean on this machine now: a local group stands for its members.
+// Accounts that need no entry (root, and an ordinary user for himself) and those that no Unix
+// process can have are left out.
+PosixAccess ResolveGrants(const LocalGroups& groups, const std::vector<AccessGrant>& grants) {
+  Resolver resolver(groups);
+  for (const AccessGrant& grant : grants)
+    if (const auto sid = ParseSid(grant.sid)) resolver.Add(*sid, PermissionsOf(grant.access_mask));
+  return resolver.result;
 }
 
-bool DependsOnMembers(const GroupStore& groups, const std::vector<AccessGrant>& grants) {
-  for (const AccessGrant& grant : grants)
-    if (const auto sid = ParseSid(grant.sid); sid && groups.NameOf(*sid)) return true;
-  return false;
+bool DependsOnMembers(const LocalGroups& groups, const std::vector<AccessGrant>& grants) {
+  return std::ranges::any_of(grants, [&](const AccessGrant& grant) {
+    const auto sid = ParseSid(grant.sid);
+    return sid && groups.contains(Utf8ForDisplay(ToText(*sid)));
+  });
 }
 
 void Describe(const PosixAccess& access, const PosixAccess& from_parent,
@@ -106,46 +109,52 @@ Win32Error DescribePosixList(const std::string& folder, std::vector<AccessGrant>
   return ERROR_SUCCESS;
 }
 
-bool IsCarriedOut(const GroupStore& groups, const FolderList& list) {
+bool IsCarriedOut(const LocalGroups& groups, const FolderList& list) {
   return !list.unfinished && ResolveGrants(groups, list.grants) == list.carried_out;
+}
+
+// What of its list is there in reality.
+Win32Error ReadCarriedOut(const GroupStore& store, const std::string& folder,
+                          const FolderList& list, std::vector<AccessGrant>& out) {
+  LocalGroups groups;
+  std::vector<std::string> followed;
+  FolderEntries access;
+  FolderEntries defaults;
+  Win32Error error = store.ReadAll(groups);
+  if (error == ERROR_SUCCESS) error = store.Folders(followed);
+  if (error == ERROR_SUCCESS) error = ReadEntries(folder, PosixList::kAccess, access);
+  if (error == ERROR_SUCCESS) error = ReadEntries(folder, PosixList::kDefault, defaults);
+  if (error != ERROR_SUCCESS) return error;
+  // A copy of the folder has the list and the entries, but who is a member would not reach it.
+  const bool follows = std::ranges::find(followed, folder) != followed.end();
+  for (const AccessGrant& grant : list.grants) {
+    if (!follows && DependsOnMembers(groups, {grant})) continue;
+    const PosixAccess meant = ResolveGrants(groups, {grant});
+    if (access.named.Includes(meant) && defaults.named.Includes(meant)) out.push_back(grant);
+  }
+  return ERROR_SUCCESS;
 }
 
 }  // namespace
 
-PosixAccess ResolveGrants(const GroupStore& groups, const std::vector<AccessGrant>& grants) {
-  Resolver resolver(groups);
-  for (const AccessGrant& grant : grants)
-    if (const auto sid = ParseSid(grant.sid)) resolver.Add(*sid, PermissionsOf(grant.access_mask));
-  return resolver.result;
-}
-
-Win32Error ReadFolderGrants(const GroupStore& groups, const std::string& folder,
+Win32Error ReadFolderGrants(const GroupStore& store, const std::string& folder,
                             std::vector<AccessGrant>& out) {
   std::vector<AccessGrant> read;
   FolderList list;
   Win32Error error = ReadFolderList(folder, list);
-  if (error == ERROR_SUCCESS) {
-    FolderEntries access;
-    FolderEntries defaults;
-    error = ReadEntries(folder, PosixList::kAccess, access);
-    if (error == ERROR_SUCCESS) error = ReadEntries(folder, PosixList::kDefault, defaults);
-    // A copy of the folder has the list and the entries, but who is a member would not reach it.
-    const bool followed = Follows(groups, folder);
-    for (const AccessGrant& grant : list.grants) {
-      if (!followed && DependsOnMembers(groups, {grant})) continue;
-      const PosixAccess meant = ResolveGrants(groups, {grant});
-      if (access.named.Includes(meant) && defaults.named.Includes(meant)) read.push_back(grant);
-    }
-  } else if (error == ERROR_FILE_NOT_FOUND) {
+  if (error == ERROR_SUCCESS)
+    error = ReadCarriedOut(store, folder, list, read);
+  else if (error == ERROR_FILE_NOT_FOUND)
     error = DescribePosixList(folder, read);
-  }
   if (error == ERROR_SUCCESS) out = std::move(read);
   return error;
 }
 
-Win32Error WriteFolderGrants(GroupStore& groups, const std::string& folder,
+Win32Error WriteFolderGrants(GroupStore& store, const std::string& folder,
                              const std::vector<AccessGrant>& grants, bool protect) {
   if (const Win32Error error = RequireOwnFolder(folder); error != ERROR_SUCCESS) return error;
+  LocalGroups groups;
+  if (const Win32Error error = store.ReadAll(groups); error != ERROR_SUCCESS) return error;
   FolderList before;
   ReadFolderList(folder, before);  // One that cannot be read withdraws nothing.
   const FolderList list{protect, false, grants, ResolveGrants(groups, grants)};
@@ -153,34 +162,38 @@ Win32Error WriteFolderGrants(GroupStore& groups, const std::string& folder,
   intent.carried_out.Merge(list.carried_out);
   // What is to be is known before it is carried out: neither the end of the process nor a change of
   // members meanwhile leaves the tree half changed for good.
-  Win32Error error = groups.SetFolder(folder, true);
+  Win32Error error = store.SetFolder(folder, true);
   if (error == ERROR_SUCCESS) error = WriteFolderList(folder, intent);
   if (error == ERROR_SUCCESS)
     error = ChangeTree(folder, {intent.carried_out, list.carried_out, protect});
   if (error == ERROR_SUCCESS) error = WriteFolderList(folder, list);
   if (error == ERROR_SUCCESS && !DependsOnMembers(groups, grants))
-    error = groups.SetFolder(folder, false);
+    error = store.SetFolder(folder, false);
   return error;
 }
 
-Win32Error RefreshFolders(GroupStore& groups) {
+Win32Error RefreshFolders(GroupStore& store) {
+  LocalGroups groups;
   std::vector<std::string> folders;
-  Win32Error result = groups.Folders(folders);
+  Win32Error result = store.ReadAll(groups);
+  if (result == ERROR_SUCCESS) result = store.Folders(folders);
   for (const std::string& folder : folders) {
     FolderList list;
     Win32Error error = ReadFolderList(folder, list);
     if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
-      error = groups.SetFolder(folder, false);  // Deleted, or opened up by other means.
+      error = store.SetFolder(folder, false);  // Deleted, or opened up by other means.
     else if (error == ERROR_SUCCESS && !IsCarriedOut(groups, list))
-      error = WriteFolderGrants(groups, folder, list.grants, list.is_protected);
+      error = WriteFolderGrants(store, folder, list.grants, list.is_protected);
     if (result == ERROR_SUCCESS) result = error;
   }
   return result;
 }
 
-bool FoldersNeedRefresh(const GroupStore& groups) {
+bool FoldersNeedRefresh(const GroupStore& store) {
+  LocalGroups groups;
   std::vector<std::string> folders;
-  groups.Folders(folders);
+  if (store.ReadAll(groups) != ERROR_SUCCESS || store.Folders(folders) != ERROR_SUCCESS)
+    return false;  // Whoever opens the store next looks again.
   return std::ranges::any_of(folders, [&](const std::string& folder) {
     FolderList list;
     return ReadFolderList(folder, list) == ERROR_SUCCESS && !IsCarriedOut(groups, list);

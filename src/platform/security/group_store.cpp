@@ -75,9 +75,13 @@ Win32Error GroupStore::Prepare() {
   return transaction.Commit();
 }
 
-std::optional<std::int64_t> GroupStore::IdOf(const std::string& group) const {
+Win32Error GroupStore::FindId(const std::string& group, std::int64_t& out) const {
   Statement query(database_.get(), "SELECT id FROM groups WHERE name = ?");
-  return query.Bind(1, group).Step() ? std::optional(query.Number(0)) : std::nullopt;
+  if (query.Bind(1, group).Step()) {
+    out = query.Number(0);
+    return ERROR_SUCCESS;
+  }
+  return query.error() == ERROR_SUCCESS ? NERR_GroupNotFound : query.error();
 }
 
 Win32Error GroupStore::Create(const std::string& group) {
@@ -97,20 +101,28 @@ Sid GroupStore::SidOfId(std::int64_t id) const {
   return sid;
 }
 
-std::optional<Sid> GroupStore::SidOf(const std::string& group) const {
+Win32Error GroupStore::FindSid(const std::string& group, Sid& out) const {
   const std::lock_guard lock(mutex_);
-  const auto id = IdOf(group);
-  return id ? std::optional(SidOfId(*id)) : std::nullopt;
+  std::int64_t id = 0;
+  if (const Win32Error error = FindId(group, id); error != ERROR_SUCCESS) return error;
+  out = SidOfId(id);
+  return ERROR_SUCCESS;
 }
 
-std::optional<std::string> GroupStore::NameOf(const Sid& sid) const {
-  if (sid.authority != kNtAuthority || sid.parts.size() != 5 || sid.parts[0] != kNonUnique ||
-      !std::equal(machine_.begin(), machine_.end(), sid.parts.begin() + 1))
-    return std::nullopt;
+Win32Error GroupStore::ReadAll(LocalGroups& out) const {
   const std::lock_guard lock(mutex_);
-  Statement query(database_.get(), "SELECT name FROM groups WHERE id = ?");
-  if (!query.Bind(1, sid.parts[4]).Step()) return std::nullopt;
-  return query.Utf8(0);
+  Statement query(database_.get(),
+                  "SELECT id, name, sid FROM groups LEFT JOIN members USING (id)"
+                  " ORDER BY id, position");
+  LocalGroups read;
+  while (query.Step()) {
+    LocalGroup& group = read[Utf8ForDisplay(ToText(SidOfId(query.Number(0))))];
+    group.name = query.Utf8(1);
+    if (std::string member = query.Utf8(2); !member.empty())
+      group.members.push_back(std::move(member));
+  }
+  if (query.error() == ERROR_SUCCESS) out = std::move(read);
+  return query.error();
 }
 
 Win32Error GroupStore::Members(const std::string& group, std::vector<std::string>& sids) const {
@@ -139,15 +151,15 @@ Win32Error GroupStore::SetMembers(const std::string& group, const std::vector<st
   const std::lock_guard lock(mutex_);
   Transaction transaction(database_.get());
   if (transaction.error() != ERROR_SUCCESS) return transaction.error();
-  const auto id = IdOf(group);
-  if (!id) return NERR_GroupNotFound;
-  Win32Error error =
-      Statement(database_.get(), "DELETE FROM members WHERE id = ?").Bind(1, *id).Run();
+  std::int64_t id = 0;
+  Win32Error error = FindId(group, id);
+  if (error != ERROR_SUCCESS) return error;
+  error = Statement(database_.get(), "DELETE FROM members WHERE id = ?").Bind(1, id).Run();
   std::set<std::string> seen;
   for (const std::string& sid : sids)
     if (error == ERROR_SUCCESS && seen.insert(sid).second)
       error = Statement(database_.get(), "INSERT INTO members VALUES (?, ?, ?)")
-                  .Bind(1, *id)
+                  .Bind(1, id)
                   .Bind(2, static_cast<std::int64_t>(seen.size()))
                   .Bind(3, sid)
                   .Run();

@@ -5,9 +5,9 @@
 // compare ignoring the case of ASCII letters. Safe from any thread and from several processes.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +17,13 @@
 
 namespace kelvarion::platform {
 
+// By SID.
+struct LocalGroup {
+  std::string name;
+  std::vector<std::string> members;
+};
+using LocalGroups = std::map<std::string, LocalGroup>;
+
 class GroupStore {
  public:
   // The file is made when missing, for its owner alone (0600).
@@ -24,12 +31,15 @@ class GroupStore {
 
   // Success when the group exists already.
   Win32Error Create(const std::string& group);
-  std::optional<Sid> SidOf(const std::string& group) const;
-  std::optional<std::string> NameOf(const Sid& sid) const;
+  // NERR_GroupNotFound.
+  Win32Error FindSid(const std::string& group, Sid& out) const;
 
   // Members are canonical SIDs, in the order they were set in, each once. NERR_GroupNotFound.
   Win32Error Members(const std::string& group, std::vector<std::string>& sids) const;
   Win32Error SetMembers(const std::string& group, const std::vector<std::string>& sids);
+
+  // All groups as they are at one moment.
+  Win32Error ReadAll(LocalGroups& out) const;
 
   // The groups that one of these is a member of, or that another of the groups is.
   Win32Error GroupsHolding(const std::vector<std::string>& sids, std::vector<Sid>& groups) const;
@@ -42,7 +52,7 @@ class GroupStore {
   explicit GroupStore(sqlite::Database database) : database_(std::move(database)) {}
   Win32Error Prepare();
   Sid SidOfId(std::int64_t id) const;
-  std::optional<std::int64_t> IdOf(const std::string& group) const;
+  Win32Error FindId(const std::string& group, std::int64_t& out) const;
 
   sqlite::Database database_;
   std::vector<std::uint32_t> machine_;

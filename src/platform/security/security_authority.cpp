@@ -73,7 +73,13 @@ Win32Error LinuxSecurityAuthority::LookupAccountName(const std::u16string& name,
   if (!found) {
     if (const auto well_known = FindWellKnown(account)) found = ParseSid(*well_known);
   }
-  if (!found && IsLocalDomain(account.domain)) found = groups_->SidOf(Utf8ForDisplay(account.name));
+  if (!found && IsLocalDomain(account.domain)) {
+    const Win32Error error = groups_->FindSid(Utf8ForDisplay(account.name), found.emplace());
+    if (error == NERR_GroupNotFound)
+      found.reset();
+    else if (error != ERROR_SUCCESS)
+      return error;
+  }
   if (!found) found = FindUnixAccount(account);
   if (!found) return ERROR_NONE_MAPPED;
   sid = ToText(*found);
@@ -86,8 +92,10 @@ Win32Error LinuxSecurityAuthority::LookupAccountSid(const std::u16string& text,
   if (!sid) return ERROR_INVALID_SID;
   std::optional<AccountName> name = WellKnownName(ToText(*sid));
   if (!name) {
-    if (const auto group = groups_->NameOf(*sid))
-      name = AccountName{HostName(), Utf16ForDisplay(*group)};
+    LocalGroups groups;
+    if (const Win32Error error = groups_->ReadAll(groups); error != ERROR_SUCCESS) return error;
+    if (const auto group = groups.find(Utf8ForDisplay(ToText(*sid))); group != groups.end())
+      name = AccountName{HostName(), Utf16ForDisplay(group->second.name)};
   }
   if (!name) name = UnixAccountName(*sid);
   if (!name) return ERROR_NONE_MAPPED;
