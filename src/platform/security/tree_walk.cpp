@@ -52,14 +52,21 @@ Win32Error WalkOwnTree(const std::string& folder,
   if (!open_folders.back()) return FromErrno(errno);
   while (!open_folders.empty()) {
     const int current = dirfd(open_folders.back().get());
+    errno = 0;
     const dirent* const entry = NextEntry(open_folders.back());
     if (!entry) {
+      // A folder that is removed while it is read ends so on some file systems.
+      if (errno != 0 && errno != ENOENT) return FromErrno(errno);
       open_folders.pop_back();
       continue;
     }
-    if (wanted && fstatat(current, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-        S_ISREG(status.st_mode) && !wanted(status.st_mode))
-      continue;
+    if (wanted) {
+      if (fstatat(current, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno == ENOENT) continue;
+        return FromErrno(errno);
+      }
+      if (S_ISREG(status.st_mode) && !wanted(status.st_mode)) continue;
+    }
     const Descriptor object(openat(current, entry->d_name, O_PATH | O_NOFOLLOW | O_CLOEXEC));
     if (!object || fstat(object.get(), &status) != 0) {
       if (errno == ENOENT) continue;
