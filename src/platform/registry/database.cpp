@@ -18,7 +18,6 @@ using sqlite::FromSqlite;
 // Keys and values are found by their folded names; the names as they were first given are kept for
 // those who list them. A key's parent is the path before its last separator.
 constexpr const char* kTables =
-    "PRAGMA journal_mode = WAL;"
     "PRAGMA user_version = 1;"
     "CREATE TABLE keys(path TEXT PRIMARY KEY, parent TEXT NOT NULL, name TEXT NOT NULL)"
     " WITHOUT ROWID;"
@@ -46,7 +45,12 @@ Win32Error OpenConnection(const std::string& file, Database& out) {
 Win32Error MakeTables(const std::string& file) {
   Database database;
   if (const Win32Error error = OpenConnection(file, database)) return error;
-  return FromSqlite(sqlite3_exec(database.get(), kTables, nullptr, nullptr, nullptr));
+  const int made = sqlite3_exec(database.get(), kTables, nullptr, nullptr, nullptr);
+  if (made != SQLITE_OK) return FromSqlite(made);
+  // Not before: what stands in the log only would be lost when the file gets its name.
+  sqlite::Statement mode(database.get(), "PRAGMA journal_mode = WAL");
+  if (mode.Step() && mode.Utf8(0) == "wal") return ERROR_SUCCESS;
+  return mode.error() == ERROR_SUCCESS ? ERROR_REGISTRY_IO_FAILED : mode.error();
 }
 
 // The name of a new file must be on the disk before values in it are promised to be.
