@@ -82,7 +82,7 @@ class HomeFiles {
     const std::string path = run_.home() + relative;
     if (relative.empty()) return CheckEntry(home_, path, rule);
     HeldFile found;
-    if (home_.Open(relative.substr(1), found) != ERROR_SUCCESS) return;
+    if (!Open(home_, relative.substr(1), path, found)) return;
     if (entries)
       CheckEntries(found, path, rule);
     else
@@ -90,10 +90,21 @@ class HomeFiles {
   }
 
  private:
+  // False for what is not there.
+  static bool Open(const HeldFile& folder, const std::string& relative, const std::string& path,
+                   HeldFile& out) {
+    const Win32Error error = folder.Open(relative, out);
+    if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return false;
+    Require(error, Format(u"Cannot look at '%s'", Shown(path)));
+    return true;
+  }
+
   void CheckEntries(const HeldFile& folder, const std::string& path, const ModeRule& rule) const {
-    for (const std::string& name : folder.List()) {
+    std::vector<std::string> names;
+    Require(folder.List(names), Format(u"Cannot list '%s'", Shown(path)));
+    for (const std::string& name : names) {
       HeldFile entry;
-      if (folder.Open(name, entry) == ERROR_SUCCESS) CheckEntry(entry, path + "/" + name, rule);
+      if (Open(folder, name, path + "/" + name, entry)) CheckEntry(entry, path + "/" + name, rule);
     }
   }
 

@@ -7,7 +7,6 @@
 #include "platform/text/compare.h"
 #include "repos/hooks.h"
 #include "repos/repository_store.h"
-#include "svn/error.h"
 #include "svn/repository.h"
 #include "util/paths.h"
 
@@ -127,13 +126,8 @@ void CheckOpens(Examination& run, const RepositoryPlace& repository) {
 }
 
 void CheckHooks(Examination& run, const RepositoryPlace& repository) {
-  std::vector<repos::HookState> hooks;
-  try {
-    hooks = repos::InspectHooks(run.context(), repository.name);
-  } catch (const SvnException&) {
-    return;  // Does not open; another check says so.
-  }
-  for (const repos::HookState& hook : hooks) HookCheck(run, repository, hook).Check();
+  for (const repos::HookState& hook : repos::InspectHooks(run.context(), repository.name))
+    HookCheck(run, repository, hook).Check();
 }
 
 }  // namespace kelvarion::doctor

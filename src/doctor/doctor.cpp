@@ -16,6 +16,9 @@ struct ServerCheck {
   bool at_a_glance;
 };
 
+constexpr const char16_t* kRootCheck = u"RepositoriesRoot";
+constexpr const char16_t* kRoot = u"repositories root";
+
 // In this order: what later checks stand on comes first.
 constexpr ServerCheck kServerChecks[] = {
     {u"Settings", u"settings", CheckSettings, true},
@@ -30,8 +33,8 @@ constexpr ServerCheck kServerChecks[] = {
     {u"ReplicationService", u"ormusvc", CheckReplicationService, true},
     {u"FreeSpace", u"home", CheckSpace, true},
     {u"Leftovers", u"home", CheckLeftovers, true},
-    {u"RepositoriesRoot", u"repositories root", CheckRepositoriesRoot, true},
-    {u"AccessRules", u"repositories root", CheckAccessRules, false},
+    {kRootCheck, kRoot, CheckRepositoriesRoot, true},
+    {u"AccessRules", kRoot, CheckAccessRules, false},
 };
 
 struct RepositoryCheck {
@@ -61,20 +64,15 @@ class Progress {
   std::size_t total_ = 0;
 };
 
-// Without a root that can be read there are none; that is a finding of another check.
-std::vector<std::u16string> Repositories(const ServerContext& context) {
-  try {
-    return repos::ListRepositoryNames(context);
-  } catch (const Exception&) {
-    return {};
-  }
-}
-
 void ExamineRepository(Examination& run, const std::u16string& name) {
   const std::u16string path = access::RepositoryFolder(run.context(), name);
   const RepositoryPlace place{name, path, platform::NativePath(path)};
-  for (const RepositoryCheck& check : kRepositoryChecks)
-    run.Run(check.name, path, [&] { check.run(run, place); });
+  bool opens = true;
+  for (const RepositoryCheck& check : kRepositoryChecks) {
+    if (check.run == CheckHooks && !opens) continue;
+    const bool good = run.Run(check.name, path, [&] { check.run(run, place); });
+    if (check.run == CheckOpens) opens = good;
+  }
 }
 
 }  // namespace
@@ -86,10 +84,13 @@ void Examine(const ServerContext& context, Extent extent, Repairs repairs, const
     return extent == Extent::kAll || check.at_a_glance;
   };
   for (const ServerCheck& check : kServerChecks) progress.Expect(wanted(check) ? 1 : 0);
-  const auto names = extent == Extent::kAll ? Repositories(context) : std::vector<std::u16string>();
+  std::vector<std::u16string> names;
+  const auto list = [&] { names = repos::ListRepositoryNames(context); };
+  const bool listed = extent != Extent::kAll || run.Run(kRootCheck, kRoot, list);
   progress.Expect(names.size());
   for (const ServerCheck& check : kServerChecks) {
-    if (!wanted(check)) continue;
+    // That they cannot be listed has been reported.
+    if (!wanted(check) || (check.run == CheckRepositoriesRoot && !listed)) continue;
     progress.Step(check.name);
     run.Run(check.name, check.about, [&] { check.run(run); });
   }

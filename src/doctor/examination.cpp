@@ -16,10 +16,11 @@ Examination::Examination(const ServerContext& context, Repairs repairs, const Vi
   web_account_ = platform::AccountAccess::Of(web_account_name_);
 }
 
-void Examination::Run(const char16_t* check, const std::u16string& where,
+bool Examination::Run(const char16_t* check, const std::u16string& where,
                       const std::function<void()>& body) {
   visitor_.cancellation.Check();
   check_ = check;
+  found_ = false;
   try {
     body();
   } catch (const Exception& exception) {
@@ -30,6 +31,7 @@ void Examination::Run(const char16_t* check, const std::u16string& where,
     Report(Severity::kError, where, Format(u"This cannot be checked: %s", Shown(exception.what())),
            u"Correct what the message says, then check again.");
   }
+  return !found_;
 }
 
 void Examination::Report(Severity severity, const std::u16string& where, const std::u16string& text,
@@ -43,6 +45,7 @@ void Examination::Report(Severity severity, const std::u16string& where, const s
 }
 
 void Examination::Report(Finding finding, const Repair& repair) {
+  found_ = true;
   finding.check = check_;
   finding.repairable = repair != nullptr;
   if (repair && repairs_ == Repairs::kYes) {

@@ -27,8 +27,8 @@ class Examination {
   platform::AccountAccess* web_account() { return web_account_ ? &*web_account_ : nullptr; }
   const std::u16string& web_account_name() const { return web_account_name_; }
 
-  // Runs one check; its own failure becomes a finding about `where`.
-  void Run(const char16_t* check, const std::u16string& where, const std::function<void()>& body);
+  // Runs one check; its own failure becomes a finding about `where`. False when there are findings.
+  bool Run(const char16_t* check, const std::u16string& where, const std::function<void()>& body);
 
   // To be called by the check that runs.
   void Report(Severity severity, const std::u16string& where, const std::u16string& text,
@@ -43,6 +43,7 @@ class Examination {
   Repairs repairs_;
   const Visitor& visitor_;
   const char16_t* check_ = u"";
+  bool found_ = false;  // Whether the check that runs has reported something.
   std::u16string web_account_name_;
   std::optional<platform::AccountAccess> web_account_;
 };

@@ -46,13 +46,13 @@ Win32Error HeldFile::Open(const std::string& relative, HeldFile& out) const {
   return ERROR_SUCCESS;
 }
 
-std::vector<std::string> HeldFile::List() const {
-  std::vector<std::string> names;
-  if (!ownership_.folder) return names;
+Win32Error HeldFile::List(std::vector<std::string>& names) const {
+  if (!ownership_.folder) return ERROR_SUCCESS;
   std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(Same(), error))
-    names.push_back(entry.path().filename().string());
-  return names;
+  for (std::filesystem::directory_iterator entry(Same(), error), end; !error && entry != end;
+       entry.increment(error))
+    names.push_back(entry->path().filename().string());
+  return FromErrno(error.value());
 }
 
 Win32Error HeldFile::ChangeOwner(std::uint32_t user, std::uint32_t group) const {

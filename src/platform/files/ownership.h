@@ -28,8 +28,8 @@ class HeldFile {
   static Win32Error OpenFolder(const std::string& path, HeldFile& out);
   // What lies below this folder at "a/b"; a link is found only as the last name, as itself.
   Win32Error Open(const std::string& relative, HeldFile& out) const;
-  // The names in this folder, none when they cannot be read.
-  std::vector<std::string> List() const;
+  // The names in this folder; none in what is none.
+  Win32Error List(std::vector<std::string>& names) const;
 
   const Ownership& ownership() const { return ownership_; }
   // ERROR_NOT_SUPPORTED for a link and for a file that is shared: whose else that is nobody knows.
