@@ -49,7 +49,11 @@ class ServiceHome {
   }
 
   Service Definition() const { return *FindService(folder.string(), kName); }
-  ServiceRecord Record() const { return ReadRecord(Definition()); }
+  ServiceRecord Record() const {
+    ServiceRecord record;
+    ReadRecord(Definition(), record);
+    return record;
+  }
   ServiceStatus Status() const {
     ServiceStatus status;
     manager->QueryStatus(kName, status);

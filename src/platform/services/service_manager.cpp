@@ -65,8 +65,10 @@ class LinuxServiceManager : public ServiceManager {
   Win32Error QueryStatus(const std::u16string& name, ServiceStatus& out) const override {
     const std::optional<Service> service = FindService(home_, name);
     if (!service) return ERROR_SERVICE_DOES_NOT_EXIST;
-    out = ObserveService(*service).status;
-    return ERROR_SUCCESS;
+    ServiceState state;
+    const Win32Error error = ObserveService(*service, state);
+    out = state.status;
+    return error;
   }
 
   Win32Error QueryConfig(const std::u16string& name, ServiceConfig& out) const override {
@@ -95,7 +97,9 @@ class LinuxServiceManager : public ServiceManager {
     const std::optional<Service> service = FindService(home_, name);
     if (!service) return {};
     const std::string text = ReadFailure(*service);
-    if (text.empty() && ObserveService(*service).status.win32_exit_code != ERROR_SUCCESS)
+    ServiceState state;
+    if (text.empty() && ObserveService(*service, state) == ERROR_SUCCESS &&
+        state.status.win32_exit_code != ERROR_SUCCESS)
       return u"The service's process and its supervisor were ended without a word.";
     return Utf16ForDisplay(text);
   }
@@ -111,7 +115,10 @@ class LinuxServiceManager : public ServiceManager {
   // The program writes the file anew whenever it has read its configuration.
   std::int64_t ConfigurationTime(const std::u16string& name) const override {
     const std::optional<Service> service = FindService(home_, name);
-    if (!service || ObserveService(*service).status.current_state != SERVICE_RUNNING) return 0;
+    ServiceState state;
+    if (!service || ObserveService(*service, state) != ERROR_SUCCESS ||
+        state.status.current_state != SERVICE_RUNNING)
+      return 0;
     struct stat status {};
     if (stat(service->File(".pid").c_str(), &status) != 0) return 0;
     return std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec;
@@ -132,7 +139,9 @@ Win32Error LinuxServiceManager::Start(const std::u16string& name) {
   const FileLock lock(PathFromNative(service->File(".lock")));
   if (lock.Error() != ERROR_SUCCESS) return lock.Error();
   if (ReadStartType(home_, *service) == SERVICE_DISABLED) return ERROR_SERVICE_DISABLED;
-  const ServiceState state = ObserveService(*service);
+  ServiceState state;
+  if (const Win32Error error = ObserveService(*service, state); error != ERROR_SUCCESS)
+    return error;
   if (state.status.current_state != SERVICE_STOPPED) return ERROR_SERVICE_ALREADY_RUNNING;
   const std::string supervisor = FindProgram("kelvarion-supervisor");
   if (const Win32Error error = CheckInstalled(*service, supervisor); error != ERROR_SUCCESS)
@@ -157,7 +166,9 @@ Win32Error LinuxServiceManager::Control(const std::u16string& name, std::uint32_
   const std::optional<Service> service = FindService(home_, name);
   if (!service) return ERROR_SERVICE_DOES_NOT_EXIST;
   const FileLock lock(PathFromNative(service->File(".lock")));
-  const ServiceState state = ObserveService(*service);
+  ServiceState state;
+  if (const Win32Error error = ObserveService(*service, state); error != ERROR_SUCCESS)
+    return error;
   if (state.status.current_state == SERVICE_STOPPED) return ERROR_SERVICE_NOT_ACTIVE;
   if (lock.Error() != ERROR_SUCCESS) return lock.Error();
   switch (control) {

@@ -14,16 +14,22 @@ constexpr std::array<const char*, 5> kPhaseNames{"stopped", "starting", "running
 
 }  // namespace
 
-ServiceRecord ReadRecord(const Service& service) {
-  std::istringstream text(ReadSmallFile(service.File(".status")));
+Win32Error ReadRecord(const Service& service, ServiceRecord& out) {
+  out = {};
+  std::string bytes;
+  const Win32Error error = ReadWholeFile(PathFromNative(service.File(".status")), bytes);
+  if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) return ERROR_SUCCESS;
+  if (error != ERROR_SUCCESS) return error;
+  std::istringstream text(bytes);
   ServiceRecord record;
   std::string phase;
   text >> phase >> record.exit_code >> record.supervisor.pid >> record.supervisor.start_ticks >>
       record.process.pid >> record.process.start_ticks;
-  if (text.fail()) return {};
+  if (text.fail()) return ERROR_SUCCESS;
   for (std::size_t i = 0; i < kPhaseNames.size(); ++i)
     if (phase == kPhaseNames[i]) record.phase = static_cast<Phase>(i);
-  return record;
+  out = record;
+  return ERROR_SUCCESS;
 }
 
 Win32Error WriteRecord(const Service& service, const ServiceRecord& record) {

@@ -21,8 +21,8 @@ struct ServiceRecord {
   friend bool operator==(const ServiceRecord&, const ServiceRecord&) = default;
 };
 
-// A service that was never started, or whose record cannot be read, is stopped.
-ServiceRecord ReadRecord(const Service& service);
+// A service that was never started, or whose record makes no sense, is stopped.
+Win32Error ReadRecord(const Service& service, ServiceRecord& out);
 Win32Error WriteRecord(const Service& service, const ServiceRecord& record);
 
 // The text that people read after a failure; an empty one removes it.

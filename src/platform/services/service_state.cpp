@@ -74,15 +74,17 @@ ServiceState Observe(const Service& service, const ServiceRecord& record) {
 
 }  // namespace
 
-ServiceState ObserveService(const Service& service) {
+Win32Error ObserveService(const Service& service, ServiceState& out) {
   // Processes change while they are looked at; what was seen counts when the record stayed the
   // same.
-  for (ServiceRecord record = ReadRecord(service);;) {
-    const ServiceState state = Observe(service, record);
-    const ServiceRecord again = ReadRecord(service);
-    if (again == record) return state;
-    record = again;
+  ServiceRecord record;
+  Win32Error error = ReadRecord(service, record);
+  while (error == ERROR_SUCCESS) {
+    out = Observe(service, record);
+    error = ReadRecord(service, record);
+    if (record == out.record) break;
   }
+  return error;
 }
 
 bool HasReported(const Service& service, const ProcessIdentity& process) {

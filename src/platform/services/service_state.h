@@ -13,7 +13,8 @@ struct ServiceState {
   ProcessIdentity process;
 };
 
-ServiceState ObserveService(const Service& service);
+// Fails when the record cannot be read.
+Win32Error ObserveService(const Service& service, ServiceState& out);
 
 // Whether the process has said, by its pid file, that it accepts requests, and takes signals too.
 bool HasReported(const Service& service, const ProcessIdentity& process);

@@ -145,7 +145,8 @@ void Supervisor::OnEnd(int exit_status) {
   EndSession(record_.supervisor.pid, service_.mark);
   NoteReadiness();
   // A stop may have been recorded whose signal is still on its way.
-  const ServiceRecord stored = ReadRecord(service_);
+  ServiceRecord stored;
+  ReadRecord(service_, stored);  // One that cannot be read holds no request.
   if (stored.supervisor == record_.supervisor && stored.phase == Phase::kStopping)
     record_.phase = Phase::kStopping;
   if (record_.phase == Phase::kRestarting) {
@@ -176,7 +177,8 @@ Win32Error Supervisor::ExitCode(int exit_status) const {
 void Supervisor::Record(Phase phase, Win32Error exit_code) {
   const FileLock lock(PathFromNative(service_.File(".lock")));
   // What was asked for while the program came up stays asked for; its signal is on its way.
-  const ServiceRecord stored = ReadRecord(service_);
+  ServiceRecord stored;
+  ReadRecord(service_, stored);  // One that cannot be read holds no request.
   const bool stop = stored.phase == Phase::kStopping && phase != Phase::kStopped;
   const bool restart = stored.phase == Phase::kRestarting && phase == Phase::kRunning;
   if ((stop || restart) && stored.supervisor == record_.supervisor) phase = stored.phase;
