@@ -50,13 +50,22 @@ void Fill(std::string& text, const std::string& placeholder, const std::string& 
   throw SimpleException(u"Cannot make '%s': %s", Utf16(path), Utf16(error.message()));
 }
 
+// What is new gets its name when it is as it has to be: who makes it may be killed at any time.
+void Publish(const std::string& temporary, const std::string& path, fs::perms mode) {
+  std::error_code error;
+  fs::permissions(temporary, mode, error);
+  if (!error && temporary != path) fs::rename(temporary, path, error);
+  if (error) Fail(path, error);
+}
+
 // False when the folder existed already, with whatever mode.
 bool MakeFolder(const std::string& path, fs::perms mode) {
   std::error_code error;
   if (fs::is_directory(path, error)) return false;
-  fs::create_directory(path, error);
-  if (!error) fs::permissions(path, mode, error);
+  const std::string temporary = path + ".tmp";
+  fs::create_directory(temporary, error);
   if (error) Fail(path, error);
+  Publish(temporary, path, mode);
   return true;
 }
 
@@ -78,10 +87,12 @@ bool MakeLink(const std::string& path, const std::string& target) {
 bool MakeFile(const std::string& path, const std::string& content, fs::perms mode) {
   std::error_code error;
   const std::u16string name = Utf16(path);
-  if (fs::exists(path, error) && util::ReadWholeFile(name) == content) return false;
-  util::WriteFileAtomically(name, content, util::NewFile::kPrivate);
-  fs::permissions(path, mode, error);
+  const bool exists = fs::exists(path, error);
   if (error) Fail(path, error);
+  if (exists && util::ReadWholeFile(name) == content) return false;
+  const std::string temporary = exists ? path : path + ".new";
+  util::WriteFileAtomically(Utf16(temporary), content, util::NewFile::kPrivate);
+  Publish(temporary, path, mode);
   return true;
 }
 

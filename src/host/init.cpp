@@ -74,9 +74,12 @@ class Initialization {
   Outcome outcome_;
 };
 
+// What cannot be looked at must not be taken for missing, and made anew.
 bool Exists(const std::string& path) {
-  std::error_code ignored;
-  return fs::exists(path, ignored);
+  std::error_code error;
+  const bool exists = fs::exists(path, error);
+  if (error) throw SimpleException(u"Cannot look at '%s': %s", Utf16(path), Utf16(error.message()));
+  return exists;
 }
 
 // A folder without a registry that holds more than a run of init which was killed early left there.
@@ -293,10 +296,13 @@ void Initialization::GeneratePages() {
     Did("made the location that masters are replicated from");
   const std::array<std::string, 2> pages{server_ + "/WebUI/index.html",
                                          server_ + "/htdocs/index.html"};
-  if (std::all_of(pages.begin(), pages.end(), Exists)) return;
+  if (was_complete_ && std::all_of(pages.begin(), pages.end(), Exists)) return;
   apache::RegenerateStartPages(store);
   // The web server's workers read them; a page that is replaced keeps its mode.
-  for (const std::string& page : pages) fs::permissions(page, static_cast<fs::perms>(0644));
+  std::error_code error;
+  for (const std::string& page : pages)
+    if (fs::permissions(page, static_cast<fs::perms>(0644), error); error)
+      throw SimpleException(u"Cannot make '%s': %s", Utf16(page), Utf16(error.message()));
 }
 
 // Root may go anywhere, the web server's workers may not.
