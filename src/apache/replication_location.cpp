@@ -15,7 +15,9 @@ bool IsMaster(const std::string& folder, const svn::Pool& scratch) {
     const auto role = svn::ReadReplicaRole(folder, scratch);
     return role && role->master;
   } catch (const SvnException&) {
-    return false;  // Nobody can replicate from a repository that does not say what it is.
+    // It may be one, and what the location alone lets somebody do is nothing: who asks for this
+    // repository is refused as long as it does not say what it is.
+    return true;
   }
 }
 

@@ -76,7 +76,7 @@ constexpr Row kTexts[] = {
     {Win32(ERROR_WRITE_PROTECT), u"The medium is write protected."},
     {Win32(ERROR_WRITE_FAULT), u"The system cannot write to the specified device."},
     {Win32(ERROR_READ_FAULT), u"The system cannot read from the specified device."},
-    {Win32(ERROR_GEN_FAILURE), u"The operating system reported an error of no particular kind."},
+    {Win32(ERROR_GEN_FAILURE), u"A device failed, or the system refused for a reason of its own."},
     {Win32(ERROR_SHARING_VIOLATION), u"The file is in use by another program."},
     {Win32(ERROR_HANDLE_EOF), u"The end of the file was reached too early."},
     {Win32(ERROR_NOT_SUPPORTED), u"The request is not supported."},

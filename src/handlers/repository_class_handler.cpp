@@ -76,7 +76,7 @@ void RepositoryClassHandler::Rename(MethodCall& call) {
 }
 
 void RepositoryClassHandler::Delete(MethodCall& call) {
-  repos::DeleteRepository(context(), call.in(kName));
+  repos::DeleteRepository(context(), call.in(kName), call.warn());
 }
 
 const MethodTable<RepositoryClassHandler>& RepositoryClassHandler::Methods() {

@@ -32,7 +32,7 @@ void RepositoryClassHandler::ImportRepository(MethodCall& call) {
   const std::uint32_t mode = call.in(kImportMode);
   if (mode == kCopy) {
     CImportRepositoryNotifyAdapter notify(call.sink(), path, name);
-    repos::ImportRepository(context(), name, path, &notify, &call.cancel());
+    repos::ImportRepository(context(), name, path, &notify, &call.cancel(), call.warn());
   } else if (mode == kLoad) {
     CImportDumpFileNotifyAdapter notify(call.sink(), path, name);
     repos::ImportDumpFile(context(), name, path, &notify, &call.cancel());

@@ -46,12 +46,12 @@ void RepositoryClassHandler::TestOrmuConnection(MethodCall& call) {
 }
 
 void RepositoryClassHandler::ConvertToOrmu(MethodCall& call) {
-  const auto result = repos::ConvertToOrmu(context(), Repository(call, context()));
+  const auto result = repos::ConvertToOrmu(context(), Repository(call, context()), call.warn());
   call.out().Set(kReturnValue, static_cast<std::uint32_t>(result));
 }
 
 void RepositoryClassHandler::ConvertToFsfs(MethodCall& call) {
-  const auto result = repos::ConvertToFsfs(context(), Repository(call, context()));
+  const auto result = repos::ConvertToFsfs(context(), Repository(call, context()), call.warn());
   call.out().Set(kReturnValue, static_cast<std::uint32_t>(result));
 }
 

@@ -11,8 +11,11 @@
 #include "ormu/make_whole.h"
 #include "ormu/slave_guard.h"
 #include "ormu/slave_roles.h"
+#include "platform/files/files.h"
 #include "platform/ormu/ormu.h"
 #include "platform/security/inherited_access.h"
+#include "svn/error.h"
+#include "svn/hidden_name.h"
 #include "svn/remove_tree.h"
 #include "svn/replica_role.h"
 #include "svn/text.h"
@@ -70,6 +73,24 @@ void RequireMaster(const std::string& folder, const svn::Pool& scratch) {
                     Format(u"'%s' is not a master", svn::PathFromDirent(folder)));
 }
 
+// Held by who makes the folder.
+class UnfinishedLock {
+ public:
+  explicit UnfinishedLock(const std::string& folder)
+      : path_(svn::PathFromDirent(svn::HiddenBeside(folder, "lock"))),
+        lock_(path_, platform::IfLocked::kGiveUp) {
+    if (lock_.Error() != ERROR_SUCCESS)
+      svn::ThrowSystemError(lock_.Error(), Format(u"Can't make '%s'", svn::PathFromDirent(folder)));
+  }
+  ~UnfinishedLock() { platform::DeleteFile(path_); }
+  UnfinishedLock(const UnfinishedLock&) = delete;
+  UnfinishedLock& operator=(const UnfinishedLock&) = delete;
+
+ private:
+  const std::u16string path_;
+  const platform::FileLock lock_;
+};
+
 }  // namespace
 
 // Made under another name, so that a killed one is not taken for a seed.
@@ -79,8 +100,10 @@ void SpawnSlave(const std::string& destination, const std::string& master_uri,
   const Address address = ParseAddress(master_uri, pool);
   RequireMaster(master, pool);
   RequireNothingAt(destination, pool);
-  const std::string part = destination + ".unfinished-" + svn_uuid_generate(pool);
+  const UnfinishedLock lock(destination);
+  const std::string part = svn::HiddenBeside(destination, "partial");
   MakeWhole(part, pool, [&] {
+    svn::RemoveTree(part, pool);  // Of one that was killed.
     Copy(master, part, cancel, pool);
     // The master decides about access and locks; who may replicate is said anew after a promotion.
     for (const std::string_view name : {server_files::kWindowsRules, server_files::kDelegation,

@@ -17,6 +17,7 @@
 #include "repos/repository_store.h"
 #include "repos/verify.h"
 #include "svn/error.h"
+#include "svn/hidden_name.h"
 #include "svn/remove_tree.h"
 #include "svn/repository.h"
 #include "svn/text.h"
@@ -65,12 +66,6 @@ void CopyAndVerify(const ServerContext& context, const std::u16string& source,
   }
 }
 
-// A hidden name of our own, so that nobody's folder is taken for ours.
-std::string Beside(const std::string& path, const char* what) {
-  const std::size_t name = path.rfind('/') + 1;
-  return path.substr(0, name) + "." + path.substr(name) + ".kelvarion-" + what;
-}
-
 // A copy in the repositories folder would be served, and one in itself would never end.
 void RefuseInside(const ServerContext& context, const std::u16string& path) {
   const auto native = [](const std::u16string& each) {
@@ -89,8 +84,8 @@ class NewBackup {
   NewBackup(const std::u16string& path, const svn::Pool& parent)
       : pool_(parent),
         path_(svn::DirentFromPath(path)),
-        partial_(Beside(path_, "partial")),
-        lock_path_(svn::PathFromDirent(Beside(path_, "lock"))),
+        partial_(svn::HiddenBeside(path_, "partial")),
+        lock_path_(svn::PathFromDirent(svn::HiddenBeside(path_, "lock"))),
         lock_(lock_path_, platform::IfLocked::kGiveUp) {
     if (lock_.Error() == ERROR_SHARING_VIOLATION)
       throw SimpleException(u"Another backup to '%s' is running.", path);
@@ -154,14 +149,14 @@ void BackupRepository(const ServerContext& context, const std::u16string& name,
 
 void RestoreRepository(const ServerContext& context, const std::u16string& path,
                        const std::u16string& name, const BackupNotify& notify,
-                       const IcCancelCallback* cancel) {
+                       const IcCancelCallback* cancel, const services::Warn& warn) {
   const RepositoryType type = GetRepositoryType(context, path);
   NewRepository repository(context, name, Prepared::kRefuse);
   LongOperation operation(cancel, kRestoreCancelled);
   CopyAndVerify(context, path, repository.folder(), notify, operation, cancel);
   repository.WriteMissingRules();
   repository.Publish();
-  if (type == RepositoryType::OrmuMaster) UpdateReplicationLocation(context);
+  if (type == RepositoryType::OrmuMaster) UpdateReplicationLocation(context, warn);
 }
 
 }  // namespace kelvarion::repos

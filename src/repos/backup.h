@@ -9,6 +9,7 @@
 #include "context/cancel_callback.h"
 #include "context/server_context.h"
 #include "repos/notify.h"
+#include "services/explained_request.h"
 
 namespace kelvarion::repos {
 
@@ -34,6 +35,6 @@ void BackupRepository(const ServerContext& context, const std::u16string& name,
 // SimpleException when the copy is damaged, otherwise as NewRepository throws.
 void RestoreRepository(const ServerContext& context, const std::u16string& path,
                        const std::u16string& name, const BackupNotify& notify,
-                       const IcCancelCallback* cancel);
+                       const IcCancelCallback* cancel, const services::Warn& warn = nullptr);
 
 }  // namespace kelvarion::repos

@@ -11,7 +11,8 @@
 
 namespace kelvarion::repos {
 
-void DeleteRepository(const ServerContext& context, const std::u16string& name) {
+void DeleteRepository(const ServerContext& context, const std::u16string& name,
+                      const services::Warn& warn) {
   const std::u16string resolved = RequireRepository(context, name);
   const ReplicationRole role = RoleOf(context, resolved);
   if (role == ReplicationRole::kSlave) return DeleteSlave(context, resolved);
@@ -24,7 +25,7 @@ void DeleteRepository(const ServerContext& context, const std::u16string& name) 
     const std::string path = svn::DirentFromPath(GetRepositoryPath(context, found));
     svn::Check(svn_io_file_rename2(path.c_str(), work.repository().c_str(), FALSE, pool));
   }
-  if (role == ReplicationRole::kMaster) UpdateReplicationLocation(context);
+  if (role == ReplicationRole::kMaster) UpdateReplicationLocation(context, warn);
   work.RemoveRepository();
 }
 

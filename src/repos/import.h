@@ -12,13 +12,14 @@
 #include "context/cancel_callback.h"
 #include "context/server_context.h"
 #include "repos/notify.h"
+#include "services/explained_request.h"
 
 namespace kelvarion::repos {
 
 // Copies the repository at any path with its hooks, rules, settings and UUID.
 void ImportRepository(const ServerContext& context, const std::u16string& name,
                       const std::u16string& source, IcImportRepositoryNotify* notify,
-                      const IcCancelCallback* cancel);
+                      const IcCancelCallback* cancel, const services::Warn& warn = nullptr);
 
 // Loads a dump file, plain or compressed by gzip, reading it as a stream. The repository takes the
 // dump's UUID. SVN_ERR_STREAM_UNEXPECTED_EOF for compressed data that end early.

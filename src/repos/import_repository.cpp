@@ -21,7 +21,7 @@ svn::StoreInfo InfoOf(const ServerContext& context, const std::u16string& source
 
 void ImportRepository(const ServerContext& context, const std::u16string& name,
                       const std::u16string& source, IcImportRepositoryNotify* notify,
-                      const IcCancelCallback* cancel) {
+                      const IcCancelCallback* cancel, const services::Warn& warn) {
   const svn::StoreInfo info = InfoOf(context, source);
   const RepositoryType type = svn::TypeOf(info);
   const bool slave = type == RepositoryType::OrmuSlave;
@@ -32,7 +32,7 @@ void ImportRepository(const ServerContext& context, const std::u16string& name,
   repository.WriteMissingRules(slave ? Rules::kSubversionOnly : Rules::kBoth);
   operation.Check();
   repository.Publish();
-  if (type == RepositoryType::OrmuMaster) UpdateReplicationLocation(context);
+  if (type == RepositoryType::OrmuMaster) UpdateReplicationLocation(context, warn);
   if (!slave) return;
   try {
     AttachSlave(context, name);

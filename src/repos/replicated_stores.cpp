@@ -50,7 +50,7 @@ bool ServicesAreStopped(const ServerContext& context) {
 using Conversion = svn_error_t* (*)(const char* path, apr_pool_t* pool);
 
 ConversionResult Convert(const ServerContext& context, const std::u16string& name,
-                         Conversion convert) {
+                         Conversion convert, const services::Warn& warn) {
   const std::u16string path = GetRepositoryPath(context, name);
   if (!(util::GetVolumeInfo(path).flags & platform::FILE_SUPPORTS_TRANSACTIONS))
     return ConversionResult::kVolumeWithoutTransactions;
@@ -58,7 +58,7 @@ ConversionResult Convert(const ServerContext& context, const std::u16string& nam
   const svn::Pool pool(context.root_pool());
   const auto rules = LockRules(context, name);
   svn::Check(convert(svn::DirentFromPath(path).c_str(), pool));
-  UpdateReplicationLocation(context);
+  UpdateReplicationLocation(context, warn);
   return ConversionResult::kConverted;
 }
 
@@ -118,12 +118,14 @@ void ExportReplicationSeed(const ServerContext& context, const std::u16string& n
                        LongOperation::AskCancelled, &operation, pool));
 }
 
-ConversionResult ConvertToOrmu(const ServerContext& context, const std::u16string& name) {
-  return Convert(context, name, ormu_convert_to_ormu);
+ConversionResult ConvertToOrmu(const ServerContext& context, const std::u16string& name,
+                               const services::Warn& warn) {
+  return Convert(context, name, ormu_convert_to_ormu, warn);
 }
 
-ConversionResult ConvertToFsfs(const ServerContext& context, const std::u16string& name) {
-  return Convert(context, name, ormu_convert_to_fsfs);
+ConversionResult ConvertToFsfs(const ServerContext& context, const std::u16string& name,
+                               const services::Warn& warn) {
+  return Convert(context, name, ormu_convert_to_fsfs, warn);
 }
 
 }  // namespace kelvarion::repos

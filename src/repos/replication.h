@@ -71,8 +71,10 @@ enum class ConversionResult : std::uint32_t {
   kVolumeWithoutTransactions = 2,
 };
 // In place: the volume must support transactions, and both services must be stopped.
-ConversionResult ConvertToOrmu(const ServerContext& context, const std::u16string& name);
-ConversionResult ConvertToFsfs(const ServerContext& context, const std::u16string& name);
+ConversionResult ConvertToOrmu(const ServerContext& context, const std::u16string& name,
+                               const services::Warn& warn = nullptr);
+ConversionResult ConvertToFsfs(const ServerContext& context, const std::u16string& name,
+                               const services::Warn& warn = nullptr);
 
 enum class ReplicationRole { kNone, kMaster, kSlave };
 // None for a repository that does not open or does not say what it is.

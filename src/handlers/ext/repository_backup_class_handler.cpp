@@ -60,7 +60,8 @@ void RepositoryBackupClassHandler::Restore(MethodCall& call) {
   const std::u16string activity = Format(u"Restore of %s", name);
   CopyProgress copying(call.sink(), activity);
   ReadProgress reading(call.sink(), activity);
-  repos::RestoreRepository(context(), call.in(kPath), name, {&copying, &reading}, &call.cancel());
+  repos::RestoreRepository(context(), call.in(kPath), name, {&copying, &reading}, &call.cancel(),
+                           call.warn());
 }
 
 const MethodTable<RepositoryBackupClassHandler>& RepositoryBackupClassHandler::Methods() {

@@ -133,7 +133,7 @@ void PS_RepositoryClassHandler::Create(MethodCall& call) {
 }
 
 void PS_RepositoryClassHandler::Remove(MethodCall& call) {
-  repos::DeleteRepository(context(), call.key(kName));
+  repos::DeleteRepository(context(), call.key(kName), call.warn());
 }
 
 void PS_RepositoryClassHandler::Rename(MethodCall& call) {
@@ -171,7 +171,7 @@ void PS_RepositoryClassHandler::Import(MethodCall& call) {
       call.optional_in(kDestinationName).value_or(folder ? last : util::WithoutExtension(last));
   if (folder) {
     CImportRepositoryNotifyAdapter notify(call.sink(), path, name);
-    repos::ImportRepository(context(), name, path, &notify, &call.cancel());
+    repos::ImportRepository(context(), name, path, &notify, &call.cancel(), call.warn());
   } else {
     CImportDumpFileNotifyAdapter notify(call.sink(), path, name);
     repos::ImportDumpFile(context(), name, path, &notify, &call.cancel());

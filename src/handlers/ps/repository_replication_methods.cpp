@@ -77,8 +77,8 @@ void PS_RepositoryClassHandler::Convert(MethodCall& call) {
   if (target > static_cast<std::uint32_t>(RepositoryType::OrmuSlave))
     throw WMIException(WBEM_E_INVALID_METHOD_PARAMETERS);
   const bool to_fsfs = target == static_cast<std::uint32_t>(RepositoryType::Fsfs);
-  RequireConverted(to_fsfs ? repos::ConvertToFsfs(context(), name)
-                           : repos::ConvertToOrmu(context(), name));
+  RequireConverted(to_fsfs ? repos::ConvertToFsfs(context(), name, call.warn())
+                           : repos::ConvertToOrmu(context(), name, call.warn()));
   OutputIfPassThru(call, name);
 }
 
