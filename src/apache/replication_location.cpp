@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cerrno>
 
 #include "apache/sections.h"
 #include "errors/exception.h"
@@ -10,14 +11,18 @@
 namespace kelvarion::apache {
 namespace {
 
+// A device that fails is nothing to go by: who asks hears of it, and the masters stay served.
+bool IsFailureOfDevice(const SvnException& exception) {
+  return exception.code() == EIO || exception.code() == EMFILE || exception.code() == ENFILE;
+}
+
 bool IsMaster(const std::string& folder, const svn::Pool& scratch) {
   try {
     const auto role = svn::ReadReplicaRole(folder, scratch);
     return role && role->master;
-  } catch (const SvnException&) {
-    // It may be one, and what the location alone lets somebody do is nothing: who asks for this
-    // repository is refused as long as it does not say what it is.
-    return true;
+  } catch (const SvnException& exception) {
+    if (IsFailureOfDevice(exception)) throw;
+    return false;  // Nobody can replicate from a repository that does not say what it is.
   }
 }
 

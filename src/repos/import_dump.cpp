@@ -18,6 +18,7 @@
 #include "svn/gzip_read_stream.h"
 #include "svn/memory_transactions.h"
 #include "svn/progress_stream.h"
+#include "svn/remove_tree.h"
 #include "svn/repository.h"
 #include "svn/text.h"
 #include "util/paths.h"
@@ -118,7 +119,9 @@ svn::DumpReader ReaderInto(svn_repos_t* repository, Load* load, const svn::Pool&
 void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileNotify* notify,
               LongOperation& operation) {
   const svn::Pool& pool = repository.pool();
+  bool warned = false;
   const auto warn = [&](const std::u16string& text) {
+    warned = true;
     if (notify) operation.Notify([&] { notify->Warning(text); });
   };
   const std::u16string folder = svn::PathFromDirent(repository.folder());
@@ -131,6 +134,8 @@ void LoadInto(NewRepository& repository, const DumpFile& dump, IcImportDumpFileN
                                                    reader.calls, reader.baton, FALSE,
                                                    LongOperation::AskCancelled, &operation, pool));
   transactions.Finish();
+  // The libraries load without their cache of texts when that fails them, and never mend it.
+  if (warned) svn::RemoveTree(svn::JoinDirent(repository.folder(), "db/rep-cache.db"), pool);
   if (const Win32Error error = platform::FlushVolume(folder)) {
     throw Win32Exception(error, u"Cannot write '%s' to the disk", folder);
   }

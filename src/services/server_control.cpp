@@ -58,6 +58,14 @@ void Settle(const ServiceManager& manager, const IcCancelCallback& cancel) {
   }
 }
 
+// Who was to see to it may have been killed; as long as he lives, this is refused.
+void StopAgain(ServiceManager& manager) {
+  try {
+    StopServer(manager);
+  } catch (const Win32Exception&) {
+  }
+}
+
 }  // namespace
 
 bool StartServerAndWait(ServiceManager& manager, const IcCancelCallback& cancel) {
@@ -73,7 +81,9 @@ bool StartServerAndWait(ServiceManager& manager, const IcCancelCallback& cancel)
 bool StopServerAndWait(ServiceManager& manager, const IcCancelCallback& cancel) {
   const std::uint32_t state = StateOf(manager);
   if (state == platform::SERVICE_STOPPED) return false;
-  if (state != platform::SERVICE_STOP_PENDING)
+  if (state == platform::SERVICE_STOP_PENDING)
+    StopAgain(manager);
+  else
     Request(manager, StopServer, u"The web server cannot be stopped");
   const bool stopped = Wait(cancel, [&] { return StateOf(manager) == platform::SERVICE_STOPPED; });
   if (!stopped) {
