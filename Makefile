@@ -2,6 +2,7 @@
 
 BUILD := build
 JOBS ?= $(shell nproc)
+EVERY ?= 1
 
 # Whoever only builds and runs is spared the packages of the tests.
 PURPOSE := run
@@ -40,9 +41,9 @@ bench: installed ## Measure against the usual tools (BENCH_QUICK=1: small data; 
 	@cmake --build --preset release --parallel $(JOBS) --target kelvarion-bench
 	@$(BUILD)/release/bin/kelvarion-bench $(if $(PAGE),--page $(PAGE)) $(BENCH)
 
-faults: installed $(BUILD)/build.ninja ## Fail and kill every change at each of its calls; replicate while everything breaks
-	@cmake --build $(BUILD) --parallel $(JOBS) --target flow_tests
-	@KELVARION_EVERY_CALL=1 $(BUILD)/bin/flow_tests --gtest_filter='*FailingCalls*' --gtest_brief=1
+faults: installed $(BUILD)/build.ninja ## Fail and kill every change at its calls (EVERY=10: every tenth); replicate while everything breaks
+	@cmake --build $(BUILD) --parallel $(JOBS) --target fault_tests flow_tests
+	@KELVARION_EVERY_CALL=$(EVERY) $(BUILD)/bin/fault_tests --gtest_brief=1
 	@KELVARION_FAULT_SECONDS=120 $(BUILD)/bin/flow_tests --gtest_filter='ReplicationFaultTest.*'
 
 fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 for each)
