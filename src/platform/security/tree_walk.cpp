@@ -52,7 +52,6 @@ Win32Error WalkOwnTree(const std::string& folder,
   if (!open_folders.back()) return FromErrno(errno);
   while (!open_folders.empty()) {
     const int current = dirfd(open_folders.back().get());
-    errno = 0;
     const dirent* const entry = NextEntry(open_folders.back());
     if (!entry) {
       // A folder that is removed while it is read ends so on some file systems.
