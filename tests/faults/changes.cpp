@@ -278,7 +278,8 @@ std::vector<Change> OfContents() {
       {.name = "Restoration",
        .command =
            Call("Kelvarion_RepositoryBackup", "Restore", {"Name=new", "Path={folder}/backup"}),
-       .before = {{"repository", "backup", "demo", "{folder}/backup"}},
+       .before = {Call("Kelvarion_RepositoryBackup", "Create",
+                       {"Name=demo", "Path={folder}/backup"})},
        .undo = {Remove("new")},
        .contents = true},
       {.name = "Seed",

@@ -32,7 +32,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kStopped = 1, kRunning = 4;
-constexpr long kHits = 2;
+constexpr long kFailures = 2, kKills = 1;  // Of each change.
 
 // The file that the programs to be hit map.
 class Control {
@@ -91,7 +91,7 @@ class FailingCallsTest : public ::testing::TestWithParam<Change> {
   // Runs the change from its beginning; the program to be hit counts its calls.
   ProcessResult RunHit(const Words& words, const std::string& program, bool kill, long at);
   long CountCalls(const Words& words, const std::string& program, bool kill);
-  std::vector<long> Places(long first, long last);
+  std::vector<long> Places(long first, long last, long most);
   void Judge(const ProcessResult& result, bool kill);
   void MakeAgain(bool is_done);
   State Take() const;
@@ -222,10 +222,10 @@ long FailingCallsTest::CountCalls(const Words& words, const std::string& program
 }
 
 // Every so many of them, but others each time.
-std::vector<long> FailingCallsTest::Places(long first, long last) {
+std::vector<long> FailingCallsTest::Places(long first, long last, long most) {
   const char* const every = std::getenv("KELVARION_EVERY_CALL");
   const long all = last - first + 1;
-  const long count = every ? all / std::max(1L, std::atol(every)) : std::min(kHits, all);
+  const long count = every ? all / std::max(1L, std::atol(every)) : std::min(most, all);
   std::vector<long> places;
   for (long i = 0; i < count; ++i) {
     const auto border = [&](long part) { return first + part * all / count; };
@@ -237,7 +237,7 @@ std::vector<long> FailingCallsTest::Places(long first, long last) {
 // More than a status: what it was that failed, and mostly why.
 bool SaysWhatFailed(const Reply& reply) {
   const bool in_reply = reply.document.is_object() && reply.document["error"].is_object();
-  const std::string words = in_reply ? reply.message() : reply.process.err;
+  const std::string words = in_reply ? reply.message() : reply.process.all();
   return std::ranges::count(words, ' ') >= 2 && words.find("nknown") == words.npos;
 }
 
@@ -248,7 +248,7 @@ void FailingCallsTest::HitEverywhere(const std::string& program, bool kill) {
   const long beginning = skips ? CountCalls({"get", "Kelvarion_VersionInfo=@"}, program, kill) : 0;
   const long calls = CountCalls(command, program, kill);
   int hits = 0;
-  for (const long at : Places(beginning + 1, calls)) {
+  for (const long at : Places(beginning + 1, calls, kill ? kKills : kFailures)) {
     const ProcessResult result = RunHit(command, program, kill, at);
     if (!*control_->report) continue;
     SCOPED_TRACE(program + " at call " + std::to_string(at) + ": " + control_->report + ", error " +
