@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <deque>
 #include <set>
 
 #include "platform/files/files.h"
@@ -169,7 +170,8 @@ Win32Error GroupStore::SetMembers(const std::string& group, const std::vector<st
 Win32Error GroupStore::GroupsHolding(const std::vector<std::string>& sids,
                                      std::vector<Sid>& groups) const {
   const std::lock_guard lock(mutex_);
-  std::vector<std::string> holders = sids;  // Grows by the groups found: they may be members, too.
+  // Grows by the groups found, which may be members, too, while the query reads one that is in it.
+  std::deque<std::string> holders(sids.begin(), sids.end());
   for (std::size_t i = 0; i < holders.size(); ++i) {
     Statement query(database_.get(), "SELECT id FROM members WHERE sid = ? ORDER BY id");
     query.Bind(1, holders[i]);
