@@ -66,15 +66,18 @@ void RegistryValues::OpenForWriting() const {
   if (const Win32Error error = registry_.OpenKey(key_)) ThrowCannotOpen(error);
 }
 
+// Nearly always the value is there, and then so is its key.
+Win32Error RegistryValues::Query(const std::u16string& name, RegistryValue& out) const {
+  const Win32Error error = registry_.Query(key_, name, out);
+  return error == ERROR_SUCCESS || KeyExists() ? error : ERROR_PATH_NOT_FOUND;
+}
+
 std::u16string RegistryValues::ReadString(
     const std::u16string& name, const std::optional<std::u16string>& default_value) const {
-  if (!KeyExists()) {
-    if (default_value) return *default_value;
-    ThrowCannotOpen(ERROR_FILE_NOT_FOUND);
-  }
   RegistryValue value;
-  const Win32Error error = registry_.Query(key_, name, value);
+  const Win32Error error = Query(name, value);
   if (IsMissing(error) && default_value) return *default_value;
+  if (error == ERROR_PATH_NOT_FOUND) ThrowCannotOpen(ERROR_FILE_NOT_FOUND);
   if (error != ERROR_SUCCESS) CannotRead(error, name);
   if (value.type != RegistryType::kString && value.type != RegistryType::kExpandString)
     CannotRead(ERROR_INVALID_DATA, name);
@@ -84,9 +87,8 @@ std::u16string RegistryValues::ReadString(
 
 std::uint32_t RegistryValues::ReadDword(const std::u16string& name,
                                         std::uint32_t default_value) const {
-  if (!KeyExists()) return default_value;
   RegistryValue value;
-  const Win32Error error = registry_.Query(key_, name, value);
+  const Win32Error error = Query(name, value);
   if (IsMissing(error)) return default_value;
   if (error != ERROR_SUCCESS) CannotRead(error, name);
   if (value.type != RegistryType::kDword || value.data.size() != sizeof(std::uint32_t))
@@ -98,9 +100,8 @@ std::uint32_t RegistryValues::ReadDword(const std::u16string& name,
 
 std::vector<std::u16string> RegistryValues::ReadMultiString(const std::u16string& name) const {
   std::vector<std::u16string> list;
-  if (!KeyExists()) return list;
   RegistryValue value;
-  const Win32Error error = registry_.Query(key_, name, value);
+  const Win32Error error = Query(name, value);
   if (IsMissing(error)) return list;
   if (error != ERROR_SUCCESS) throw Win32Exception(error, u"Cannot query the '%s' value", name);
   if (value.type != RegistryType::kMultiString)
@@ -139,7 +140,7 @@ void RegistryValues::SetRaw(const std::u16string& name, const RegistryValue& val
 
 void RegistryValues::Save(const std::u16string& name, JournalFile& journal) const {
   RegistryValue value;
-  const Win32Error error = KeyExists() ? registry_.Query(key_, name, value) : ERROR_FILE_NOT_FOUND;
+  const Win32Error error = Query(name, value);
   if (error != ERROR_SUCCESS && !IsMissing(error)) CannotRead(error, name);
   journal.WriteInteger(error == ERROR_SUCCESS ? 1 : 0);
   if (error == ERROR_SUCCESS) {

@@ -35,6 +35,9 @@ class RegistryValues {
 
  private:
   bool KeyExists() const;
+  // As the registry's; ERROR_PATH_NOT_FOUND when it is the key that is missing. Throws when the key
+  // cannot be opened.
+  Win32Error Query(const std::u16string& name, platform::RegistryValue& out) const;
   void OpenForWriting() const;
   void SetRaw(const std::u16string& name, const platform::RegistryValue& value);
   [[noreturn]] void ThrowCannotOpen(Win32Error error) const;

@@ -29,19 +29,6 @@ constexpr int kVersion = 1;
 // Long enough for any writer in front to finish, short enough to tell a hanging one.
 constexpr int kBusyMilliseconds = 20'000;
 
-Win32Error OpenConnection(const std::string& file, Database& out) {
-  sqlite3* connection = nullptr;
-  const int result = sqlite3_open_v2(file.c_str(), &connection,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-  Database database(connection);
-  if (result != SQLITE_OK) return FromSqlite(result);
-  sqlite3_busy_timeout(connection, kBusyMilliseconds);
-  const int set = sqlite3_exec(connection, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr);
-  if (set != SQLITE_OK) return FromSqlite(set);
-  out = std::move(database);
-  return ERROR_SUCCESS;
-}
-
 Win32Error MakeTables(const std::string& file) {
   Database database;
   if (const Win32Error error = OpenConnection(file, database)) return error;
@@ -87,6 +74,19 @@ Win32Error CreateDatabase(const std::string& file) {
 }
 
 }  // namespace
+
+Win32Error OpenConnection(const std::string& file, Database& out) {
+  sqlite3* connection = nullptr;
+  const int result = sqlite3_open_v2(file.c_str(), &connection,
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+  Database database(connection);
+  if (result != SQLITE_OK) return FromSqlite(result);
+  sqlite3_busy_timeout(connection, kBusyMilliseconds);
+  const int set = sqlite3_exec(connection, "PRAGMA synchronous = FULL", nullptr, nullptr, nullptr);
+  if (set != SQLITE_OK) return FromSqlite(set);
+  out = std::move(database);
+  return ERROR_SUCCESS;
+}
 
 Win32Error OpenDatabase(const std::string& file, Database& out) {
   struct stat status {};

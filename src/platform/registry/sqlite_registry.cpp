@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <mutex>
 
+#include "platform/registry/connections.h"
 #include "platform/registry/database.h"
 #include "platform/registry/registry.h"
 #include "platform/text/compare.h"
@@ -9,7 +9,8 @@
 namespace kelvarion::platform {
 namespace {
 
-using sqlite::Database;
+using registry::Connection;
+using registry::Connections;
 using sqlite::Statement;
 using sqlite::Transaction;
 
@@ -54,10 +55,16 @@ bool IsName(std::u16string_view text) {
   return text.find(u'\0') == std::u16string_view::npos && Utf16ToUtf8(text, ignored);
 }
 
+// Runs a change; ERROR_FILE_NOT_FOUND when there is nothing that it changes.
+Win32Error RunOnSome(const Connection& connection, Statement& statement) {
+  if (const Win32Error error = statement.Run()) return error;
+  return sqlite3_changes(connection.database()) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+}
+
 class SqliteRegistry final : public Registry {
  public:
-  SqliteRegistry(Database database, std::u16string user_sid)
-      : database_(std::move(database)), user_sid_(std::move(user_sid)) {}
+  SqliteRegistry(const std::string& file, sqlite::Database database, std::u16string user_sid)
+      : connections_(file, std::move(database)), user_sid_(std::move(user_sid)) {}
 
   Win32Error OpenKey(const KeyPath& key) const override;
   Win32Error CreateKey(const KeyPath& key) override;
@@ -75,12 +82,11 @@ class SqliteRegistry final : public Registry {
   std::vector<Parts> Resolve(const KeyPath& key) const;
   // The key to write to. ERROR_FILE_NOT_FOUND for a root that has no keys.
   Win32Error ResolveForWriting(const KeyPath& key, Parts& out) const;
-  Win32Error Exists(const Parts& key) const;
+  static Win32Error Exists(sqlite3* database, const Parts& key);
   Win32Error Enumerate(const KeyPath& key, const char* sql, std::vector<std::u16string>& out) const;
 
-  mutable std::mutex mutex_;
-  Database database_;
-  std::u16string user_sid_;
+  const Connections connections_;
+  const std::u16string user_sid_;
 };
 
 std::vector<Parts> SqliteRegistry::Resolve(const KeyPath& key) const {
@@ -105,38 +111,40 @@ Win32Error SqliteRegistry::ResolveForWriting(const KeyPath& key, Parts& out) con
   return ERROR_SUCCESS;
 }
 
-Win32Error SqliteRegistry::Exists(const Parts& key) const {
+Win32Error SqliteRegistry::Exists(sqlite3* database, const Parts& key) {
   const std::u16string path = Folded(key);
-  Statement statement(database_.get(), "SELECT 1 FROM keys WHERE path = ?1");
+  Statement statement(database, "SELECT 1 FROM keys WHERE path = ?1");
   if (statement.Bind(1, path).Step()) return ERROR_SUCCESS;
   return statement.error() ? statement.error() : ERROR_FILE_NOT_FOUND;
 }
 
 Win32Error SqliteRegistry::OpenKey(const KeyPath& key) const {
-  const std::lock_guard lock(mutex_);
-  Win32Error result = ERROR_FILE_NOT_FOUND;
-  for (const Parts& parts : Resolve(key)) {
-    // The roots themselves are always there.
-    result = key.path.empty() ? ERROR_SUCCESS : Exists(parts);
-    if (result != ERROR_FILE_NOT_FOUND) break;
-  }
-  return result;
+  return connections_.Read([&](Connection& connection) {
+    Win32Error result = ERROR_FILE_NOT_FOUND;
+    for (const Parts& parts : Resolve(key)) {
+      // The roots themselves are always there.
+      result = key.path.empty() ? ERROR_SUCCESS : Exists(connection.database(), parts);
+      if (result != ERROR_FILE_NOT_FOUND) break;
+    }
+    return result;
+  });
 }
 
 Win32Error SqliteRegistry::CreateKey(const KeyPath& key) {
   Parts parts;
   if (const Win32Error error = ResolveForWriting(key, parts)) return error;
-  const std::lock_guard lock(mutex_);
-  Transaction transaction(database_.get());
-  if (transaction.error()) return transaction.error();
-  for (std::size_t depth = 1; depth <= parts.size(); ++depth) {
-    const std::u16string path = Folded(parts, depth);
-    const std::u16string parent = Folded(parts, depth - 1);
-    Statement insert(database_.get(), "INSERT OR IGNORE INTO keys VALUES(?1, ?2, ?3)");
-    const Win32Error error = insert.Bind(1, path).Bind(2, parent).Bind(3, parts[depth - 1]).Run();
-    if (error) return error;
-  }
-  return transaction.Commit();
+  return connections_.Write([&](Connection& connection) {
+    Transaction transaction(connection.database());
+    if (transaction.error()) return transaction.error();
+    for (std::size_t depth = 1; depth <= parts.size(); ++depth) {
+      const std::u16string path = Folded(parts, depth);
+      const std::u16string parent = Folded(parts, depth - 1);
+      Statement insert(connection.database(), "INSERT OR IGNORE INTO keys VALUES(?1, ?2, ?3)");
+      const Win32Error error = insert.Bind(1, path).Bind(2, parent).Bind(3, parts[depth - 1]).Run();
+      if (error) return error;
+    }
+    return transaction.Commit();
+  });
 }
 
 Win32Error SqliteRegistry::DeleteTree(const KeyPath& key) {
@@ -147,32 +155,36 @@ Win32Error SqliteRegistry::DeleteTree(const KeyPath& key) {
   // Whatever is below begins with the path and a separator; "]" follows "\" in the order of bytes.
   const std::u16string first = path + u'\\';
   const std::u16string end = path + u']';
-  const std::lock_guard lock(mutex_);
-  Transaction transaction(database_.get());
-  if (transaction.error()) return transaction.error();
-  if (const Win32Error error = Exists(parts)) return error;
-  for (const char* sql : {"DELETE FROM keys WHERE path = ?1 OR (path >= ?2 AND path < ?3)",
-                          "DELETE FROM entries WHERE key = ?1 OR (key >= ?2 AND key < ?3)"}) {
-    Statement statement(database_.get(), sql);
-    if (const Win32Error error = statement.Bind(1, path).Bind(2, first).Bind(3, end).Run())
-      return error;
-  }
-  return transaction.Commit();
+  return connections_.Write([&](Connection& connection) {
+    Transaction transaction(connection.database());
+    if (transaction.error()) return transaction.error();
+    if (const Win32Error error = Exists(connection.database(), parts)) return error;
+    for (const char* sql : {"DELETE FROM keys WHERE path = ?1 OR (path >= ?2 AND path < ?3)",
+                            "DELETE FROM entries WHERE key = ?1 OR (key >= ?2 AND key < ?3)"}) {
+      Statement statement(connection.database(), sql);
+      if (const Win32Error error = statement.Bind(1, path).Bind(2, first).Bind(3, end).Run())
+        return error;
+    }
+    return transaction.Commit();
+  });
 }
 
 Win32Error SqliteRegistry::Enumerate(const KeyPath& key, const char* sql,
                                      std::vector<std::u16string>& out) const {
   out.clear();
   if (const Win32Error error = OpenKey(key)) return error;
-  const std::lock_guard lock(mutex_);
   std::vector<std::u16string> names;
-  for (const Parts& parts : Resolve(key)) {
-    const std::u16string path = Folded(parts);
-    Statement statement(database_.get(), sql);
-    statement.Bind(1, path);
-    while (statement.Step()) names.push_back(statement.Text(0));
-    if (statement.error()) return statement.error();
-  }
+  const Win32Error read = connections_.Read([&](Connection& connection) {
+    for (const Parts& parts : Resolve(key)) {
+      const std::u16string path = Folded(parts);
+      Statement statement(connection.database(), sql);
+      statement.Bind(1, path);
+      while (statement.Step()) names.push_back(statement.Text(0));
+      if (statement.error()) return statement.error();
+    }
+    return Win32Error{ERROR_SUCCESS};
+  });
+  if (read) return read;
   const auto folded = [](const auto& name) { return FoldCase(name); };
   std::ranges::stable_sort(names, {}, folded);
   const auto repeated = [&](const auto& a, const auto& b) { return folded(a) == folded(b); };
@@ -194,18 +206,14 @@ Win32Error SqliteRegistry::EnumerateValues(const KeyPath& key,
 Win32Error SqliteRegistry::Query(const KeyPath& key, const std::u16string& name,
                                  RegistryValue& out) const {
   const std::u16string folded = FoldCase(name);
-  const std::lock_guard lock(mutex_);
-  for (const Parts& parts : Resolve(key)) {
-    const std::u16string path = Folded(parts);
-    Statement statement(database_.get(),
-                        "SELECT type, data FROM entries WHERE key = ?1 AND folded = ?2");
-    if (statement.Bind(1, path).Bind(2, folded).Step()) {
-      out = {static_cast<RegistryType>(statement.Number(0)), statement.Bytes(1)};
-      return ERROR_SUCCESS;
+  return connections_.Read([&](Connection& connection) {
+    Win32Error result = ERROR_FILE_NOT_FOUND;
+    for (const Parts& parts : Resolve(key)) {
+      result = connection.Find(Folded(parts), folded, out);
+      if (result != ERROR_FILE_NOT_FOUND) break;
     }
-    if (statement.error()) return statement.error();
-  }
-  return ERROR_FILE_NOT_FOUND;
+    return result;
+  });
 }
 
 Win32Error SqliteRegistry::Set(const KeyPath& key, const std::u16string& name,
@@ -218,15 +226,15 @@ Win32Error SqliteRegistry::Set(const KeyPath& key, const std::u16string& name,
   }
   const std::u16string path = Folded(parts);
   const std::u16string folded = FoldCase(name);
-  const std::lock_guard lock(mutex_);
-  Statement statement(database_.get(),
-                      "INSERT INTO entries SELECT ?1, ?2, ?3, ?4, ?5"
-                      " WHERE EXISTS(SELECT 1 FROM keys WHERE path = ?1)"
-                      " ON CONFLICT DO UPDATE SET type = excluded.type, data = excluded.data");
-  statement.Bind(1, path).Bind(2, folded).Bind(3, name);
-  statement.Bind(4, static_cast<std::int64_t>(value.type)).Bind(5, value.data);
-  if (const Win32Error error = statement.Run()) return error;
-  return sqlite3_changes(database_.get()) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+  return connections_.Write([&](Connection& connection) {
+    Statement statement(connection.database(),
+                        "INSERT INTO entries SELECT ?1, ?2, ?3, ?4, ?5"
+                        " WHERE EXISTS(SELECT 1 FROM keys WHERE path = ?1)"
+                        " ON CONFLICT DO UPDATE SET type = excluded.type, data = excluded.data");
+    statement.Bind(1, path).Bind(2, folded).Bind(3, name);
+    statement.Bind(4, static_cast<std::int64_t>(value.type)).Bind(5, value.data);
+    return RunOnSome(connection, statement);
+  });
 }
 
 Win32Error SqliteRegistry::DeleteValue(const KeyPath& key, const std::u16string& name) {
@@ -234,10 +242,12 @@ Win32Error SqliteRegistry::DeleteValue(const KeyPath& key, const std::u16string&
   if (const Win32Error error = ResolveForWriting(key, parts)) return error;
   const std::u16string path = Folded(parts);
   const std::u16string folded = FoldCase(name);
-  const std::lock_guard lock(mutex_);
-  Statement statement(database_.get(), "DELETE FROM entries WHERE key = ?1 AND folded = ?2");
-  if (const Win32Error error = statement.Bind(1, path).Bind(2, folded).Run()) return error;
-  return sqlite3_changes(database_.get()) > 0 ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
+  return connections_.Write([&](Connection& connection) {
+    Statement statement(connection.database(),
+                        "DELETE FROM entries WHERE key = ?1 AND folded = ?2");
+    statement.Bind(1, path).Bind(2, folded);
+    return RunOnSome(connection, statement);
+  });
 }
 
 }  // namespace
@@ -245,9 +255,9 @@ Win32Error SqliteRegistry::DeleteValue(const KeyPath& key, const std::u16string&
 Win32Error OpenRegistryFile(const std::string& file, const std::u16string& user_sid,
                             std::unique_ptr<Registry>& out) {
   out.reset();
-  Database database;
+  sqlite::Database database;
   if (const Win32Error error = registry::OpenDatabase(file, database)) return error;
-  out = std::make_unique<SqliteRegistry>(std::move(database), user_sid);
+  out = std::make_unique<SqliteRegistry>(file, std::move(database), user_sid);
   return ERROR_SUCCESS;
 }
 

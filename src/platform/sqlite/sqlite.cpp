@@ -74,6 +74,13 @@ Win32Error Statement::Run() {
   return error();
 }
 
+void Statement::Reset() {
+  if (!statement_) return;  // It never was one.
+  sqlite3_reset(statement_);
+  sqlite3_clear_bindings(statement_);
+  result_ = SQLITE_OK;
+}
+
 std::u16string Statement::Text(int column) const {
   const auto* text = static_cast<const char16_t*>(sqlite3_column_text16(statement_, column));
   return text ? std::u16string(

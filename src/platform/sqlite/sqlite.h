@@ -39,6 +39,8 @@ class Statement {
   bool Step();
   // Runs to the end and returns error().
   Win32Error Run();
+  // Ends what is under way; it can be run again, with other values.
+  void Reset();
   Win32Error error() const { return FromSqlite(result_); }
 
   std::u16string Text(int column) const;
