@@ -19,6 +19,9 @@ class RepositoryClassHandler final : public MethodsClassHandler<RepositoryClassH
 
   HRESULT GetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   HRESULT EnumerateInstances(CallContext* context, ResponseSink& sink) override;
+  HRESULT ExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
+                     const WMIObject& in_params, ResponseSink& sink,
+                     const IcCancelCallback* cancel) override;
   static const MethodTable<RepositoryClassHandler>& Methods();
 
  private:

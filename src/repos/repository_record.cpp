@@ -87,12 +87,18 @@ void FillRecord(const ServerContext& context, const svn::Pool& pool, RepositoryR
       access::GetPathPermissions(context, {record.name, u"/"}).empty();
 }
 
+// Whether there is one any more: it may have gone while it was read.
+bool IsStillThere(const RepositoryRecord& record, const svn::Pool& pool) {
+  return record.type || svn::IsFolder(record.path, pool);
+}
+
 }  // namespace
 
 RepositoryRecord ReadRepository(const ServerContext& context, const std::u16string& name) {
   const svn::Pool pool(context.root_pool());
   RepositoryRecord record = Surroundings(context).Describe(name);
   FillRecord(context, pool, record);
+  if (!IsStillThere(record, pool)) RequireRepository(context, name);
   return record;
 }
 
@@ -108,7 +114,7 @@ void VisitRepositories(const ServerContext& context,
     } catch (const Exception& exception) {
       context.events().LogException(exception);
     }
-    take(record);
+    if (IsStillThere(record, pool)) take(record);
   }
 }
 

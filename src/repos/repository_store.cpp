@@ -27,13 +27,11 @@ std::vector<std::u16string> ListRepositoryNames(const ServerContext& context) {
 
 std::optional<std::u16string> FindRepository(const ServerContext& context,
                                              const std::u16string& name) {
-  std::optional<std::u16string> found;
-  if (name.empty()) return found;
-  for (std::u16string& candidate : ListRepositoryNames(context)) {
-    if (candidate == name) return name;
-    if (!found && platform::EqualIgnoreCase(candidate, name)) found = std::move(candidate);
-  }
-  return found;
+  if (name.empty() || name == svn::Utf16(server_files::kWorkFolder)) return std::nullopt;
+  if (svn::HasFolder(access::RepositoriesRoot(context), name, context.root_pool())) return name;
+  for (std::u16string& candidate : ListRepositoryNames(context))
+    if (platform::EqualIgnoreCase(candidate, name)) return std::move(candidate);
+  return std::nullopt;
 }
 
 // A folder may have got a name by other ways that none could get here; it can be dealt with all the

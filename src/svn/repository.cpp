@@ -137,6 +137,18 @@ bool IsFolder(const std::u16string& path, const Pool& scratch) {
   return kind == svn_node_dir;
 }
 
+bool HasFolder(const std::u16string& root, const std::u16string& name, const Pool& scratch) {
+  std::string entry;
+  if (!platform::Utf16ToUtf8(name, entry) || entry.empty() || entry == "." || entry == ".." ||
+      entry.find_first_of(std::string_view("/\0", 2)) != std::string::npos)
+    return false;
+  const Pool pool(scratch);
+  apr_finfo_t info;
+  const std::string path = JoinDirent(DirentFromPath(root), entry);
+  return apr_stat(&info, path.c_str(), APR_FINFO_TYPE | APR_FINFO_LINK, pool) == APR_SUCCESS &&
+         info.filetype == APR_DIR;
+}
+
 std::vector<std::u16string> ListFolders(const std::u16string& root, const Pool& scratch,
                                         const SkippedName& skipped) {
   const Pool pool(scratch);

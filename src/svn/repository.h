@@ -80,6 +80,9 @@ void RequireEntry(const std::u16string& path, const Pool& scratch);
 // Links are followed.
 bool IsFolder(const std::u16string& path, const Pool& scratch);
 
+// Whether ListFolders would list the name, which is much quicker to tell.
+bool HasFolder(const std::u16string& root, const std::u16string& name, const Pool& scratch);
+
 // Called with the printable form of a name that was left out because it is not UTF-8.
 using SkippedName = std::function<void(const std::u16string& name)>;
 

@@ -14,6 +14,9 @@ class PS_RepositoryClassHandler final : public PsMethodsClassHandler<PS_Reposito
   HRESULT PsGetObject(ParsedObjectPath& path, CallContext* context, WMIObject& out) override;
   // Sorted by name, numbers in names by their value.
   HRESULT PsEnumerateInstances(CallContext* context, ResponseSink& sink) override;
+  HRESULT PsExecMethod(ParsedObjectPath& path, const std::u16string& method, CallContext* context,
+                       const WMIObject& in_params, ResponseSink& sink,
+                       const IcCancelCallback* cancel) override;
   static const MethodTable<PS_RepositoryClassHandler>& Methods();
 
  private:
