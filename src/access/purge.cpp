@@ -10,13 +10,9 @@
 namespace kelvarion::access {
 namespace {
 
-void PurgeRepository(const ServerContext& context, const std::u16string& repository,
-                     const Account& account) {
-  const svn::Pool pool(context.root_pool());
-  if (!svn::IsFolder(ConfigurationFolder(context, repository), pool)) return;
-  const PermissionsLock lock(context, repository);
-  const std::u16string file = SubversionRulesFile(context, repository);
-  AuthzSubversionFileParser parser;
+// Whether there was anything to take out of the file's rules, which are left in the parser.
+bool ReadWithout(const Account& account, const std::u16string& file,
+                 AuthzSubversionFileParser& parser, const svn::Pool& pool) {
   ReadIniFile(file, parser.document(), pool);
   bool changed = false;
   for (auto& [path, entries] : parser.AllPaths()) {
@@ -26,7 +22,20 @@ void PurgeRepository(const ServerContext& context, const std::u16string& reposit
     parser.SetEntries(path, rest);
     changed = true;
   }
-  if (changed) WriteIniFile(file, parser.document(), kAuthorizationHeader, pool);
+  return changed;
+}
+
+void PurgeRepository(const ServerContext& context, const std::u16string& repository,
+                     const Account& account) {
+  const svn::Pool pool(context.root_pool());
+  const std::u16string file = SubversionRulesFile(context, repository);
+  // Most files do not name the account, and need no lock to say so.
+  AuthzSubversionFileParser unlocked;
+  if (!ReadWithout(account, file, unlocked, pool)) return;
+  const PermissionsLock lock(context, repository);
+  AuthzSubversionFileParser parser;
+  if (ReadWithout(account, file, parser, pool))
+    WriteIniFile(file, parser.document(), kAuthorizationHeader, pool);
 }
 
 void LogFailure(const ServerContext& context, bool group, const std::u16string& repository,
