@@ -3,6 +3,7 @@
 #include <openssl/err.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "platform/crypto/openssl_handles.h"
 #include "platform/text/encoding.h"
@@ -25,6 +26,16 @@ CertificateStack ToStack(const std::vector<Certificate>& certificates) {
     return nullptr;
   }
   return stack;
+}
+
+// The machine keeps its roots one by one, found by their names, and all in one file, which takes
+// long to read; so that one is left to those who want another one.
+bool TrustRootsOfMachine(X509_STORE* store) {
+  X509_LOOKUP* const folder = X509_STORE_add_lookup(store, X509_LOOKUP_hash_dir());
+  if (!folder || X509_LOOKUP_add_dir(folder, nullptr, X509_FILETYPE_DEFAULT) != 1) return false;
+  const char* const file = std::getenv(X509_get_default_cert_file_env());
+  if (file) X509_STORE_load_file(store, file);
+  return true;
 }
 
 bool IsAboutTheRoot(int error) {
@@ -73,7 +84,7 @@ Win32Error BuildServerChain(const Certificate& certificate,
   if (!store || !context || !stack) return ERROR_NOT_ENOUGH_MEMORY;
   CertificateChain chain;
   chain.root_trusted = true;
-  if (X509_STORE_set_default_paths(store.get()) != 1 ||
+  if (!TrustRootsOfMachine(store.get()) ||
       X509_STORE_CTX_init(context.get(), store.get(), certificate.get(), stack.get()) != 1 ||
       X509_STORE_CTX_set_purpose(context.get(), X509_PURPOSE_SSL_SERVER) != 1 ||
       X509_STORE_CTX_set_app_data(context.get(), &chain) != 1) {
