@@ -19,6 +19,11 @@ namespace http = boost::beast::http;
 constexpr std::uint32_t kHeaderBytes = 16 * 1024;
 constexpr std::chrono::seconds kStrangerIdle{5};
 constexpr int kRefusalTimeoutMs = 1000;
+// Many clients ask again at once. For so long the thread that has answered stays, since to wake
+// another one takes longer than a short request does; then others, who wait for a thread, come
+// first.
+constexpr int kNextRequestMs = 1;
+constexpr int kInARow = 100;
 
 Json RefusalLine(HRESULT status, const std::u16string& reason) {
   return StatusLine(status, reason.empty() ? Json(nullptr) : Failure(status, reason).error);
@@ -57,30 +62,48 @@ Connection::Connection(net::io_context& io, Workplace& workplace, platform::Desc
       stranger_(!served),
       stream_(net::make_strand(io)) {
   stream_.socket().assign(net::local::stream_protocol(), socket.Release());
+  stream_.socket().non_blocking(true);
   ++(stranger_ ? workplace_.strangers : workplace_.connections);
 }
 
 Connection::~Connection() { --(stranger_ ? workplace_.strangers : workplace_.connections); }
 
-void Connection::Start() {
-  net::dispatch(stream_.get_executor(), [self = shared_from_this()] { self->ReadHeader(); });
-}
-
 int Connection::send_timeout_ms() const {
   return static_cast<int>(std::chrono::milliseconds(workplace_.limits.idle).count());
 }
 
-void Connection::ReadHeader() {
+void Connection::Start() {
+  net::dispatch(stream_.get_executor(), [self = shared_from_this()] {
+    self->Expect();
+    self->AwaitHeader();
+  });
+}
+
+void Connection::Expect() {
   parser_.emplace();
   parser_->header_limit(kHeaderBytes);
   parser_->body_limit(workplace_.limits.request_bytes);
   stream_.expires_after(stranger_ ? kStrangerIdle : workplace_.limits.idle);
-  http::async_read_header(
-      stream_, buffer_, *parser_,
-      [self = shared_from_this()](beast::error_code error, std::size_t) { self->OnHeader(error); });
 }
 
-void Connection::OnHeader(beast::error_code error) {
+void Connection::AwaitHeader() {
+  http::async_read_header(stream_, buffer_, *parser_,
+                          [self = shared_from_this()](beast::error_code error, std::size_t) {
+                            if (self->OnHeader(error)) self->GoOn();
+                          });
+}
+
+void Connection::GoOn() {
+  for (int i = 0; i < kInARow && platform::AwaitReadable(socket(), kNextRequestMs); ++i) {
+    beast::error_code error;
+    http::read_header(stream_.socket(), buffer_, *parser_, error);
+    if (error == net::error::would_block) break;
+    if (!OnHeader(error)) return;
+  }
+  AwaitHeader();
+}
+
+bool Connection::OnHeader(beast::error_code error) {
   if (error) return RefuseUnreadable(error);
   if (!workplace_.served.Includes(client_)) return RefuseStranger();
   const auto& request = parser_->get();
@@ -93,19 +116,22 @@ void Connection::OnHeader(beast::error_code error) {
   if (request.method() != http::verb::post)
     return Refuse(http::status::method_not_allowed, WBEM_E_NOT_SUPPORTED,
                   u"Requests are made with POST", false);
-  if (parser_->is_done()) return OnBody({});
-  http::async_read(
-      stream_, buffer_, *parser_,
-      [self = shared_from_this()](beast::error_code failed, std::size_t) { self->OnBody(failed); });
+  if (!parser_->is_done()) http::read(stream_.socket(), buffer_, *parser_, error);
+  if (error != net::error::would_block) return OnBody(error);
+  http::async_read(stream_, buffer_, *parser_,
+                   [self = shared_from_this()](beast::error_code failed, std::size_t) {
+                     if (self->OnBody(failed)) self->GoOn();
+                   });
+  return false;
 }
 
-void Connection::OnBody(beast::error_code error) {
+bool Connection::OnBody(beast::error_code error) {
   if (error) return RefuseUnreadable(error);
-  Serve(KindOf(parser_->get().target()));
+  return Serve(KindOf(parser_->get().target()));
 }
 
 // As the command line tool reports exceptions: only a WMIException has a status of its own.
-void Connection::Serve(const std::string& kind) {
+bool Connection::Serve(const std::string& kind) {
   const auto place = workplace_.running.Enter();
   if (!place && workplace_.stopping)
     return Refuse(http::status::service_unavailable, WBEM_E_SHUTTING_DOWN, u"The daemon is ending",
@@ -125,16 +151,16 @@ void Connection::Serve(const std::string& kind) {
   parser_.reset();
   ChunkedAnswer answer(socket(), send_timeout_ms(), keep);
   workplace_.running.Run(*request, client_, answer);
-  GoOn(answer.End() && keep && !workplace_.stopping);
+  return Finish(answer.End() && keep && !workplace_.stopping);
 }
 
 // Administrators get to know who asked; the client only that it may not.
-void Connection::RefuseStranger() {
+bool Connection::RefuseStranger() {
   workplace_.refusals.Record(client_);
-  Refuse(http::status::forbidden, WBEM_E_ACCESS_DENIED, {}, false);
+  return Refuse(http::status::forbidden, WBEM_E_ACCESS_DENIED, {}, false);
 }
 
-void Connection::RefuseUnreadable(beast::error_code error) {
+bool Connection::RefuseUnreadable(beast::error_code error) {
   if (error == http::error::body_limit)
     return Refuse(http::status::payload_too_large, WBEM_E_QUOTA_VIOLATION,
                   Format(u"A request may have at most %s bytes",
@@ -142,29 +168,29 @@ void Connection::RefuseUnreadable(beast::error_code error) {
                   false);
   if (error == http::error::end_of_stream || error == beast::error::timeout ||
       error.category() != http::make_error_code(http::error::bad_method).category())
-    return;  // The client went, or had nothing to say for too long.
-  Refuse(http::status::bad_request, WBEM_E_INVALID_PARAMETER,
-         u"The request is no HTTP/1.1: " + Utf16(error.message()), false);
+    return false;  // The client went, or had nothing to say for too long.
+  return Refuse(http::status::bad_request, WBEM_E_INVALID_PARAMETER,
+                u"The request is no HTTP/1.1: " + Utf16(error.message()), false);
 }
 
-void Connection::Refuse(http::status http_status, HRESULT status, const std::u16string& reason,
+bool Connection::Refuse(http::status http_status, HRESULT status, const std::u16string& reason,
                         bool keep) {
   keep = keep && parser_->get().keep_alive() && !workplace_.stopping;
   const Win32Error error = platform::SendAll(
       socket(), ShortAnswer(http_status, RefusalLine(status, reason), keep), kRefusalTimeoutMs);
-  GoOn(keep && error == ERROR_SUCCESS);
+  return Finish(keep && error == ERROR_SUCCESS);
 }
 
 // What a large request needed is not kept for an idle client.
-void Connection::GoOn(bool keep) {
-  if (!keep) {
+bool Connection::Finish(bool keep) {
+  if (keep) {
+    buffer_.shrink_to_fit();
+    Expect();
+  } else {
     beast::error_code ignored;
     stream_.socket().shutdown(net::socket_base::shutdown_both, ignored);
-    return;
   }
-  parser_.reset();
-  buffer_.shrink_to_fit();
-  ReadHeader();
+  return keep;
 }
 
 }  // namespace kelvarion::host

@@ -49,16 +49,23 @@ class Connection : public std::enable_shared_from_this<Connection> {
   Connection(boost::asio::io_context& io, Workplace& workplace, platform::Descriptor socket,
              ClientToken client, bool served);
 
-  void ReadHeader();
-  void OnHeader(boost::beast::error_code error);
-  void OnBody(boost::beast::error_code error);
-  void Serve(const std::string& kind);
-  void RefuseStranger();
-  void RefuseUnreadable(boost::beast::error_code error);
+  // Gets ready for a request; its time begins.
+  void Expect();
+  // Waits without a thread.
+  void AwaitHeader();
+  // The same after those requests that come at once, which this thread answers.
+  void GoOn();
+
+  // These answer and are true when the next request may come.
+  bool OnHeader(boost::beast::error_code error);
+  bool OnBody(boost::beast::error_code error);
+  bool Serve(const std::string& kind);
+  bool RefuseStranger();
+  bool RefuseUnreadable(boost::beast::error_code error);
   // Answers without work; the connection stays only when `keep` says so and the client wants it.
-  void Refuse(boost::beast::http::status http_status, HRESULT status, const std::u16string& reason,
+  bool Refuse(boost::beast::http::status http_status, HRESULT status, const std::u16string& reason,
               bool keep);
-  void GoOn(bool keep);
+  bool Finish(bool keep);
   int socket() { return stream_.socket().native_handle(); }
   int send_timeout_ms() const;
 

@@ -20,6 +20,7 @@ int Fail(ExitCode code, const std::string& message) {
 }
 
 int Serve(const GlobalOptions& options, const DaemonLimits& limits) {
+  platform::KeepLittleMemory();
   Session session(options);
   // Opened first: a home that is incomplete has nothing to be served from.
   session.machine();

@@ -1,5 +1,6 @@
 #include "platform/process/process.h"
 
+#include <malloc.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -18,6 +19,14 @@ std::u16string GroupSid(gid_t gid) {
 }
 
 }  // namespace
+
+// Left alone, the library gives each thread a heap of its own and keeps in each as much as was ever
+// freed at once.
+void KeepLittleMemory() {
+  mallopt(M_ARENA_MAX, 4);
+  mallopt(M_MMAP_THRESHOLD, 256 * 1024);
+  mallopt(M_TRIM_THRESHOLD, 1024 * 1024);
+}
 
 std::string ProgramPath() {
   std::error_code error;

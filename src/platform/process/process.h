@@ -23,6 +23,9 @@ void KeepNewFilesPrivate();
 // Writing to a connection whose other end is gone is an error from now on, not the process's end.
 void IgnoreBrokenPipes();
 
+// Memory that large requests needed goes back to the system, however many threads made them.
+void KeepLittleMemory();
+
 bool OutputIsTerminal();
 bool ErrorOutputIsTerminal();
 bool InputIsTerminal();
