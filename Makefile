@@ -51,9 +51,9 @@ fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 
 	@cmake --build --preset fuzz --parallel $(JOBS)
 	@JOBS=$(JOBS) tools/fuzz $(BUILD)/fuzz
 
-load: installed $(BUILD)/build.ninja ## Serve 64 clients for a minute: answers, times, memory
+load: installed $(BUILD)/build.ninja ## Administer a large server by many clients, also while it changes (LOAD_SECONDS=300 a stage)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-load
-	@$(BUILD)/bin/kelvarion-load
+	@$(BUILD)/bin/kelvarion-load --seconds $(or $(LOAD_SECONDS),300)
 
 check: installed ## Check the rules of the source tree and its formatting
 	@tools/check

@@ -1,58 +1,49 @@
 #include "tests/load/tally.h"
 
 #include <algorithm>
-#include <fstream>
 #include <iomanip>
 #include <ostream>
 
 namespace kelvarion::load {
 namespace {
 
-constexpr double kMegabyte = 1 << 20;
-
-double Percentile(const std::vector<float>& sorted, double part) {
-  return sorted.empty() ? 0 : sorted[static_cast<std::size_t>(part * double(sorted.size() - 1))];
+void PrintLine(std::ostream& out, const std::string& what, std::vector<float> times) {
+  std::sort(times.begin(), times.end());
+  const auto within = [&](double part) {
+    return times[static_cast<std::size_t>(part * double(times.size() - 1))];
+  };
+  out << "  " << std::left << std::setw(32) << what << std::right << std::setw(8) << times.size()
+      << std::setw(10) << within(0.5) << std::setw(10) << within(0.99) << std::setw(10)
+      << times.back() << "\n";
 }
 
 }  // namespace
 
 void Tally::Add(const Tally& other) {
-  milliseconds.insert(milliseconds.end(), other.milliseconds.begin(), other.milliseconds.end());
+  for (const auto& [what, times] : other.milliseconds) {
+    std::vector<float>& all = milliseconds[what];
+    all.insert(all.end(), times.begin(), times.end());
+  }
   busy += other.busy;
   vanished += other.vanished;
   for (const auto& [what, count] : other.unexpected) unexpected[what] += count;
 }
 
-long ResidentBytes(int pid) {
-  std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-  std::string word;
-  long kilobytes = 0;
-  while (status >> word)
-    if (word == "VmRSS:") status >> kilobytes;
-  return kilobytes * 1024;
+std::size_t Tally::Requests() const {
+  std::size_t all = 0;
+  for (const auto& [what, times] : milliseconds) all += times.size();
+  return all;
 }
 
-long MemoryCurve::At(double part) const {
-  if (samples_.empty()) return 0;
-  const std::size_t window = samples_.size() / 10 + 1;
-  const std::size_t last = samples_.size() - window;
-  const auto first = samples_.begin() + static_cast<std::ptrdiff_t>(part * double(last));
-  std::vector<long> around(first, first + static_cast<std::ptrdiff_t>(window));
-  std::nth_element(around.begin(), around.begin() + around.size() / 2, around.end());
-  return around[around.size() / 2];
-}
-
-void Print(std::ostream& out, Tally& tally, double seconds, const MemoryCurve& memory) {
-  std::sort(tally.milliseconds.begin(), tally.milliseconds.end());
-  out << std::fixed << std::setprecision(1) << "requests            " << tally.milliseconds.size()
-      << " (" << double(tally.milliseconds.size()) / seconds << "/s)\n"
-      << "answered within     50%: " << Percentile(tally.milliseconds, 0.50)
-      << " ms, 99%: " << Percentile(tally.milliseconds, 0.99)
-      << " ms, all: " << Percentile(tally.milliseconds, 1.0) << " ms\n"
-      << "refused as too busy " << tally.busy << "\n"
-      << "left by clients     " << tally.vanished << "\n"
-      << "memory              " << double(memory.At(kWarm)) / kMegabyte << " MB when warm, "
-      << double(memory.At(1.0)) / kMegabyte << " MB at the end\n";
+void Print(std::ostream& out, const Tally& tally, double seconds) {
+  out << std::fixed << std::setprecision(1) << "  " << tally.Requests() << " requests in "
+      << seconds << " s (" << double(tally.Requests()) / seconds << "/s)";
+  if (tally.busy > 0) out << ", refused as too busy: " << tally.busy;
+  if (tally.vanished > 0) out << ", left by their client: " << tally.vanished;
+  out << "\n  " << std::left << std::setw(32) << "milliseconds" << std::right << std::setw(8)
+      << "number" << std::setw(10) << "50%" << std::setw(10) << "99%" << std::setw(10) << "all"
+      << "\n";
+  for (const auto& [what, times] : tally.milliseconds) PrintLine(out, what, times);
   for (const auto& [what, count] : tally.unexpected)
     out << "UNEXPECTED " << count << "x " << what << "\n";
 }
