@@ -45,8 +45,9 @@ void Replace(const std::string& text, const std::u16string& temporary,
 // Whether the file is what it should be; without a text there should be none.
 bool Says(const std::u16string& target, const std::string& text) {
   std::string present;
-  const bool exists = platform::ReadWholeFile(target, present) == ERROR_SUCCESS;
-  return exists ? present == text : text.empty();
+  if (platform::ReadWholeFile(target, present) == ERROR_SUCCESS) return present == text;
+  // One that cannot be read may say anything.
+  return text.empty() && util::GetFileAttributesOrMissing(target) == util::kMissingFile;
 }
 
 std::u16string TargetPath(const std::u16string& install_dir) {

@@ -37,7 +37,7 @@ std::vector<GeneratedFile> StartPages(const IcRegistryAccessor& store) {
 
 void RegenerateStartPages(const IcRegistryAccessor& store) {
   for (const GeneratedFile& page : StartPages(store))
-    util::WriteFileAtomically(page.path, page.text);
+    util::WriteFileAtomically(page.path, page.text, util::NewFile::kEverybodyReads);
 }
 
 std::vector<GeneratedFile> PreviewGeneratedFiles(const IcRegistryAccessor& store) {

@@ -298,11 +298,6 @@ void Initialization::GeneratePages() {
                                          server_ + "/htdocs/index.html"};
   if (was_complete_ && std::all_of(pages.begin(), pages.end(), Exists)) return;
   apache::RegenerateStartPages(store);
-  // The web server's workers read them; a page that is replaced keeps its mode.
-  std::error_code error;
-  for (const std::string& page : pages)
-    if (fs::permissions(page, static_cast<fs::perms>(0644), error); error)
-      throw SimpleException(u"Cannot make '%s': %s", Utf16(page), Utf16(error.message()));
 }
 
 // Root may go anywhere, the web server's workers may not.

@@ -47,6 +47,7 @@ enum class NewFile {
   // The owner and whomever the folder's default access list names; 0600 where it has none. Holds
   // for a file moved into its place: one that is created is private.
   kOwnerAndFolder,
+  kEverybodyReads,  // 0644, whatever the umask, for a file moved into its place.
 };
 
 // Creates the file or empties it and writes all bytes; an existing file keeps its mode. On failure

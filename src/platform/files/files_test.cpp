@@ -188,6 +188,10 @@ TEST_F(FilesTest, ANewTargetGetsWhatTheFolderSays) {
   ASSERT_EQ(MoveFileReplacing(Path("users.tmp"), Path("users"), NewFile::kOwnerAndFolder),
             ERROR_SUCCESS);
   EXPECT_EQ(AccessList("users"), "user::rw-,user:1234:rwx,group::r-x,mask::rw-,other::---");
+  Write("page.tmp", "new");
+  ASSERT_EQ(MoveFileReplacing(Path("page.tmp"), Path("page"), NewFile::kEverybodyReads),
+            ERROR_SUCCESS);
+  EXPECT_EQ(Mode("page"), 0644u);
   umask(old);
 
   Write("secret.tmp", "new");

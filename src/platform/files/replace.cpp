@@ -86,6 +86,7 @@ Win32Error AdoptAccess(int file, const std::string& target, NewFile access) {
     return S_ISREG(status.st_mode) ? AdoptAccessOf(target, status, file) : ERROR_SUCCESS;
   if (errno != ENOENT) return FromErrno(errno);
   if (access == NewFile::kPrivate) return Result(fchmod(file, 0600));
+  if (access == NewFile::kEverybodyReads) return Result(fchmod(file, 0644));
   return AdoptFolderAccess(file, target, access == NewFile::kAsFolderSays ? 0666 : 0600);
 }
 
