@@ -85,6 +85,10 @@ std::u16string UsersFile(const ServerContext& context) {
   return InRoot(context, server_files::kUsers);
 }
 
+std::u16string DeletionsFile(const ServerContext& context) {
+  return InRoot(context, server_files::kDeletions);
+}
+
 std::u16string DelegationFile(const ServerContext& context, const std::u16string& repository) {
   return InConfiguration(context, repository, server_files::kDelegation);
 }

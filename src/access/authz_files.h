@@ -25,6 +25,7 @@ std::u16string WindowsRulesFile(const ServerContext& context, const std::u16stri
 std::u16string GlobalRulesFile(const ServerContext& context);
 std::u16string GroupsFile(const ServerContext& context);
 std::u16string UsersFile(const ServerContext& context);
+std::u16string DeletionsFile(const ServerContext& context);
 std::u16string DelegationFile(const ServerContext& context, const std::u16string& repository);
 std::u16string ReplicationFile(const ServerContext& context, const std::u16string& repository);
 std::u16string RepositoryLockFile(const ServerContext& context, const std::u16string& repository);

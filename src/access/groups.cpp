@@ -111,13 +111,14 @@ bool DeleteGroup(const ServerContext& context, const std::u16string& name) {
     IniDocument groups = ReadGroupsFile(context, pool);
     exists = GroupsSection(groups).erase(name) != 0;
     if (exists) {
+      NoteDeletion(context, account, pool);
       RemoveMember(groups, account);
     } else {
       RefuseIf(GroupNameProblem(name));
     }
     WriteGroupsFile(context, groups, pool);
+    if (!exists && !IsDeletionNoted(context, account, pool)) return false;
   }
-  // Also of a group that is gone: a deletion that was interrupted is completed by the next one.
   PurgeAccount(context, account);
   return exists;
 }

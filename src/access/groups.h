@@ -40,8 +40,8 @@ SetMembersResult RemoveMembers(const ServerContext& context, const std::u16strin
                                const std::vector<Account>& members);
 
 // Also takes the group out of all others and out of the rules of every repository. False when there
-// is no such group, whose rules go all the same: an interrupted deletion leaves them. Repositories
-// whose rules could not be changed are reported as by DeleteUser.
+// is no such group; what an interrupted deletion of the name left goes then. Repositories whose
+// rules could not be changed are reported as by DeleteUser.
 bool DeleteGroup(const ServerContext& context, const std::u16string& name);
 
 }  // namespace kelvarion::access

@@ -1,14 +1,48 @@
 #include "access/purge.h"
 
 #include <set>
+#include <sstream>
 
 #include "access/authz_files.h"
 #include "access/authz_parser.h"
 #include "access/permissions_lock.h"
+#include "svn/atomic_file.h"
+#include "svn/error.h"
 #include "svn/repository.h"
+#include "svn/text.h"
 
 namespace kelvarion::access {
 namespace {
+
+using Notes = std::set<std::string>;
+
+// Neither kind of name can hold the end of a line.
+std::string NoteOf(const Account& account) {
+  return (account.kind == AccountKind::SubversionGroup ? "group " : "user ") +
+         svn::Utf8(account.name);
+}
+
+Notes ReadNotes(const ServerContext& context, const svn::Pool& pool) {
+  std::istringstream lines(svn::ReadFileIfPresent(DeletionsFile(context), pool).value_or(""));
+  Notes notes;
+  for (std::string line; std::getline(lines, line);) notes.insert(line);
+  return notes;
+}
+
+void WriteNotes(const ServerContext& context, const Notes& notes, const svn::Pool& pool) {
+  const std::u16string file = DeletionsFile(context);
+  std::string text;
+  for (const std::string& note : notes) text += note + "\n";
+  if (!text.empty()) return svn::ReplaceFile(file, text, platform::NewFile::kOwnerAndFolder, pool);
+  if (const Win32Error error = platform::DeleteFile(file))
+    svn::ThrowSystemError(error, Format(u"Cannot remove file '%s'", file));
+}
+
+void ForgetDeletion(const ServerContext& context, const Account& account, const svn::Pool& pool) {
+  const PermissionsLock lock(context);
+  Notes notes = ReadNotes(context, pool);
+  if (notes.erase(NoteOf(account)) > 0) WriteNotes(context, notes, pool);
+}
 
 // Whether there was anything to take out of the file's rules, which are left in the parser.
 bool ReadWithout(const Account& account, const std::u16string& file,
@@ -66,6 +100,15 @@ void LogFailure(const ServerContext& context, bool group, const std::u16string& 
 
 }  // namespace
 
+void NoteDeletion(const ServerContext& context, const Account& account, const svn::Pool& pool) {
+  Notes notes = ReadNotes(context, pool);
+  if (notes.insert(NoteOf(account)).second) WriteNotes(context, notes, pool);
+}
+
+bool IsDeletionNoted(const ServerContext& context, const Account& account, const svn::Pool& pool) {
+  return ReadNotes(context, pool).contains(NoteOf(account));
+}
+
 void PurgeAccount(const ServerContext& context, const Account& account) {
   const bool group = account.kind == AccountKind::SubversionGroup;
   const svn::Pool pool(context.root_pool());
@@ -88,6 +131,7 @@ void PurgeAccount(const ServerContext& context, const Account& account) {
     }
   }
   if (failures > 0) ThrowSummary(group, failures);
+  ForgetDeletion(context, account, pool);
 }
 
 }  // namespace kelvarion::access

@@ -83,12 +83,13 @@ bool DeleteUser(const ServerContext& context, const std::u16string& name) {
     const auto user = Find(users, name);
     exists = user != users.end();
     if (exists) {
+      NoteDeletion(context, account, pool);
       users.erase(user);
     } else {
       RefuseIf(UserNameProblem(name));
     }
     WriteUsersFile(UsersFile(context), users, pool);
-    // Also of a user who is gone: a deletion that was interrupted is completed by the next one.
+    if (!exists && !IsDeletionNoted(context, account, pool)) return false;
     RemoveFromGroups(context, account, pool);
   }
   PurgeAccount(context, account);

@@ -25,9 +25,9 @@ bool SetPassword(const ServerContext& context, const std::u16string& name,
                  const std::u16string& password);
 
 // Also takes the user out of all groups and out of the rules of every repository. False when there
-// is no such user, whose groups and rules go all the same: an interrupted deletion leaves them.
-// When the rules of some repositories could not be changed, the user is gone all the same and
-// SimpleException says how many; the event log says which and why.
+// is no such user; what an interrupted deletion of the name left goes then. When the rules of some
+// repositories could not be changed, the user is gone all the same and SimpleException says how
+// many; the event log says which and why.
 bool DeleteUser(const ServerContext& context, const std::u16string& name);
 
 }  // namespace kelvarion::access

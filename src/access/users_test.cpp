@@ -140,7 +140,8 @@ TEST_F(UsersTest, ADeletedUserLeavesGroupsAndRules) {
   MakeRules("two", "[/]\ncarol = rw\n");
   EXPECT_FALSE(DeleteUser(context_, u"carol"));
   EXPECT_EQ(ReadFile(File()), "bob:2\r\n") << "written again though nothing changed";
-  EXPECT_EQ(ReadFile(RulesFile("two")), kAuthorizationHeader) << "left by who was interrupted";
+  EXPECT_FALSE(DeleteGroup(context_, u"carol"));
+  EXPECT_EQ(ReadFile(RulesFile("two")), "[/]\ncarol = rw\n") << "nobody was deleted";
 }
 
 TEST_F(UsersTest, RepositoriesThatCannotBePurgedAreCountedAndLogged) {
@@ -169,6 +170,15 @@ TEST_F(UsersTest, RepositoriesThatCannotBePurgedAreCountedAndLogged) {
             u"Failed to purge references to the user from 2 repositories. Please check Kelvarion "
             u"Server logs for more details.");
   EXPECT_TRUE(ListUsers(context_).empty());
+  // What could not be completed is when it is asked for again, and only that.
+  MakeRules("bad", "[/]\nalice = rw\nbob = rw\n@bob = r\n");
+  MakeRules("worse", "");
+  EXPECT_EQ(message(u"alice"), u"deleted");
+  EXPECT_FALSE(DeleteGroup(context_, u"bob"));
+  EXPECT_EQ(ReadFile(RulesFile("bad")),
+            std::string(kAuthorizationHeader) + "[/]\r\n@bob=r\r\nbob=rw\r\n\r\n");
+  EXPECT_EQ(message(u"bob"), u"deleted");
+  EXPECT_FALSE(std::filesystem::exists(home_.root() + "/Kelvarion-Deletions.txt"));
 }
 
 TEST_F(UsersTest, OddNamesAreRefusedButWhatIsThereCanBeRemoved) {

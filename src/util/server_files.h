@@ -10,6 +10,8 @@ inline constexpr std::string_view kUsers = "htpasswd";
 inline constexpr std::string_view kGroups = "groups.conf";
 inline constexpr std::string_view kGlobalRules = "Kelvarion-GlobalWinAuthz.ini";
 inline constexpr std::string_view kGlobalLock = "Kelvarion-Global.lck";
+// Users and groups whose deletion has begun (access/purge.h).
+inline constexpr std::string_view kDeletions = "Kelvarion-Deletions.txt";
 // A folder that is no repository: those that are not whole lie in it (svn/work_folder.h).
 inline constexpr std::string_view kWorkFolder = ".kelvarion";
 

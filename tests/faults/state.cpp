@@ -2,6 +2,7 @@
 
 #include <apr_md5.h>
 #include <sqlite3.h>
+#include <sys/acl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -52,7 +53,14 @@ std::string AccessTo(const std::string& path) {
   for (const char* name : {"system.posix_acl_access", "system.posix_acl_default"}) {
     unsigned char list[4096];
     const ssize_t size = lgetxattr(path.c_str(), name, list, sizeof list);
-    for (ssize_t i = 0; i < size; ++i) text << ' ' << int{list[i]};
+    // Behind a head of 4 bytes 8 for each entry: its kind, its rights, for whom.
+    int most = 7;
+    for (ssize_t i = 4; i < size; i += 8)
+      if (list[i] == ACL_MASK) most = list[i + 2];
+    for (ssize_t i = 4; i < size; ++i) {
+      const bool is_limited = i % 8 == 6 && list[i - 2] != ACL_USER_OBJ && list[i - 2] != ACL_OTHER;
+      text << ' ' << (is_limited ? list[i] & most : list[i]);
+    }
   }
   return text.str();
 }
@@ -150,8 +158,8 @@ State TakeState(const std::string& folder) {
 
 State WithoutLeftovers(State state) {
   std::erase_if(state, [](const auto& entry) {
-    return EndsWith(entry.first,
-                    {".tmp", ".tmp/", ".new", ".kelvarion-lock", "/certs/server.lock"}) ||
+    return EndsWith(entry.first, {".tmp", ".tmp/", ".new", ".kelvarion-lock", "/certs/server.lock",
+                                  "/Kelvarion-Deletions.txt"}) ||
            Holds(entry.first, {"/.kelvarion/", ".kelvarion-partial/"});
   });
   return state;
