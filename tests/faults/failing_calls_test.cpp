@@ -85,6 +85,13 @@ class FailingCallsTest : public ::testing::TestWithParam<Change> {
     const Reply reply = server_->Ctl({"get", PathOf(which)});
     return reply.ok() ? reply.object()["ServiceState"].get<int>() : 0;
   }
+  // What was hit may still be ending: a service can neither be started nor stopped meanwhile.
+  static int SettledStateOf(Runs which) {
+    int state = 0;
+    EXPECT_TRUE(
+        Eventually([&] { return (state = StateOf(which)) == kStopped || state == kRunning; }));
+    return state;
+  }
   void StartWhatRuns(const Words& environment = {}) const;
   static void EndWhatRuns();
 
@@ -136,19 +143,21 @@ void FailingCallsTest::PutBack(const std::string& name) {
 }
 
 void FailingCallsTest::StartWhatRuns(const Words& environment) const {
-  if (GetParam().runs == Runs::kNothing || StateOf(GetParam().runs) == kRunning) return;
+  if (GetParam().runs == Runs::kNothing || SettledStateOf(GetParam().runs) == kRunning) return;
   Words words = environment;
   for (const std::string& word :
        server_->Command({"call", PathOf(GetParam().runs), "StartService"}))
     words.push_back(word);
-  EXPECT_EQ(RunProcess(words).exit_code, 0);
+  const ProcessResult result = RunProcess(words);
+  EXPECT_EQ(result.exit_code, 0) << result.all();
   EXPECT_TRUE(Eventually([] { return StateOf(GetParam().runs) == kRunning; }));
 }
 
 void FailingCallsTest::EndWhatRuns() {
   if (GetParam().programs.empty()) return;
   for (const Runs which : {Runs::kReplicationService, Runs::kWebServer})
-    if (server_->Call(PathOf(which), "StopService").ok()) {
+    if (SettledStateOf(which) == kRunning) {
+      server_->Call(PathOf(which), "StopService");
       EXPECT_TRUE(Eventually([&] { return StateOf(which) == kStopped; }));
     }
 }
@@ -263,16 +272,19 @@ void FailingCallsTest::HitEverywhere(const std::string& program, bool kill) {
 }
 
 void FailingCallsTest::Judge(const ProcessResult& result, bool kill) {
-  const State seen = TakeWhen([this](const State& state) { return IsWhole(state); });
-  const bool is_new = WithoutLeftovers(seen) == WithoutLeftovers(after_);
+  const Reply reply{result, Json::parse(result.out, nullptr, false)};
+  const bool is_done = result.exit_code == 0 && reply.warnings().empty();
+  const auto is_new = [this](const State& state) {
+    return WithoutLeftovers(state) == WithoutLeftovers(after_);
+  };
+  const State seen =
+      TakeWhen([&](const State& state) { return is_done ? is_new(state) : IsWhole(state); });
   EXPECT_TRUE(IsWhole(seen)) << "between old and now:\n"
                              << Differences(before_, seen) << "between now and new:\n"
                              << Differences(seen, after_);
-  const Reply reply{result, Json::parse(result.out, nullptr, false)};
-  if (result.exit_code == 0) {
-    EXPECT_TRUE(is_new || reply.warnings() != "") << "success was said:\n"
-                                                  << Differences(seen, after_);
-  } else if (!kill) {
+  if (is_done) {
+    EXPECT_TRUE(is_new(seen)) << "success was said:\n" << Differences(seen, after_);
+  } else if (result.exit_code != 0 && !kill) {
     EXPECT_TRUE(SaysWhatFailed(reply)) << "no words";
   }
   MakeAgain(seen == after_);

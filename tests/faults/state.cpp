@@ -38,8 +38,8 @@ bool IsIgnored(const std::string& path) {
          Holds(path, {"/server/logs/", "/server/run/", "/events", "/locks/", "/registry.db",
                       "/groups.db", "/db/revs/", "/db/revprops/", "/db/txn", "/db/rep-cache",
                       "/db/uuid", "/db/min-unpacked", "/db/write-lock.kept",
-                      // How far a slave is, and whether it is being written to.
-                      "/copy/db/current", "/copy/db/write-lock"});
+                      // How far a slave is.
+                      "/copy/db/current"});
 }
 
 // Who may use it, by mode, owner and access lists.
