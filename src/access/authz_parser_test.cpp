@@ -36,25 +36,6 @@ TEST(AuthzParserTest, KeysNameAccountsByTheKindOfFile) {
   EXPECT_EQ(AuthzGlobalFileParser().GetObject(u"@devs"), Account::Windows(u"@devs"));
 }
 
-TEST(AuthzParserTest, RulesGoToKeysAndBack) {
-  AuthzSubversionFileParser parser;
-  parser.SetEntries(u"/a", {{Account::User(u"bob"), AccessLevel::ReadOnly},
-                            {Account::Everyone(), AccessLevel::NoAccess},
-                            {Account::Group(u"devs"), AccessLevel::ReadWrite},
-                            {Account::User(u"odd"), static_cast<AccessLevel>(3)},
-                            {Account::Windows(u"S-1-5-18"), AccessLevel::ReadOnly}});
-  EXPECT_EQ(parser.document().at(u"/a"),
-            (IniSection{{u"*", u""}, {u"@devs", u"rw"}, {u"S-1-5-18", u"r"}, {u"bob", u"r"}}));
-  parser.document()[u"global"][u"x"] = u"rw";
-  const PermissionList expected{{Account::Everyone(), AccessLevel::NoAccess},
-                                {Account::Group(u"devs"), AccessLevel::ReadWrite},
-                                {Account::User(u"S-1-5-18"), AccessLevel::ReadOnly},
-                                {Account::User(u"bob"), AccessLevel::ReadOnly}};
-  EXPECT_EQ(parser.Entries(u"/a"), expected);
-  EXPECT_TRUE(parser.Entries(u"/none").empty());
-  EXPECT_EQ(parser.AllPaths(), (std::map<std::u16string, PermissionList>{{u"/a", expected}}));
-}
-
 TEST(AuthzParserTest, ChildrenAreTheSectionsBelowAPath) {
   const std::vector<std::u16string> sections{u"/",      u"/a",  u"/a b", u"/a-b",  u"/a/b",
                                              u"/a/b/c", u"/ab", u"/b",   u"groups"};

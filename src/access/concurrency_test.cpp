@@ -1,4 +1,4 @@
-// Rules and users under many writers, and under writers that die.
+// Rules under many writers, and under writers that die.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -15,25 +15,16 @@
 #include "access/authz_files.h"
 #include "access/permission_model.h"
 #include "access/permissions_lock.h"
-#include "access/users.h"
-#include "platform/text/encoding.h"
 #include "svn/repository.h"
 #include "tests/support/test_home.h"
 
 namespace kelvarion::access {
 namespace {
 
-constexpr int kProcesses = 8;
-constexpr int kRounds = 10;
-
-std::u16string Name(int process, int round) {
-  return platform::Utf16ForDisplay("u" + std::to_string(process) + "-" + std::to_string(round));
-}
-
 // A list long enough that writing it takes more than one moment.
 PermissionList ManyRules(AccessLevel access) {
   PermissionList rules;
-  for (int i = 0; i < 2000; ++i) rules.push_back({Account::User(Name(100 + i, 0)), access});
+  for (int i = 0; i < 2000; ++i) rules.push_back({Account::User(Format(u"u%d", i)), access});
   return rules;
 }
 
@@ -64,31 +55,6 @@ class ConcurrencyTest : public ::testing::Test {
   testing::TemporaryFolder folder_;
   std::optional<testing::TestHome> home_;
 };
-
-TEST_F(ConcurrencyTest, EightProcessesLoseNothing) {
-  std::vector<pid_t> children;
-  for (int process = 0; process < kProcesses; ++process) {
-    children.push_back(Fork([process](const ServerContext& context) {
-      for (int round = 0; round < kRounds; ++round) {
-        const std::u16string name = Name(process, round);
-        AddPermission(context, RepositoryPath{u"r", u"/"}, Account::User(name),
-                      AccessLevel::ReadWrite, Overwrite::kNo);
-        SetPathPermissions(context, {u"r", u"/" + name},
-                           {{Account::User(name), AccessLevel::ReadOnly}}, ResetChildren::kNo);
-        CreateUser(context, name, u"secret");
-      }
-    }));
-  }
-  for (const pid_t child : children) {
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
-  }
-  const ServerContext& context = Reopen();
-  EXPECT_EQ(GetPathPermissions(context, {u"r", u"/"}).size(), kProcesses * kRounds + 0u);
-  EXPECT_EQ(GetAllPathPermissions(context, u"r").size(), kProcesses * kRounds + 1u);
-  EXPECT_EQ(ListUsers(context).size(), kProcesses * kRounds + 0u);
-}
 
 constexpr int kWriterProcesses = 4;
 constexpr int kWriters = 16;  // Threads in those processes, half of them on the server's rules.
@@ -168,37 +134,6 @@ TEST_F(ConcurrencyTest, SixteenWritersKeepAllOfTheirFourThousandChanges) {
     }
   }
   EXPECT_GT(deaths, 3);
-}
-
-// Neither half a file nor a lock that nobody holds may be left, whenever the writer dies.
-TEST_F(ConcurrencyTest, AKilledWriterLeavesTheOldOrTheNewRules) {
-  const PermissionList lists[] = {ManyRules(AccessLevel::ReadOnly),
-                                  ManyRules(AccessLevel::ReadWrite)};
-  for (int kill_after = 1; kill_after <= 12; ++kill_after) {
-    int progress[2];
-    ASSERT_EQ(pipe(progress), 0);
-    const pid_t child = Fork([&](const ServerContext& context) {
-      for (int i = 0;; ++i) {
-        SetPathPermissions(context, {u"r", u"/"}, lists[i % 2], ResetChildren::kNo);
-        if (write(progress[1], "x", 1) != 1) return;
-      }
-    });
-    close(progress[1]);
-    char mark = 0;
-    for (int i = 0; i < kill_after && read(progress[0], &mark, 1) == 1; ++i) continue;
-    // The writer is somewhere in its next round; each round of this loop meets it elsewhere.
-    for (int i = 0; i < kill_after * 40; ++i) std::this_thread::yield();
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    close(progress[0]);
-
-    const ServerContext& context = Reopen();
-    PermissionList rules = GetPathPermissions(context, {u"r", u"/"});
-    EXPECT_EQ(rules.size(), lists[0].size());
-    for (const PermissionEntry& entry : rules) EXPECT_EQ(entry.access, rules.front().access);
-    EXPECT_TRUE(AddPermission(context, RepositoryPath{u"r", u"/"}, Account::Everyone(),
-                              AccessLevel::ReadOnly, Overwrite::kNo));
-  }
 }
 
 TEST_F(ConcurrencyTest, ReadersSeeTheOldOrTheNewRulesWhileTheyAreRewritten) {

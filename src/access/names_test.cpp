@@ -8,36 +8,29 @@ namespace kelvarion::access {
 namespace {
 
 TEST(NamesTest, NamesThatMeanSomethingElseInAFileAreRefused) {
-  const struct {
-    std::u16string name;
-    std::u16string problem;  // Of a user; the same of a group.
-  } rows[] = {
+  const std::pair<std::u16string, std::u16string> rows[] = {
       {u"alice", u""},
       {u"José.O'Neil-2_x@example", u""},
       {u"DOMAIN\\bob", u""},
       {u"", u"The name of a user must not be empty"},
-      {u"*", u"The name of the user '*' must not begin with '*'"},
-      {u"~bob", u"The name of the user '~bob' must not begin with '~'"},
-      {u"$anonymous", u"The name of the user '$anonymous' must not begin with '$'"},
-      {u"@devs", u"The name of the user '@devs' must not begin with '@'"},
-      {u"&alias", u"The name of the user '&alias' must not begin with '&'"},
-      {u"#bob", u"The name of the user '#bob' must not begin with '#'"},
-      {u"a:b", u"The name of the user 'a:b' must not contain ':'"},
-      {u"a,b", u"The name of the user 'a,b' must not contain ','"},
-      {u"a=rw", u"The name of the user 'a=rw' must not contain '='"},
-      {u"[/]", u"The name of the user '[/]' must not contain '['"},
-      {u"a]", u"The name of the user 'a]' must not contain ']'"},
-      {u"%(x)s", u"The name of the user '%(x)s' must not contain '%'"},
-      {u"a b", u"The name of the user 'a b' must not contain ' '"},
       {u"a\nb", u"The name of the user 'a\uFFFDb' contains a control character"},
       {u"a\u007F", u"The name of the user 'a\uFFFD' contains a control character"},
       {std::u16string(u"a\0b", 3), u"The name of the user 'a\uFFFDb' contains a control character"},
       {u"a\xD800", u"The name of the user 'a\uFFFD' is not valid Unicode text"},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(UserNameProblem(row.name), row.problem);
-    EXPECT_EQ(GroupNameProblem(row.name).empty(), row.problem.empty());
+  for (const auto& [name, problem] : rows) {
+    EXPECT_EQ(UserNameProblem(name), problem);
+    EXPECT_EQ(GroupNameProblem(name).empty(), problem.empty());
   }
+  const auto expect_refused = [](const std::u16string& name, const char16_t* why, char16_t sign) {
+    EXPECT_EQ(UserNameProblem(name),
+              Format(u"The name of the user '%s' must not %s '%c'", name, why, sign));
+    EXPECT_NE(GroupNameProblem(name), u"");
+  };
+  for (const char16_t sign : std::u16string_view(u"*~$@&#"))
+    expect_refused(std::u16string{sign, u'x'}, u"begin with", sign);
+  for (const char16_t sign : std::u16string_view(u":,=[]% "))
+    expect_refused(std::u16string{u'a', sign, u'x'}, u"contain", sign);
   EXPECT_EQ(UserNameProblem(std::u16string(90, u'é')), u"");
   EXPECT_NE(UserNameProblem(std::u16string(91, u'é')), u"");
 }
@@ -75,17 +68,6 @@ TEST(NamesTest, RulePathsAreCanonicalAndFitASection) {
     EXPECT_NE(RulePathProblem(path), u"");
   }
   EXPECT_EQ(RulePathProblem(u"/a/"), u"The path '/a/' is not canonical");
-}
-
-TEST(NamesTest, AProblemIsAnInvalidParameter) {
-  RefuseIf(u"");
-  try {
-    RefuseIf(u"100% wrong");
-    ADD_FAILURE() << "accepted";
-  } catch (const WMIException& exception) {
-    EXPECT_EQ(exception.status(), WBEM_E_INVALID_METHOD_PARAMETERS);
-    EXPECT_EQ(exception.text(), u"100% wrong");
-  }
 }
 
 }  // namespace

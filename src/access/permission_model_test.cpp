@@ -99,18 +99,6 @@ TEST_F(PermissionModelTest, WhatTheFileCannotCarryIsRefusedButWhatItHasMayStay) 
   EXPECT_EQ(Rules(), "[/]\r\nalice=rw\r\n~carol=r\r\n\r\n");
 }
 
-TEST_F(PermissionModelTest, ALockThatCannotBeTakenNamesItsFile) {
-  std::filesystem::create_directories(Conf() + "/Kelvarion.lck");
-  try {
-    Set(u"/", {kAlice});
-    ADD_FAILURE() << "set";
-  } catch (const SvnException& exception) {
-    EXPECT_TRUE(exception.Message().starts_with(u"Cannot open file '")) << "lock";
-    EXPECT_NE(exception.Message().find(u"/r/conf/Kelvarion.lck'"), std::u16string::npos);
-  }
-  EXPECT_FALSE(std::filesystem::exists(RulesFile()));
-}
-
 // The files are written for Subversion's own reader; it has the last word on what they mean.
 TEST_F(PermissionModelTest, SubversionReadsTheRulesAsTheyWereMeant) {
   CreateGroup(context_, u"testers", {Account::User(u"carol")});
@@ -138,15 +126,6 @@ TEST_F(PermissionModelTest, SubversionReadsTheRulesAsTheyWereMeant) {
                              "--username", row.user, "--path", row.path, RulesFile()});
     EXPECT_EQ(result.all(), row.access) << row.user << " " << row.path;
   }
-}
-
-TEST_F(PermissionModelTest, GlobalRulesNeedWindowsAuthentication) {
-  EXPECT_TRUE(GetGlobalPermissions(context_).empty());
-  EXPECT_THROW(SetGlobalPermissions(context_, {}), SimpleException);
-  EXPECT_THROW(AddPermission(context_, std::nullopt, kAlice.account, kRead, Overwrite::kNo),
-               SimpleException);
-  EXPECT_FALSE(RemovePermission(context_, std::nullopt, kAlice.account));
-  EXPECT_FALSE(std::filesystem::exists(home_.root() + "/Kelvarion-GlobalWinAuthz.ini"));
 }
 
 }  // namespace

@@ -60,18 +60,6 @@ TEST_F(RepositoryMaintenanceTest, BothModesImportAndOthersAreRefused) {
   EXPECT_FALSE(std::filesystem::exists(home_.root() + "/other"));
 }
 
-// A client that is gone answers the first record so.
-TEST_F(RepositoryMaintenanceTest, AClientThatWantsNoMoreEndsTheImport) {
-  const std::string dump = home_.folder() + "/dump";
-  testing::RunProcess({"svnadmin", "dump", "-q", "-F", dump, home_.root() + "/demo"});
-  testing::SinkOptions gone;
-  gone.progress = WBEM_E_CALL_CANCELLED;
-  const Answer answer = Import(u"other", platform::Utf16ForDisplay(dump), 1, gone);
-  EXPECT_EQ(answer.status, WBEM_E_FAILED);
-  EXPECT_EQ(answer.Message(), u"Repository import has been cancelled.");
-  EXPECT_FALSE(std::filesystem::exists(home_.root() + "/other"));
-}
-
 TEST_F(RepositoryMaintenanceTest, AnswersAndStatusesAreThoseOfTheRepository) {
   EXPECT_EQ(host_.Call(kDemo, u"Upgrade").status, S_OK);
   EXPECT_EQ(host_.Call(kNone, u"Upgrade").status, WBEM_E_NOT_FOUND);

@@ -183,45 +183,5 @@ TEST_F(RepositoryChangesTest, OfSimultaneousCreationsOfOneNameOneWins) {
   EXPECT_TRUE(ListRepositories(context())[0].type.has_value());
 }
 
-// What a process of its own does until it is killed; the test below runs it.
-TEST(DISABLED_RepositoryChangesProcess, CreatesAndDeletesForever) {
-  std::u16string error;
-  const auto machine = platform::OpenMachine(std::getenv("KELVARION_TEST_HOME"), error);
-  ASSERT_TRUE(machine);
-  RegistryAccessor configuration(*machine->registry);
-  testing::CollectedEvents events;
-  const ServerContext context(configuration, events, *machine);
-  WriteFile(machine->home + "/started", "");
-  for (int i = 0;; ++i) {
-    const std::u16string name = Format(u"r%d", i % 3);
-    if (FindRepository(context, name)) DeleteRepository(context, name);
-    CreateRepository(context, name);
-  }
-}
-
-// Each round kills the process somewhere else, thousands of system calls apart.
-TEST_F(RepositoryChangesTest, AKilledProcessLeavesOnlyWholeRepositoriesAndNoWaste) {
-  const std::string program = fs::read_symlink("/proc/self/exe");
-  const std::string started = home_.folder() + "/started";
-  for (int round = 0; round < 14; ++round) {
-    testing::ChildProcess process({"env", "KELVARION_TEST_HOME=" + home_.folder(), program,
-                                   "--gtest_also_run_disabled_tests",
-                                   "--gtest_filter=DISABLED_RepositoryChangesProcess.*"});
-    while (!fs::remove(started)) std::this_thread::yield();
-    for (int looks = 0; looks < 15000 * round && !fs::exists(started);) ++looks;
-    process.Kill();
-    process.Wait();
-    for (const RepositoryRecord& record : ListRepositories(context())) {
-      EXPECT_TRUE(record.type.has_value());
-      EXPECT_EQ(ReadFile(std::string(record.path.begin(), record.path.end()) +
-                         "/conf/Kelvarion-SvnAuthz.ini"),
-                access::kAuthorizationHeader);
-    }
-  }
-  CreateRepository(context(), u"last");
-  EXPECT_FALSE(fs::exists(path(".kelvarion")));
-  EXPECT_THAT(ListRepositoryNames(context()), ::testing::Contains(u"last"));
-}
-
 }  // namespace
 }  // namespace kelvarion::repos

@@ -78,25 +78,5 @@ TEST_F(RepositoriesRootTest, TheServersAccountsGetInAndAreNotGrantedAgain) {
   EXPECT_EQ(list(), before);
 }
 
-// The workers of the web server commit to what an administrator with a strict umask made.
-TEST_F(RepositoriesRootTest, WorkersCanCommitToNewRepositoriesUnderAnyUmask) {
-  if (geteuid() != 0) GTEST_SKIP() << "only root's server runs its workers as another account";
-  fs::permissions(home_.folder(), fs::perms::others_exec, fs::perm_options::add);
-  const mode_t usual = umask(077);
-  Set(home_.folder() + "/srv", CreateMissing::kYes, AdjustPermissions::kYes);
-  CreateRepository(context(), u"demo");
-  umask(usual);
-  const auto commit = [&](const std::string& account, const std::string& folder) {
-    return testing::RunProcess({"setpriv", "--reuid", account, "--regid", "nogroup",
-                                "--clear-groups", "svn", "mkdir", "-q", "-m", "", "--config-dir",
-                                home_.folder() + "/none",
-                                "file://" + home_.folder() + "/srv/demo/" + folder});
-  };
-  EXPECT_EQ(commit("www-data", "a").all(), "");
-  EXPECT_EQ(commit("root", "b").all(), "");
-  EXPECT_EQ(commit("www-data", "c").all(), "");
-  EXPECT_NE(commit("nobody", "d").exit_code, 0);
-}
-
 }  // namespace
 }  // namespace kelvarion::repos

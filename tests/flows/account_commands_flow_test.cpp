@@ -1,4 +1,4 @@
-// Users and groups by the short commands, as people and scripts type them.
+// Users, groups and rules by the short commands, as people and scripts type them.
 #include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -120,6 +120,54 @@ TEST_F(AccountCommandsFlowTest, MembersAreAddedAndRemovedOneByOne) {
   EXPECT_EQ(server_.Ctl({"group", "list"}).names(), Words{"devs"});
   EXPECT_EQ(server_.Ctl({"enumerate", "Kelvarion_GroupMember"}).document.at("objects").size(), 2U);
   EXPECT_TRUE(server_.Ctl({"get", "Kelvarion_GroupMember.Group=\"devs\",Member=\"bob\""}).ok());
+}
+
+TEST_F(AccountCommandsFlowTest, RulesAreAddedSetAndRemovedOneByOne) {
+  for (const Words& words : {Words{"repository", "create", "demo"}, {"group", "create", "devs"}})
+    ASSERT_TRUE(server_.Ctl(words).ok());
+  const auto access = [&](Words words) {
+    words.insert(words.begin(), "access");
+    return server_.Ctl(words);
+  };
+  const auto rules = [&](const Words& where) {
+    std::string shown;
+    const Reply reply = access(where);
+    for (const Json& rule : reply.document["objects"])
+      shown += rule["Path"].get<std::string>() + " " + rule["Account"].get<std::string>() + " " +
+               rule["Access"].dump() + ";";
+    return shown;
+  };
+  const struct {
+    Words words;
+    std::uint32_t status;
+    const char* rules;  // All there are afterwards.
+  } steps[] = {
+      {{"add", "demo", "/", "@devs", "write"}, 0, "/ @devs 2;"},
+      {{"add", "demo", "/a", "bob", "r"}, 0, "/ @devs 2;/a bob 1;"},
+      {{"add", "demo", "/a", "bob", "none"}, 0x80041019, "/ @devs 2;/a bob 1;"},
+      {{"set", "demo", "/a", "bob", "none"}, 0, "/ @devs 2;/a bob 0;"},
+      {{"add", "demo", "/", "bob", "1"}, 0, "/ @devs 2;/ bob 1;/a bob 0;"},
+      {{"remove", "demo", "/", "@devs"}, 0, "/ bob 1;/a bob 0;"},
+      {{"add", "demo", "/", "bob"}, 2, "/ bob 1;/a bob 0;"},
+      {{"add", "demo", "/", "bob", "rwx"}, 2, "/ bob 1;/a bob 0;"},
+      {{"add", "--global", "demo", "/", "bob", "read"}, 2, "/ bob 1;/a bob 0;"},
+      {{"remove", "--global", "bob", "extra"}, 2, "/ bob 1;/a bob 0;"},
+  };
+  for (const auto& step : steps) {
+    const Reply reply = access(step.words);
+    EXPECT_EQ(step.status == 2 ? reply.process.exit_code : reply.status(), step.status)
+        << ::testing::PrintToString(step.words);
+    EXPECT_EQ(rules({"list"}), step.rules) << ::testing::PrintToString(step.words);
+  }
+  EXPECT_EQ(rules({"list", "demo", "/a/x"}), "/a bob 0;");
+  // The same words while the server uses the accounts of the machine.
+  ASSERT_TRUE(server_.Ctl({"settings", "set", "UseWindowsAuth", "1"}).ok());
+  EXPECT_TRUE(access({"add", "--global", "root", "read"}).ok());
+  EXPECT_TRUE(access({"add", "demo", "/", "S-1-5-18", "2"}).ok());
+  EXPECT_EQ(rules({"list", "--global"}), "/ S-1-22-1-0 1;");
+  EXPECT_EQ(rules({"list", "demo", "/"}), "/ S-1-5-18 2;/ S-1-22-1-0 1;");
+  ASSERT_TRUE(access({"remove", "--global", "root"}).ok());
+  EXPECT_EQ(rules({"list"}), "/ S-1-5-18 2;");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "platform/security/accounts.h"
 #include "platform/text/encoding.h"
 #include "tests/flows/login_server.h"
+#include "tests/support/account_rules_server.h"
 #include "tests/support/pam_matrix.h"
 #include "tests/support/temporary_folder.h"
 
@@ -41,19 +42,31 @@ TEST_F(AccountLoginFlowTest, ThePasswordOfAnAccountLetsItIn) {
       << "the account has one name, however it was called";
 }
 
-TEST_F(AccountLoginFlowTest, ARuleForAUnixGroupCountsForItsMembers) {
-  const MachineAccount member("sesame");
-  const MachineAccount stranger("sesame");
-  LoginServer server;
-  ASSERT_TRUE(server.Ctl(RealServer::SetRules("demo", "/", {{member.GroupSid(), 2}})).ok());
+TEST_F(AccountLoginFlowTest, RulesHoldForWhoeverLoggedIn) {
+  const MachineAccount reader("reads");
+  const MachineAccount writer("writes");
+  const MachineAccount stranger("strange");
+  const LoginServer server;
+  ASSERT_TRUE(server.Call("Kelvarion_Repository", "Create", {"Name=hidden"}).ok());
+  for (const auto& [repository, rules] :
+       {std::pair{"demo", Rules{{reader.Sid(), 1}, {writer.GroupSid(), 2}}},
+        std::pair{"hidden", Rules{{stranger.Sid(), 1}}}})
+    ASSERT_TRUE(server.Ctl(RealServer::SetRules(repository, "/", rules)).ok());
   server.Start();
-  const auto make = [&](const MachineAccount& account, const char* folder) {
-    return server.Svn(account.name(), "sesame",
-                      {"mkdir", "-m", "New", server.Url("demo/") + folder});
+  const auto outcome = [&](const MachineAccount& account, const char* password, const char* path,
+                           std::vector<std::string> words) {
+    words.push_back(server.Url(path));
+    return Outcome(server.Svn(account.name(), password, words));
   };
-  EXPECT_EQ(make(member, "a").exit_code, 0) << server.Log();
-  EXPECT_THAT(make(stranger, "b").err, HasSubstr("E175013"));
-  EXPECT_THAT(server.Svn(member.name(), "sesame", {"ls", server.Url("demo")}).out, HasSubstr("a/"));
+  EXPECT_EQ(outcome(reader, "reads", "demo", {"ls"}), "allowed");
+  EXPECT_EQ(outcome(reader, "reads", "demo/by reader", {"mkdir", "-m", "New"}), "403");
+  EXPECT_EQ(outcome(writer, "writes", "demo/by writer", {"mkdir", "-m", "New"}), "allowed");
+  EXPECT_EQ(outcome(stranger, "strange", "demo", {"ls"}), "403");
+  EXPECT_EQ(server.HttpStatus(writer.name(), "wrong", server.Url("demo/")), 401);
+  std::string page;
+  EXPECT_EQ(server.HttpStatus(reader.name(), "reads", server.Url(), &page), 200);
+  EXPECT_THAT(page, HasSubstr("\"demo/\""));
+  EXPECT_THAT(page, ::testing::Not(HasSubstr("hidden")));
 }
 
 TEST_F(AccountLoginFlowTest, WhatChangesAboutAnAccountCountsOnceTheMemoryOfItIsOver) {

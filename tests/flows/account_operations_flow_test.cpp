@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <filesystem>
-
 #include "tests/support/account_rules_server.h"
 
 namespace kelvarion::testing {
 namespace {
 
-namespace fs = std::filesystem;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -51,9 +48,6 @@ class AccountOperationsFlowTest : public ::testing::Test {
     return accounts.server.folder + "/text";
   }
   std::string Url(const std::string& path) const { return accounts.server.Url("demo") + path; }
-  std::string Copy(const std::string& user) const {
-    return accounts.server.folder + "/copy of " + user;
-  }
 
   AccountRulesServer accounts;
 };
@@ -125,26 +119,6 @@ TEST_F(AccountOperationsFlowTest, HistoryTellsNothingOfWhatCannotBeRead) {
   EXPECT_THAT(accounts.Svn("alice", {"ls", "-R", Url("/")}).all(), Not(HasSubstr("secret")));
   EXPECT_THAT(accounts.Svn("alice", {"diff", "-c2", Url("/")}).all(), Not(HasSubstr("classified")));
   EXPECT_THAT(accounts.Svn("admin", {"log", "-v", Url("/")}).all(), HasSubstr("Add plans"));
-}
-
-TEST_F(AccountOperationsFlowTest, WorkingCopiesFollowTheRules) {
-  const std::string copy = Copy("bob");
-  EXPECT_EQ(Outcome(accounts.Svn("bob", {"checkout", Url("/trunk"), copy})), "allowed");
-  EXPECT_FALSE(fs::exists(copy + "/secret"));
-
-  WriteText(copy + "/open/words", "more words\n");
-  WriteText(copy + "/mixed/keep/note", "note\n");
-  EXPECT_EQ(RunProcess({"svn", "add", copy + "/mixed/keep/note"}).exit_code, 0);
-  EXPECT_EQ(Outcome(accounts.Svn("bob", {"commit", "-m", "Both", copy})), "403");
-  EXPECT_EQ(Outcome(accounts.Svn("bob", {"commit", "-m", "One", copy + "/open"})), "allowed");
-
-  RuleTexts rules = kRules;
-  rules.erase("/trunk/secret");
-  rules["/trunk/open"] = {{kBob, ""}};
-  accounts.SetRules(rules);
-  EXPECT_EQ(Outcome(accounts.Svn("bob", {"update", copy})), "allowed");
-  EXPECT_EQ(ReadText(copy + "/secret/plans"), "classified\n");
-  EXPECT_FALSE(fs::exists(copy + "/open/plans"));
 }
 
 TEST_F(AccountOperationsFlowTest, NoSpellingOfAnAddressLeadsAroundTheRules) {

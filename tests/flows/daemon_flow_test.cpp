@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -185,59 +184,6 @@ TEST(DaemonFlowTest, AKilledDaemonIsReplacedAndASecondOneRefused) {
   EXPECT_TRUE(server.Ctl({"get", "Kelvarion_VersionInfo=@"}).ok());
   EXPECT_EQ(next.Terminate().exit_code, 0);
   EXPECT_FALSE(fs::exists(server.File("kelvariond.sock")));
-}
-
-// Mixed requests of many clients, the last of them while the daemon is told to end.
-TEST(DaemonFlowTest, ManyClientsAreServedAtTheSameTime) {
-  constexpr int kClients = 64;
-  const RealServer server;
-  ASSERT_TRUE(server.Call("Kelvarion_Repository", "Create", {"Name=demo"}).ok());
-  RunningDaemon daemon(server);
-  std::atomic<int> answers = 0;
-  std::atomic<int> failures = 0;
-  std::atomic<bool> ending = false;
-  const auto client = [&](int number) {
-    const std::string user = "user" + std::to_string(number);
-    const std::string path = "Kelvarion_User.Name=\"" + user + "\"";
-    const std::pair<const char*, Json> requests[] = {
-        {"call",
-         {{"path", "Kelvarion_User"},
-          {"method", "Create"},
-          {"parameters", {{"Name", user}, {"Password", "secret"}}}}},
-        {"get", {{"path", path}}},
-        {"get", {{"path", "Kelvarion_VersionInfo=@"}}},
-        {"enumerate", {{"class", "Kelvarion_Repository"}}},
-        {"call",
-         {{"path", "Kelvarion_Repository.Name=\"demo\""},
-          {"method", "GetSecurity"},
-          {"parameters", {{"Path", "/"}}}}},
-        {"call",
-         {{"path", "Kelvarion_User"}, {"method", "Delete"}, {"parameters", {{"Name", user}}}}},
-    };
-    try {
-      const platform::Descriptor connection = daemon.Connect();
-      while (!ending) {
-        for (const auto& [kind, body] : requests) {
-          if (Ask(connection, kind, body) != 0 && !ending) ++failures;
-          ++answers;
-        }
-      }
-    } catch (const Exception&) {
-      // The connection goes when the daemon does.
-      if (!ending) ++failures;
-    }
-  };
-  std::vector<std::thread> clients;
-  for (int i = 0; i < kClients; ++i) clients.emplace_back(client, i);
-  // However busy the machine is: as long as each client gets an answer now and then.
-  for (int enough = kClients; enough <= 40 * kClients && !HasFailure(); enough += kClients) {
-    EXPECT_TRUE(Eventually([&] { return answers >= enough || failures > 0; }));
-  }
-  ending = true;
-  EXPECT_EQ(daemon.Terminate().exit_code, 0);
-  for (std::thread& each : clients) each.join();
-  EXPECT_EQ(failures, 0);
-  EXPECT_EQ(server.Ctl({"enumerate", "Kelvarion_Repository"}).names(), Words{"demo"});
 }
 
 // Several imports at once, each cancelled by another client as soon as it reports progress.

@@ -29,6 +29,7 @@ class MachineAccount {
   MachineAccount& operator=(const MachineAccount&) = delete;
 
   const std::string& name() const { return name_; }
+  std::string Sid() const { return "S-1-22-1-" + std::to_string(getpwnam(name_.c_str())->pw_uid); }
   // The SID of the Unix group that has the account alone.
   std::string GroupSid() const {
     return "S-1-22-2-" + std::to_string(getpwnam(name_.c_str())->pw_gid);

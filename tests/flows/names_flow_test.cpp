@@ -66,38 +66,10 @@ class NamesFlowTest : public ::testing::Test {
 };
 
 TEST_F(NamesFlowTest, RepositoryNamesStayInTheRoot) {
-  const std::string names[] = {".",
-                               "..",
-                               "...",
-                               "../canary",
-                               "..\\canary",
-                               "../../canary",
-                               "a/b",
-                               "a\\b",
-                               "/tmp",
-                               "demo/",
-                               "demo/conf",
-                               "demo/../../canary",
-                               "a\tb",
-                               "a\nb",
-                               "a\x7f",
-                               "CON",
-                               "nul.txt",
-                               "a:b",
-                               "a*",
-                               "a?",
-                               "a<b",
-                               "a|b",
-                               "a\"b",
-                               "demo.",
-                               " demo",
-                               "demo ",
-                               "htpasswd",
-                               ".kelvarion",
-                               "!",
-                               "\u00a0",
-                               "groups.conf.tmp",
-                               std::string(256, 'x')};
+  // The unit tests of names have them all.
+  const std::string names[] = {
+      "..",  "../canary",         "..\\canary", "/tmp",     "demo/conf",          "a\nb",
+      "CON", "demo/../../canary", " demo",      "htpasswd", std::string(256, 'x')};
   for (const std::string& name : names) {
     const auto call = [&](const char* method, const std::vector<std::string>& parameters) {
       ExpectRefused(server.Call("Kelvarion_Repository", method, parameters),
@@ -132,24 +104,7 @@ TEST_F(NamesFlowTest, ObjectPathsDoNotLeadOutOfTheRoot) {
 }
 
 TEST_F(NamesFlowTest, AccountNamesCannotChangeTheMeaningOfTheFiles) {
-  const std::string names[] = {"",
-                               "*",
-                               "~bob",
-                               "$authenticated",
-                               "@x",
-                               "&alias",
-                               "#bob",
-                               "a:b",
-                               "a,b",
-                               "a=b",
-                               "[groups]",
-                               "a]",
-                               "%(x)s",
-                               "a b",
-                               "a\tb",
-                               "a\r\nb",
-                               "bob:$apr1$x\n",
-                               "\x01"};
+  const std::string names[] = {"", "*", "~bob", "@x", "a:b", "a,b", "[groups]", "%(x)s", "a\r\nb"};
   for (const std::string& name : names) {
     const auto user = [&](const char* method, const std::vector<std::string>& parameters) {
       return server.Call("Kelvarion_User", method, parameters);
@@ -186,24 +141,15 @@ TEST_F(NamesFlowTest, AccountNamesCannotChangeTheMeaningOfTheFiles) {
 }
 
 TEST_F(NamesFlowTest, RulePathsCannotBreakTheRulesFile) {
-  const struct {
-    std::string path;
-    std::uint32_t status;
-  } rows[] = {{"", kInvalidPath},
-              {" \t", kInvalidPath},
-              {"trunk", kInvalidParameter},
-              {"/a]b", kInvalidParameter},
-              {"/a\nb", kInvalidParameter},
-              {"/a\r\n[/]\r\n*=rw", kInvalidParameter},
-              {"/a/", kInvalidParameter},
-              {"/a//b", kInvalidParameter},
-              {"/a/../b", kInvalidParameter},
-              {"/./a", kInvalidParameter},
-              {"//", kInvalidParameter},
-              {"demo:/", kInvalidParameter}};
-  for (const auto& row : rows)
-    ExpectRefused(server.Ctl(RealServer::SetRules("demo", row.path, {{"bob", 2}})),
-                  "the path '" + row.path + "'", row.status);
+  const std::pair<std::string, std::uint32_t> rows[] = {{"", kInvalidPath},
+                                                        {"trunk", kInvalidParameter},
+                                                        {"/a]b", kInvalidParameter},
+                                                        {"/a/../b", kInvalidParameter},
+                                                        {"/a\r\n[/]\r\n*=rw", kInvalidParameter},
+                                                        {"demo:/", kInvalidParameter}};
+  for (const auto& [path, status] : rows)
+    ExpectRefused(server.Ctl(RealServer::SetRules("demo", path, {{"bob", 2}})),
+                  "the path '" + path + "'", status);
   ExpectNothingTouched("a refused path");
 }
 
@@ -220,26 +166,6 @@ TEST_F(NamesFlowTest, HarmlessStrangeNamesWork) {
     EXPECT_TRUE(server.Call("Kelvarion_Repository", "Delete", {"Name=" + name + "2"}).ok()) << name;
   }
   ExpectNothingTouched("strange names");
-}
-
-// Deleting by a link must not follow it.
-TEST_F(NamesFlowTest, DeletingALinkLeavesWhatItPointsTo) {
-  fs::create_directory_symlink(server.folder + "/canary", server.root + "/link");
-  server.Call("Kelvarion_Repository", "Delete", {"Name=link"});
-  EXPECT_EQ(RunProcess({"svnlook", "youngest", server.folder + "/canary"}).out, "0\n");
-  std::error_code ignored;
-  fs::remove(server.root + "/link", ignored);
-  ExpectNothingTouched("deleting a link");
-}
-
-TEST_F(NamesFlowTest, AnotherLetterCaseIsTheSameRepository) {
-  ExpectRefused(server.Call("Kelvarion_Repository", "Create", {"Name=DEMO"}), "another case",
-                0x80041001);
-  EXPECT_EQ(server.Ctl({"get", "Kelvarion_Repository.Name=\"DEMO\""}).names(),
-            std::vector<std::string>{"demo"});
-  EXPECT_TRUE(server.Call("Kelvarion_Repository", "Rename", {"OldName=demo", "NewName=Demo"}).ok());
-  EXPECT_TRUE(server.Call("Kelvarion_Repository", "Delete", {"Name=dEMO"}).ok());
-  EXPECT_FALSE(fs::exists(server.root + "/Demo"));
 }
 
 }  // namespace

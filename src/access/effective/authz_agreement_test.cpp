@@ -204,29 +204,5 @@ TEST(AuthzAgreementTest, DecidesAsSubversionDoesAndNamesARuleThatIsEnough) {
   EXPECT_LT(refused, 140);
 }
 
-// The tool that administrators ask, and Apache's own way of reading both files.
-TEST(AuthzAgreementTest, DecidesAsTheToolDoes) {
-  const testing::TemporaryFolder folder;
-  const std::string groups_file = folder.native() + "/groups.conf";
-  const std::string rules_file = folder.native() + "/rules";
-  for (unsigned seed = 1000; seed < 1012; ++seed) {
-    const RandomRules texts(seed, Flavour::kPlain);
-    SCOPED_TRACE(texts.groups + texts.rules);
-    testing::WriteFile(groups_file, texts.groups);
-    testing::WriteFile(rules_file, texts.rules);
-    const AuthzGroups groups(texts.groups);
-    const AuthzRules rules(texts.rules, groups);
-    for (const char* user : {"alice", "carol", "stranger"}) {
-      const char* const path = "/a/b";
-      const testing::ProcessResult tool =
-          testing::RunProcess({"svnauthz", "accessof", "--username", user, "--path", path,
-                               "--repository", "repo", "--groups-file", groups_file, rules_file});
-      constexpr const char* kWords[] = {"no\n", "r\n", "rw\n"};
-      const AuthzDecision decision = rules.Decide(rules.LevelsOf("repo", path), {user});
-      EXPECT_EQ(tool.out, kWords[static_cast<int>(decision.access)]) << user << tool.all();
-    }
-  }
-}
-
 }  // namespace
 }  // namespace kelvarion::access

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 #include "access/permission_model.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
@@ -33,49 +31,6 @@ constexpr const char16_t* kClass = u"PS_SvnAccessRule";
 constexpr const char16_t* kRoot = u"S-1-22-1-0";
 constexpr const char16_t* kSystem = u"S-1-5-18";
 constexpr const char16_t* kGone = u"S-1-5-21-1-2-3-4";
-
-// Counts how often each SID is looked up.
-class CountingAuthority final : public platform::SecurityAuthority {
- public:
-  CountingAuthority(std::unique_ptr<SecurityAuthority> real,
-                    std::shared_ptr<std::map<std::u16string, int>> lookups)
-      : real_(std::move(real)), lookups_(std::move(lookups)) {}
-
-  Win32Error LookupAccountSid(const std::u16string& sid,
-                              platform::AccountName& out) const override {
-    ++(*lookups_)[sid];
-    return real_->LookupAccountSid(sid, out);
-  }
-  Win32Error NormalizeSid(const std::u16string& text, std::u16string& out) const override {
-    return real_->NormalizeSid(text, out);
-  }
-  Win32Error LookupAccountName(const std::u16string& name, std::u16string& sid) const override {
-    return real_->LookupAccountName(name, sid);
-  }
-  Win32Error GetAccountSids(const std::u16string& sid, Strings& sids) const override {
-    return real_->GetAccountSids(sid, sids);
-  }
-  Win32Error GetGroupMembers(const std::u16string& group, Strings& sids) const override {
-    return real_->GetGroupMembers(group, sids);
-  }
-  Win32Error SetGroupMembers(const std::u16string& group, const Strings& sids) override {
-    return real_->SetGroupMembers(group, sids);
-  }
-  Win32Error CreateGroup(const std::u16string& group) override { return real_->CreateGroup(group); }
-  Win32Error ReadFolderAccess(const std::u16string& folder,
-                              std::vector<platform::AccessGrant>& out) const override {
-    return real_->ReadFolderAccess(folder, out);
-  }
-  Win32Error WriteFolderAccess(const std::u16string& folder,
-                               const std::vector<platform::AccessGrant>& grants,
-                               bool protect) override {
-    return real_->WriteFolderAccess(folder, grants, protect);
-  }
-
- private:
-  std::unique_ptr<SecurityAuthority> real_;
-  std::shared_ptr<std::map<std::u16string, int>> lookups_;
-};
 
 class PsAccessRuleTest : public ::testing::Test {
  protected:
@@ -153,8 +108,7 @@ TEST_F(PsAccessRuleTest, RulesAreAddedOnceAndFoundByTheirKeys) {
       {u"dEMO", u"/", u"s-1-22-1-0", 2, false, S_OK, u"Demo:/ S-1-22-1-0 Unix User\\root 2", u""},
       {u"Demo", u"/", kRoot, 0, false, WBEM_E_ALREADY_EXISTS, u"",
        u"Cannot add access rule \"Demo\", \"/\", \"Unix User\\root\" because it already exists "
-       u"(use -Force to "
-       u"overwrite)"},
+       u"(use -Force to overwrite)"},
       {u"Demo", u"/", kRoot, 0, true, S_OK, u"Demo:/ S-1-22-1-0 Unix User\\root 0", u""},
       {u"Demo", u"/a", kGone, 1, false, S_OK, u"Demo:/a S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1", u""},
       {u"*", u"/", kSystem, 1, false, S_OK, u"global S-1-5-18 NT AUTHORITY\\SYSTEM 1", u""},
@@ -162,10 +116,7 @@ TEST_F(PsAccessRuleTest, RulesAreAddedOnceAndFoundByTheirKeys) {
       {u"none", u"/", kSystem, 1, false, WBEM_E_NOT_FOUND, u"", nullptr},
       {u"Demo", u"/a/", kRoot, 1, false, WBEM_E_INVALID_METHOD_PARAMETERS, u"",
        u"Cannot add access rule \"Demo\", \"/a/\", \"Unix User\\root\" because it specifies a "
-       u"non-canonical "
-       u"path '/a/'"},
-      {u"Demo", u"/a//b", kRoot, 1, true, WBEM_E_INVALID_METHOD_PARAMETERS, u"", nullptr},
-      {u"Demo", u"/a/../b", kRoot, 1, true, WBEM_E_INVALID_METHOD_PARAMETERS, u"", nullptr},
+       u"non-canonical path '/a/'"},
       {u"Demo", u"/b", kRoot, 3, false, WBEM_E_INVALID_METHOD_PARAMETERS, u"", nullptr},
       {u"Demo", u"/b", u"root", 1, false, WBEM_E_FAILED, u"", nullptr},
   };
@@ -293,19 +244,6 @@ TEST_F(PsAccessRuleTest, TheNearestRuleOfEachAccountIsInForce) {
     in.Set(kPath, u"/trunk");
   });
   EXPECT_EQ(LinesOut(by_object).size(), 3u);
-}
-
-TEST_F(PsAccessRuleTest, EachAccountIsLookedUpOnceHoweverManyRulesItHas) {
-  constexpr int kPaths = 1500;
-  std::string rules;
-  for (int i = 0; i < kPaths; ++i)
-    rules += "[/p" + std::to_string(i) + "]\nS-1-22-1-0 = rw\nS-1-5-21-1-2-3-4 = r\n";
-  testing::WriteFile(home_.root() + "/Demo/conf/Kelvarion-WinAuthz.ini", rules);
-  const auto lookups = std::make_shared<std::map<std::u16string, int>>();
-  platform::Machine& machine = *home_.machine();
-  machine.security = std::make_unique<CountingAuthority>(std::move(machine.security), lookups);
-  EXPECT_EQ(host_.Enumerate(kClass).objects.size(), 2u * kPaths);
-  EXPECT_EQ(*lookups, (std::map<std::u16string, int>{{kRoot, 1}, {kGone, 1}}));
 }
 
 TEST_F(PsAccessRuleTest, WithSubversionAuthenticationEverythingIsRefused) {

@@ -3,9 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
+#include <sstream>
 
-#include "platform/files/files.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
 #include "tests/provider_host/provider_host.h"
@@ -17,7 +16,6 @@ namespace {
 
 using testing::Answer;
 using Strings = std::vector<std::u16string>;
-using Parameters = std::vector<std::pair<const char16_t*, const char16_t*>>;
 
 class PsRepositoryTest : public ::testing::Test {
  protected:
@@ -25,12 +23,34 @@ class PsRepositoryTest : public ::testing::Test {
     for (const char16_t* name : {u"repo10", u"repo2", u"Repo1"})
       repos::CreateRepository(home_.context(), name);
   }
-  Answer Call(const std::u16string& path, const char16_t* method, const Parameters& texts,
-              std::pair<const char16_t*, std::uint32_t> number = {nullptr, 0}) {
-    if (texts.empty() && !number.first) return host_.Call(path, method);
+  // "REPOSITORY METHOD NAME=VALUE …", where the class itself is "*" and a value a digit, true or
+  // text.
+  Answer Call(const std::string& text) {
+    std::istringstream words(text);
+    std::u16string repository, method;
+    const auto next = [&](std::u16string& word) {
+      std::string native;
+      words >> native;
+      word = platform::Utf16ForDisplay(native);
+      return !word.empty();
+    };
+    next(repository) && next(method);
+    const std::u16string path =
+        u"PS_SvnRepository" + (repository == u"*" ? u"" : u".Name=\"" + repository + u"\"");
+    std::vector<std::u16string> parameters;
+    for (std::u16string word; next(word);) parameters.push_back(word);
+    if (parameters.empty()) return host_.Call(path, method);
     return host_.Call(path, method, [&](WMIObject& in) {
-      for (const auto& [name, value] : texts) in.Set(Property<std::u16string>{name}, value);
-      if (number.first) in.Set(Property<std::uint32_t>{number.first}, number.second);
+      for (const std::u16string& parameter : parameters) {
+        const std::size_t sign = parameter.find(u'=');
+        const std::u16string name = parameter.substr(0, sign), value = parameter.substr(sign + 1);
+        if (value.size() == 1 && value < u":")
+          in.Set(Property<std::uint32_t>{name.c_str()}, std::uint32_t{value[0]} - u'0');
+        else if (value == u"true")
+          in.Set(Property<bool>{name.c_str()}, true);
+        else
+          in.Set(Property<std::u16string>{name.c_str()}, value);
+      }
     });
   }
   static std::u16string Name(const Answer& answer) {
@@ -38,9 +58,6 @@ class PsRepositoryTest : public ::testing::Test {
     return answer.object()
         .Get(Property<WMIObject>{u"CmdletOutput"})
         .Get(Property<std::u16string>{u"Name"});
-  }
-  std::u16string Path(const std::string& name) {
-    return platform::PathFromNative(home_.folder() + "/" + name);
   }
 
   testing::TestHome home_;
@@ -58,107 +75,44 @@ TEST_F(PsRepositoryTest, RepositoriesAreListedForPeopleAndFoundInAnyCase) {
   EXPECT_EQ(host_.Get(u"PS_SvnRepository.Name=\"none\"").status, WBEM_E_NOT_FOUND);
 }
 
-struct Refusal {
-  const char16_t* path;
-  const char16_t* method;
-  Parameters texts;
-  std::pair<const char16_t*, std::uint32_t> number;
-  HRESULT status;
-  const char16_t* message;
-};
-
-constexpr HRESULT kInvalid = WBEM_E_INVALID_METHOD_PARAMETERS;
-constexpr const char16_t* kClass = u"PS_SvnRepository";
-constexpr const char16_t* kOwn = u"PS_SvnRepository.Name=\"repo2\"";
-const Refusal kRefusals[] = {
-    {kClass, u"Create", {{u"Name", u"x"}}, {u"Type", 3}, kInvalid, u""},
-    {kClass,
-     u"Create",
-     {{u"Name", u"x"}, {u"MasterServer", u"m"}},
-     {u"Type", 0},
-     kInvalid,
-     u"Parameter 'MasterServer' cannot be specified when creating a repository of this type"},
-    {kClass,
-     u"Create",
-     {{u"Name", u"x"}, {u"MasterRepository", u"m"}},
-     {u"Type", 1},
-     kInvalid,
-     u"Parameter 'MasterRepository' cannot be specified when creating a repository of this type"},
-    {kClass,
-     u"Create",
-     {{u"Name", u"x"}},
-     {u"Type", 2},
-     kInvalid,
-     u"Parameter 'MasterServer' must be defined when creating a repository of this type"},
-    {kOwn,
-     u"Convert",
-     {},
-     {u"TargetType", 2},
-     kInvalid,
-     u"Unsupported value for 'TargetType' parameter"},
-    {kOwn, u"Convert", {}, {u"TargetType", 3}, kInvalid, u""},
-    {kOwn, u"Switch", {}, {u"Role", 2}, kInvalid, u""},
-    {kOwn,
-     u"Switch",
-     {{u"MasterServer", u"m"}},
-     {u"Role", 0},
-     kInvalid,
-     u"Parameter 'MasterServer' cannot be specified when converting to OrmuMaster repository"},
-    {kOwn,
-     u"Switch",
-     {},
-     {u"Role", 0},
-     WBEM_E_FAILED,
-     u"This operation is supported only for slave ORMU repositories."},
-    {kOwn,
-     u"Switch",
-     {{u"MasterServer", u"m"}},
-     {u"Role", 1},
-     WBEM_E_FAILED,
-     u"This operation is supported only for master ORMU repositories."},
-    {kOwn,
-     u"Set",
-     {{u"MasterServer", u"m"}},
-     {nullptr, 0},
-     WBEM_E_NOT_SUPPORTED,
-     u"This operation is only supported for ORMU slave repositories"},
-    {kOwn,
-     u"Sync",
-     {},
-     {nullptr, 0},
-     WBEM_E_FAILED,
-     u"This operation is supported only for slave ORMU repositories."},
-    {kOwn,
-     u"Suspend",
-     {},
-     {nullptr, 0},
-     WBEM_E_FAILED,
-     u"This operation is supported only for ORMU repositories."},
-    {kOwn,
-     u"GetReplication",
-     {},
-     {nullptr, 0},
-     WBEM_E_NOT_SUPPORTED,
-     u"This operation is only supported for ORMU master repositories"},
-    {kClass,
-     u"Import",
-     {{u"Path", u"dumps/a"}},
-     {nullptr, 0},
-     kInvalid,
-     u"Parameter 'Path' should be absolute or a network path to the repository or dump file you "
-     u"would like to import"},
-    {kClass,
-     u"Import",
-     {{u"Path", u"/none/a.dump"}},
-     {nullptr, 0},
-     WBEM_E_FAILED,
-     u"The path '/none/a.dump' does not exist."},
-    {u"PS_SvnRepository.Name=\"none\"", u"Test", {}, {nullptr, 0}, WBEM_E_NOT_FOUND, u""},
-};
-
 TEST_F(PsRepositoryTest, RefusedParametersChangeNothingAndAreNamed) {
-  for (const Refusal& row : kRefusals) {
-    const Answer answer = Call(row.path, row.method, row.texts, row.number);
+  constexpr HRESULT kInvalid = WBEM_E_INVALID_METHOD_PARAMETERS;
+  const struct {
+    const char* call;
+    HRESULT status;
+    const char16_t* message;
+  } rows[] = {
+      {"* Create Name=x Type=3", kInvalid, u""},
+      {"* Create Name=x Type=0 MasterServer=m", kInvalid,
+       u"Parameter 'MasterServer' cannot be specified when creating a repository of this type"},
+      {"* Create Name=x Type=1 MasterRepository=m", kInvalid,
+       u"Parameter 'MasterRepository' cannot be specified when creating a repository of this type"},
+      {"* Create Name=x Type=2", kInvalid,
+       u"Parameter 'MasterServer' must be defined when creating a repository of this type"},
+      {"repo2 Convert TargetType=2", kInvalid, u"Unsupported value for 'TargetType' parameter"},
+      {"repo2 Convert TargetType=3", kInvalid, u""},
+      {"repo2 Switch Role=2", kInvalid, u""},
+      {"repo2 Switch Role=0 MasterServer=m", kInvalid,
+       u"Parameter 'MasterServer' cannot be specified when converting to OrmuMaster repository"},
+      {"repo2 Switch Role=0", WBEM_E_FAILED,
+       u"This operation is supported only for slave ORMU repositories."},
+      {"repo2 Switch Role=1 MasterServer=m", WBEM_E_FAILED,
+       u"This operation is supported only for master ORMU repositories."},
+      {"repo2 Set MasterServer=m", WBEM_E_NOT_SUPPORTED,
+       u"This operation is only supported for ORMU slave repositories"},
+      {"repo2 Sync", WBEM_E_FAILED,
+       u"This operation is supported only for slave ORMU repositories."},
+      {"repo2 Suspend", WBEM_E_FAILED, u"This operation is supported only for ORMU repositories."},
+      {"repo2 GetReplication", WBEM_E_NOT_SUPPORTED,
+       u"This operation is only supported for ORMU master repositories"},
+      {"* Import Path=dumps/a", kInvalid,
+       u"Parameter 'Path' should be absolute or a network path to the repository or dump file you "
+       u"would like to import"},
+      {"* Import Path=/none/a.dump", WBEM_E_FAILED, u"The path '/none/a.dump' does not exist."},
+      {"none Test", WBEM_E_NOT_FOUND, u""},
+  };
+  for (const auto& row : rows) {
+    const Answer answer = Call(row.call);
     EXPECT_EQ(answer.status, row.status);
     EXPECT_TRUE(answer.Message().starts_with(row.message))
         << platform::Utf8ForDisplay(answer.Message());
@@ -170,48 +124,34 @@ TEST_F(PsRepositoryTest, AnImportIsNamedByItsSourceUnlessNamed) {
   const std::string repository = home_.root() + "/repo2";
   testing::RunProcess({"svn", "mkdir", "-mone", "-q", "file://" + repository + "/trunk"});
   const std::string dump = testing::RunProcess({"svnadmin", "dump", "-q", repository}).out;
-  for (const char* name : {"project.dump", "tree.dump.1"})
-    std::ofstream(home_.folder() + "/" + name, std::ios::binary) << dump;
+  for (const char* name : {"/project.dump", "/tree.dump.1"})
+    testing::WriteFile(home_.folder() + name, dump);
   std::filesystem::create_directories(home_.folder() + "/elsewhere");
   testing::RunProcess({"svnadmin", "hotcopy", repository, home_.folder() + "/elsewhere/proj"});
 
-  const struct {
-    std::u16string path;
-    const char16_t* destination;
-    const char16_t* name;
-  } rows[] = {
-      {Path("project.dump"), nullptr, u"project"}, {Path("tree.dump.1"), nullptr, u"tree.dump"},
-      {Path("project.dump"), u"other", u"other"},  {Path("elsewhere/proj/"), nullptr, u"proj"},
-      {Path("elsewhere/proj"), u"copy", u"copy"},
+  const std::pair<const char*, const char*> rows[] = {
+      {"/project.dump", "project"},
+      {"/tree.dump.1", "tree.dump"},
+      {"/project.dump DestinationName=other", "other"},
+      {"/elsewhere/proj/", "proj"},
   };
-  for (const auto& row : rows) {
-    Parameters texts{{u"Path", row.path.c_str()}};
-    if (row.destination) texts.emplace_back(u"DestinationName", row.destination);
-    EXPECT_EQ(Name(Call(u"PS_SvnRepository", u"Import", texts)), row.name);
-    const Answer stats =
-        Call(u"PS_SvnRepository.Name=\"" + std::u16string(row.name) + u"\"", u"Measure", {});
-    const WMIObject result = stats.object().Get(Property<WMIObject>{u"CmdletOutput"});
+  for (const auto& [source, name] : rows) {
+    EXPECT_EQ(Name(Call("* Import Path=" + home_.folder() + source)),
+              platform::Utf16ForDisplay(name));
+    const WMIObject result =
+        Call(name + std::string(" Measure")).object().Get(Property<WMIObject>{u"CmdletOutput"});
     EXPECT_EQ(result.Get(Property<std::uint32_t>{u"Revisions"}), 1u);
   }
 }
 
 TEST_F(PsRepositoryTest, ChangesAreReturnedOnDemand) {
-  const auto rename = [&](const char16_t* from, const char16_t* to, bool pass) {
-    return host_.Call(u"PS_SvnRepository.Name=\"" + std::u16string(from) + u"\"", u"Rename",
-                      [&](WMIObject& in) {
-                        in.Set(Property<std::u16string>{u"NewName"}, to);
-                        in.Set(Property<bool>{u"PassThru"}, pass);
-                      });
-  };
-  EXPECT_EQ(Name(rename(u"repo1", u"New", true)), u"New");
-  EXPECT_TRUE(rename(u"new", u"Old", false).objects.empty());
-  EXPECT_EQ(Name(Call(u"PS_SvnRepository", u"Create", {{u"Name", u"made"}}, {u"Type", 0})),
-            u"made");
-  EXPECT_EQ(Call(u"PS_SvnRepository.Name=\"made\"", u"Remove", {}).status, S_OK);
+  EXPECT_EQ(Name(Call("repo1 Rename NewName=New PassThru=true")), u"New");
+  EXPECT_TRUE(Call("new Rename NewName=Old").objects.empty());
+  EXPECT_EQ(Name(Call("* Create Name=made Type=0")), u"made");
+  EXPECT_EQ(Call("made Remove").status, S_OK);
 
   const auto test = [&] {
-    const Answer answer = Call(u"PS_SvnRepository.Name=\"repo2\"", u"Test", {});
-    const WMIObject result = answer.object().Get(Property<WMIObject>{u"CmdletOutput"});
+    const WMIObject result = Call("repo2 Test").object().Get(Property<WMIObject>{u"CmdletOutput"});
     return std::pair(result.Get(Property<std::uint32_t>{u"Summary"}),
                      result.Get(Property<std::u16string>{u"Details"}));
   };
