@@ -13,34 +13,17 @@ namespace kelvarion {
 namespace {
 
 using testing::Answer;
-using testing::ProviderHost;
-using testing::TestHome;
 
-constexpr const char16_t* kDemo = u"Kelvarion_Repository.Name=\"DEMO\"";
-constexpr const char16_t* kNone = u"Kelvarion_Repository.Name=\"none\"";
+const std::string kClass = "Kelvarion_Repository";
+const std::string kDemo = "Kelvarion_Repository.Name=\"DEMO\"";
+const std::string kNone = "Kelvarion_Repository.Name=\"none\"";
 
 class RepositoryMaintenanceTest : public ::testing::Test {
  protected:
   RepositoryMaintenanceTest() { repos::CreateRepository(home_.context(), u"demo"); }
 
-  Answer Import(const std::u16string& name, const std::u16string& path, std::uint32_t mode,
-                const testing::SinkOptions& sink = {}) {
-    return host_.Call(
-        u"Kelvarion_Repository", u"ImportRepository",
-        [&](WMIObject& in) {
-          in.Set(Property<std::u16string>{u"Name"}, name);
-          in.Set(Property<std::u16string>{u"ImportPath"}, path);
-          in.Set(Property<std::uint32_t>{u"ImportMode"}, mode);
-        },
-        nullptr, sink);
-  }
-  std::u16string Path(const std::string& name) {
-    return platform::Utf16ForDisplay(home_.root() + "/" + name);
-  }
-  static constexpr Property<std::uint32_t> kResult{u"ReturnValue"};
-
-  TestHome home_;
-  ProviderHost host_{home_.machine()};
+  testing::TestHome home_;
+  testing::ProviderHost host_{home_.machine()};
 };
 
 TEST_F(RepositoryMaintenanceTest, BothModesImportAndOthersAreRefused) {
@@ -48,41 +31,40 @@ TEST_F(RepositoryMaintenanceTest, BothModesImportAndOthersAreRefused) {
   ASSERT_EQ(
       testing::RunProcess({"svnadmin", "dump", "-q", "-F", dump, home_.root() + "/demo"}).exit_code,
       0);
-  const std::u16string dump_path = platform::Utf16ForDisplay(dump);
-  EXPECT_EQ(Import(u"copy", Path("demo"), 0).status, S_OK);
-  const Answer loaded = Import(u"loaded", dump_path, 1);
+  const auto import = [&](const std::string& name, const std::string& path, int mode) {
+    return host_.Call(kClass, "ImportRepository",
+                      {"Name=" + name, "ImportPath=" + path, "ImportMode=" + std::to_string(mode)});
+  };
+  EXPECT_EQ(import("copy", home_.root() + "/demo", 0).status, S_OK);
+  const Answer loaded = import("loaded", dump, 1);
   EXPECT_EQ(loaded.status, S_OK);
   ASSERT_FALSE(loaded.progress.empty());
   EXPECT_EQ(loaded.progress[0].activity,
-            u"Import-SvnRepository -Path \"" + dump_path + u"\" -DestinationName \"loaded\"");
-  EXPECT_EQ(Import(u"other", dump_path, 2).status, WBEM_E_INVALID_METHOD_PARAMETERS);
-  EXPECT_EQ(Import(u"other", u"relative", 0).status, WBEM_E_FAILED);
+            platform::Utf16ForDisplay("Import-SvnRepository -Path \"" + dump +
+                                      "\" -DestinationName \"loaded\""));
+  EXPECT_EQ(import("other", dump, 2).status, WBEM_E_INVALID_METHOD_PARAMETERS);
+  EXPECT_EQ(import("other", "relative", 0).status, WBEM_E_FAILED);
   EXPECT_FALSE(std::filesystem::exists(home_.root() + "/other"));
 }
 
 TEST_F(RepositoryMaintenanceTest, AnswersAndStatusesAreThoseOfTheRepository) {
-  EXPECT_EQ(host_.Call(kDemo, u"Upgrade").status, S_OK);
-  EXPECT_EQ(host_.Call(kNone, u"Upgrade").status, WBEM_E_NOT_FOUND);
-  const auto capability = [&](const char16_t* name) {
-    return host_.Call(kDemo, u"HasCapability", [&](WMIObject& in) {
-      in.Set(Property<std::u16string>{u"Capability"}, name);
-    });
+  EXPECT_EQ(host_.Call(kDemo, "Upgrade").status, S_OK);
+  EXPECT_EQ(host_.Call(kNone, "Upgrade").status, WBEM_E_NOT_FOUND);
+  const auto capability = [&](const std::string& name) {
+    return host_.Call(kDemo, "HasCapability", {"Capability=" + name});
   };
-  EXPECT_TRUE(capability(u"mergeinfo").object().Get(Property<bool>{u"ReturnValue"}));
-  EXPECT_EQ(capability(u"teleport").status, WBEM_E_FAILED);
-  const auto type = [&](const std::u16string& path) {
-    return host_.Call(u"Kelvarion_Repository", u"GetImportSourceType",
-                      [&](WMIObject& in) { in.Set(Property<std::u16string>{u"Path"}, path); });
+  EXPECT_EQ(capability("mergeinfo").out()["ReturnValue"], true);
+  EXPECT_EQ(capability("teleport").status, WBEM_E_FAILED);
+  const auto type = [&](const std::string& path) {
+    return host_.Call(kClass, "GetImportSourceType", {"Path=" + path});
   };
-  EXPECT_EQ(type(Path("demo")).object().Get(kResult), 0u);
-  EXPECT_EQ(type(u"demo").Message(), u"'demo' is not an absolute or a network path.");
-  const auto size = [&](const char16_t* path, const char16_t* property) {
-    return host_.Call(path, u"GetSize").object().Get(Property<std::u16string>{property});
-  };
-  EXPECT_NE(size(kDemo, u"Size"), u"0");
-  EXPECT_NE(size(kDemo, u"TotalFolders"), u"0");
-  for (const char16_t* property : {u"Size", u"SizeOnDisk", u"TotalFiles", u"TotalFolders"})
-    EXPECT_EQ(size(kNone, property), u"0");
+  EXPECT_EQ(type(home_.root() + "/demo").out()["ReturnValue"], 0);
+  EXPECT_EQ(type("demo").Message(), u"'demo' is not an absolute or a network path.");
+  const host::Json size = host_.Call(kDemo, "GetSize").out();
+  EXPECT_NE(size["Size"], "0");
+  EXPECT_NE(size["TotalFolders"], "0");
+  for (const char* property : {"Size", "SizeOnDisk", "TotalFiles", "TotalFolders"})
+    EXPECT_EQ(host_.Call(kNone, "GetSize").out()[property], "0");
 }
 
 }  // namespace

@@ -53,10 +53,8 @@ class SharedFilesFlowTest : public ::testing::Test {
   }
 
   void SetAdmins(const std::vector<std::string>& sids) const {
-    Json admins = Json::array();
-    for (const std::string& sid : sids)
-      admins.push_back({{"__CLASS", "Kelvarion_WindowsAccount"}, {"SID", sid}});
-    const Reply reply = server_->CallService("SetServerAdmins", {"Admins:=" + admins.dump()});
+    const Reply reply =
+        server_->CallService("SetServerAdmins", {"Admins:=" + RealServer::Accounts(sids)});
     EXPECT_TRUE(reply.ok()) << reply.message();
   }
   void Create(const std::string& repository) const {

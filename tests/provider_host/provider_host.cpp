@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "host/request_objects.h"
+#include "host/value_input.h"
+#include "host/value_output.h"
 #include "platform/text/encoding.h"
 #include "platform/wmi/cancellable_sink.h"
 #include "provider/provider.h"
@@ -99,6 +102,16 @@ std::u16string Answer::Message() const {
   return error ? error.Get(Property<std::u16string>{u"Description"}) : std::u16string();
 }
 
+std::vector<host::Json> Answer::all() const {
+  std::vector<host::Json> shown;
+  for (const WMIObject& each : objects) shown.push_back(host::ObjectToJson(*each.object()));
+  return shown;
+}
+
+host::Json Answer::out() const { return objects.empty() ? host::Json() : all().front(); }
+
+std::string Answer::said() const { return platform::Utf8ForDisplay(Message()); }
+
 ClientToken ProviderHost::DefaultClient() {
   return {platform::CurrentUserSid(), {}, ImpersonationLevel::kImpersonation};
 }
@@ -163,6 +176,32 @@ Answer ProviderHost::Call(const std::u16string& path, const std::u16string& meth
   return Serve(options, [&](IWbemObjectSink* sink) {
     return services_->ExecMethodAsync(path, method, 0, context, in_params.object().Get(), sink);
   });
+}
+
+Answer ProviderHost::Call(const std::string& path, const std::string& method,
+                          const std::vector<std::string>& parameters,
+                          const SinkOptions& options) const {
+  static const host::Schema schema(KELVARION_SOURCE_DIR "/schema");
+  const std::u16string where = platform::Utf16ForDisplay(path);
+  const std::u16string what = platform::Utf16ForDisplay(method);
+  host::ObjectPtr in;
+  if (!parameters.empty())
+    in = host::MakeParameters(schema, where, what, host::ParseArguments(parameters));
+  return Serve(options, [&](IWbemObjectSink* sink) {
+    return services_->ExecMethodAsync(where, what, 0, nullptr, in.Get(), sink);
+  });
+}
+
+Answer ProviderHost::Get(const std::string& path) const {
+  return Get(platform::Utf16ForDisplay(path));
+}
+
+Answer ProviderHost::List(const std::string& class_name,
+                          const std::vector<std::string>& context) const {
+  const ComPtr<IWbemContext> values = MakeContext();
+  for (const host::Argument& each : host::ParseArguments(context))
+    values->SetValue(each.name, 0, host::ContextValue(each));
+  return Enumerate(platform::Utf16ForDisplay(class_name), values.Get());
 }
 
 WMIObject ProviderHost::Spawn(const std::u16string& class_name) const {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/argument.h"
 #include "platform/com/class_object.h"
 #include "platform/machine/machine.h"
 #include "platform/wmi/interfaces.h"
@@ -28,7 +29,11 @@ struct Answer {
 
   // The error object's description; empty without an object.
   std::u16string Message() const;
+  std::string said() const;  // The same as UTF-8.
   const WMIObject& object() const { return objects.at(0); }
+  // The first object as kelvarionctl shows it, null without any; and all of them.
+  host::Json out() const;
+  std::vector<host::Json> all() const;
 };
 
 // How a client's sink behaves.
@@ -69,6 +74,13 @@ class ProviderHost {
   // `fill` sets the in-parameters that the schema declares; without it none are sent.
   Answer Call(const std::u16string& path, const std::u16string& method, const Fill& fill = nullptr,
               IWbemContext* context = nullptr, const SinkOptions& sink = {}) const;
+
+  // With parameters as a command line has them: NAME=TEXT and NAME:=JSON.
+  Answer Call(const std::string& path, const std::string& method,
+              const std::vector<std::string>& parameters = {}, const SinkOptions& sink = {}) const;
+  Answer Get(const std::string& path) const;
+  // With a context of the same form.
+  Answer List(const std::string& class_name, const std::vector<std::string>& context = {}) const;
 
   WMIObject Spawn(const std::u16string& class_name) const;
 

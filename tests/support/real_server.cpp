@@ -139,6 +139,12 @@ std::string RealServer::MemberPaths(const std::vector<std::string>& members) {
   return paths.dump();
 }
 
+std::string RealServer::Accounts(const std::vector<std::string>& sids) {
+  Json accounts = Json::array();
+  for (const std::string& sid : sids) accounts.push_back(Account(sid));
+  return accounts.dump();
+}
+
 std::vector<std::string> RealServer::SetRules(const std::string& repository,
                                               const std::string& path, const Rules& rules,
                                               bool reset_children) {

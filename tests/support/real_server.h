@@ -60,6 +60,8 @@ class RealServer {
   static std::vector<std::string> SetRules(const std::string& repository, const std::string& path,
                                            const Rules& rules, bool reset_children = false);
   static std::string MemberPaths(const std::vector<std::string>& members);
+  // Accounts of the machine, as JSON.
+  static std::string Accounts(const std::vector<std::string>& sids);
 
   Json Service() const;  // The instance of Kelvarion_Service.
   bool Reaches(int state) const;

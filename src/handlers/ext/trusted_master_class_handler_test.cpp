@@ -2,53 +2,46 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/text/encoding.h"
 #include "tests/provider_host/provider_host.h"
 #include "tests/support/test_home.h"
 
 namespace kelvarion {
 namespace {
 
-using Text = Property<std::u16string>;
-using Inputs = std::vector<std::pair<const char16_t*, std::u16string>>;
+using Words = std::vector<std::string>;
 
 TEST(TrustedMasterTest, WhatIsStoredIsShownWithoutThePasswordAndWhatCannotBeMeantIsRefused) {
   testing::TestHome home;
   testing::ProviderHost host(home.machine());
-  const auto trust = [&](const Inputs& inputs) {
-    return host.Call(u"Kelvarion_TrustedMaster", u"Trust", [&](WMIObject& in) {
-      in.Set(Text{u"Server"}, u"M.Example:81");
-      for (const auto& [name, value] : inputs) in.Set(Text{name}, value);
-    });
+  const std::string name = "Kelvarion_TrustedMaster";
+  const auto trust = [&](Words words) {
+    words.emplace_back("Server=M.Example:81");
+    return host.Call(name, "Trust", words);
   };
-  for (const Inputs& refused : std::vector<Inputs>{
-           {{u"Scheme", u"ftp"}},
-           {{u"Scheme", u"svn"}, {u"Url", u"svn://m.example"}},
-           {{u"Url", u"/srv/svn"}},
-           {{u"Url", u"https://user@m.example"}},
-           {{u"Password", u"secret"}},
-           {{u"CertificateSha256", u"AB:CD"}},
-           {{u"CertificateSha256", std::u16string(64, u'\u0141')}},
-       })
-    EXPECT_NE(trust(refused).status, S_OK) << platform::Utf8ForDisplay(refused[0].second);
-  EXPECT_TRUE(host.Enumerate(u"Kelvarion_TrustedMaster").objects.empty());
+  for (const Words& refused : {Words{"Scheme=ftp"},
+                               {"Scheme=svn", "Url=svn://m.example"},
+                               {"Url=/srv/svn"},
+                               {"Url=https://user@m.example"},
+                               {"Password=secret"},
+                               {"CertificateSha256=AB:CD"},
+                               {"CertificateSha256=" + std::string(62, 'a') + "\u0141"}})
+    EXPECT_NE(trust(refused).status, S_OK) << refused.front();
+  EXPECT_TRUE(host.List(name).objects.empty());
 
-  const Inputs login{{u"Account", u"replicator"}, {u"Password", u"secret"}};
-  Inputs plain = login;
-  plain.emplace_back(u"Scheme", u"http");
-  EXPECT_EQ(trust(plain).warnings.size(), 1U);
-  Inputs pinned = login;
-  pinned.emplace_back(u"CertificateSha256", std::u16string(64, u'A'));
-  const auto trusted = trust(pinned);
+  const std::string account = "Account=replicator", password = "Password=secret";
+  EXPECT_EQ(trust({account, password, "Scheme=http"}).warnings.size(), 1U);
+  const testing::Answer trusted =
+      trust({account, password, "CertificateSha256=" + std::string(64, 'A')});
   ASSERT_EQ(trusted.status, S_OK);
   EXPECT_TRUE(trusted.warnings.empty());
-  const std::u16string path = u"Kelvarion_TrustedMaster.Server=\"m.EXAMPLE:81\"";
-  const WMIObject shown = host.Get(path).object();
-  EXPECT_EQ(shown.Get(Text{u"Url"}), u"https://m.example:81/.kelvarion/replication");
-  EXPECT_EQ(shown.Get(Text{u"CertificateSha256"}), std::u16string(64, u'a'));
-  EXPECT_TRUE(shown.Get(Property<bool>{u"HasPassword"}));
-  EXPECT_EQ(host.Call(path, u"Forget").status, S_OK);
-  EXPECT_EQ(host.Call(path, u"Forget").status, WBEM_E_NOT_FOUND);
+  const std::string path = name + ".Server=\"m.EXAMPLE:81\"";
+  const host::Json shown = host.Get(path).out();
+  EXPECT_EQ(shown["Url"], "https://m.example:81/.kelvarion/replication");
+  EXPECT_EQ(shown["CertificateSha256"], std::string(64, 'a'));
+  EXPECT_EQ(shown["HasPassword"], true);
+  EXPECT_EQ(shown.dump().find("secret"), std::string::npos);
+  EXPECT_EQ(host.Call(path, "Forget").status, S_OK);
+  EXPECT_EQ(host.Call(path, "Forget").status, WBEM_E_NOT_FOUND);
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
 #include "handlers/ps/access_rule_class_handler.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "access/permission_model.h"
-#include "platform/text/encoding.h"
 #include "repos/create.h"
 #include "tests/provider_host/provider_host.h"
 #include "tests/support/test_home.h"
@@ -11,26 +10,37 @@
 namespace kelvarion {
 namespace {
 
-using access::AccessLevel;
-using access::Account;
-using platform::Utf8ForDisplay;
 using testing::Answer;
-using testing::ProviderHost;
-using testing::TestHome;
-using Text = Property<std::u16string>;
-using Strings = std::vector<std::u16string>;
+using ::testing::StartsWith;
+using Words = std::vector<std::string>;
 
-constexpr Text kRepository{u"Repository"};
-constexpr Text kPath{u"Path"};
-constexpr Text kAccountName{u"AccountName"};
-constexpr Text kAccountId{u"AccountId"};
-constexpr Property<std::uint32_t> kAccess{u"Access"};
-constexpr Property<bool> kForce{u"Force"};
+const std::string kClass = "PS_SvnAccessRule";
+constexpr const char* kRoot = "S-1-22-1-0";
+constexpr const char* kSystem = "S-1-5-18";
+constexpr const char* kGone = "S-1-5-21-1-2-3-4";
+constexpr HRESULT kInvalid = WBEM_E_INVALID_METHOD_PARAMETERS;
 
-constexpr const char16_t* kClass = u"PS_SvnAccessRule";
-constexpr const char16_t* kRoot = u"S-1-22-1-0";
-constexpr const char16_t* kSystem = u"S-1-5-18";
-constexpr const char16_t* kGone = u"S-1-5-21-1-2-3-4";
+// A rule in one line: "Demo:/trunk S-1-5-18 NT AUTHORITY\SYSTEM 2", "global" instead of "*:/".
+std::string Line(const host::Json& rule) {
+  const auto text = [&](const char* name) { return rule[name].get<std::string>(); };
+  const std::string place =
+      rule["Global"] == true ? "global" : text("Repository") + ":" + text("Path");
+  return place + " " + text("AccountId") + " " + text("AccountName") + " " + rule["Access"].dump();
+}
+template <class Rules>
+Words Lines(const Rules& rules) {
+  Words lines;
+  for (const host::Json& rule : rules) lines.push_back(Line(rule));
+  return lines;
+}
+std::string LineOut(const Answer& answer) {
+  return answer.objects.empty() ? "" : Line(answer.out()["CmdletOutput"]);
+}
+std::string RulePath(const std::string& repository, const std::string& path,
+                     const std::string& id) {
+  return kClass + ".AccountId=\"" + id + "\",AccountName=\"any\",Path=\"" + path +
+         "\",Repository=\"" + repository + "\"";
+}
 
 class PsAccessRuleTest : public ::testing::Test {
  protected:
@@ -38,232 +48,158 @@ class PsAccessRuleTest : public ::testing::Test {
     home_.configuration().SetUseWindowsAuth(true);
     repos::CreateRepository(home_.context(), u"Demo");
   }
-
-  // A rule in one line: "Demo:/trunk S-1-5-18 NT AUTHORITY\SYSTEM 2", "global" instead of "*:/".
-  static std::u16string Line(const WMIObject& rule) {
-    const std::u16string place = rule.Get(Property<bool>{u"Global"})
-                                     ? u"global"
-                                     : rule.Get(kRepository) + u":" + rule.Get(kPath);
-    return place + u" " + rule.Get(kAccountId) + u" " + rule.Get(kAccountName) + u" " +
-           static_cast<char16_t>(u'0' + rule.Get(kAccess));
+  Words AllLines() const { return Lines(host_.List(kClass).all()); }
+  Answer Add(const std::string& repository, const std::string& path, const std::string& id,
+             int access, bool force = false) const {
+    return host_.Call(kClass, "AddByRepositoryName",
+                      {"Repository=" + repository, "Path=" + path, "AccountId=" + id,
+                       "Access=" + std::to_string(access), force ? "Force=true" : "Force:=null"});
   }
-  static std::u16string LineOut(const Answer& answer) {
-    if (answer.objects.empty()) return u"";
-    return Line(answer.object().Get(Property<WMIObject>{u"CmdletOutput"}));
-  }
-  static Strings LinesOut(const Answer& answer) {
-    Strings lines;
-    for (const WMIObject& rule :
-         answer.object().Get(Property<std::vector<WMIObject>>{u"CmdletOutput"}))
-      lines.push_back(Line(rule));
-    return lines;
-  }
-  Strings AllLines() const {
-    Strings lines;
-    for (const WMIObject& rule : host_.Enumerate(kClass).objects) lines.push_back(Line(rule));
-    return lines;
-  }
-  static std::u16string RulePath(const std::u16string& repository, const std::u16string& path,
-                                 const std::u16string& id) {
-    return u"PS_SvnAccessRule.AccountId=\"" + id + u"\",AccountName=\"any\",Path=\"" + path +
-           u"\",Repository=\"" + repository + u"\"";
-  }
-  Answer Add(const std::u16string& repository, const std::u16string& path, const std::u16string& id,
-             std::uint32_t access, bool force = false) const {
-    return host_.Call(kClass, u"AddByRepositoryName", [&](WMIObject& in) {
-      in.Set(kRepository, repository);
-      in.Set(kPath, path);
-      in.Set(kAccountId, id);
-      in.Set(kAccess, access);
-      if (force) in.Set(kForce, true);
-    });
-  }
-  Answer Select(const std::u16string& repository, const std::u16string& path) const {
-    return host_.Call(kClass, u"SelectByRepositoryName", [&](WMIObject& in) {
-      in.Set(kRepository, repository);
-      in.Set(kPath, path);
-    });
-  }
-  WMIObject Named(const std::u16string& class_name, const std::u16string& name) const {
-    WMIObject object = host_.Spawn(class_name);
-    object.Set(Text{u"Name"}, name);
-    return object;
+  Answer Select(const std::string& repository, const std::string& path) const {
+    return host_.Call(kClass, "SelectByRepositoryName",
+                      {"Repository=" + repository, "Path=" + path});
   }
 
-  TestHome home_;
-  ProviderHost host_{home_.machine()};
+  testing::TestHome home_;
+  testing::ProviderHost host_{home_.machine()};
 };
 
 TEST_F(PsAccessRuleTest, RulesAreAddedOnceAndFoundByTheirKeys) {
   const struct {
-    const char16_t* repository;
-    const char16_t* path;
-    const char16_t* id;
-    std::uint32_t access;
+    const char* repository;
+    const char* path;
+    const char* id;
+    int access;
     bool force;
     HRESULT status;
-    const char16_t* line;
-    const char16_t* message;
+    const char* line;
+    const char* message;
   } steps[] = {
-      {u"dEMO", u"/", u"s-1-22-1-0", 2, false, S_OK, u"Demo:/ S-1-22-1-0 Unix User\\root 2", u""},
-      {u"Demo", u"/", kRoot, 0, false, WBEM_E_ALREADY_EXISTS, u"",
-       u"Cannot add access rule \"Demo\", \"/\", \"Unix User\\root\" because it already exists "
-       u"(use -Force to overwrite)"},
-      {u"Demo", u"/", kRoot, 0, true, S_OK, u"Demo:/ S-1-22-1-0 Unix User\\root 0", u""},
-      {u"Demo", u"/a", kGone, 1, false, S_OK, u"Demo:/a S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1", u""},
-      {u"*", u"/", kSystem, 1, false, S_OK, u"global S-1-5-18 NT AUTHORITY\\SYSTEM 1", u""},
-      {u"*", u"/a", kSystem, 1, false, WBEM_E_INVALID_METHOD_PARAMETERS, u"", nullptr},
-      {u"none", u"/", kSystem, 1, false, WBEM_E_NOT_FOUND, u"", nullptr},
-      {u"Demo", u"/a/", kRoot, 1, false, WBEM_E_INVALID_METHOD_PARAMETERS, u"",
-       u"Cannot add access rule \"Demo\", \"/a/\", \"Unix User\\root\" because it specifies a "
-       u"non-canonical path '/a/'"},
-      {u"Demo", u"/b", kRoot, 3, false, WBEM_E_INVALID_METHOD_PARAMETERS, u"", nullptr},
-      {u"Demo", u"/b", u"root", 1, false, WBEM_E_FAILED, u"", nullptr},
+      {"dEMO", "/", "s-1-22-1-0", 2, false, S_OK, "Demo:/ S-1-22-1-0 Unix User\\root 2", ""},
+      {"Demo", "/", kRoot, 0, false, WBEM_E_ALREADY_EXISTS, "",
+       "Cannot add access rule \"Demo\", \"/\", \"Unix User\\root\" because it already exists "
+       "(use -Force to overwrite)"},
+      {"Demo", "/", kRoot, 0, true, S_OK, "Demo:/ S-1-22-1-0 Unix User\\root 0", ""},
+      {"Demo", "/a", kGone, 1, false, S_OK, "Demo:/a S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1", ""},
+      {"*", "/", kSystem, 1, false, S_OK, "global S-1-5-18 NT AUTHORITY\\SYSTEM 1", ""},
+      {"*", "/a", kSystem, 1, false, kInvalid, "", ""},
+      {"none", "/", kSystem, 1, false, WBEM_E_NOT_FOUND, "", ""},
+      {"Demo", "/a/", kRoot, 1, false, kInvalid, "",
+       "Cannot add access rule \"Demo\", \"/a/\", \"Unix User\\root\" because it specifies a "
+       "non-canonical path '/a/'"},
+      {"Demo", "/b", kRoot, 3, false, kInvalid, "", ""},
+      {"Demo", "/b", "root", 1, false, WBEM_E_FAILED, "", ""},
   };
   for (const auto& step : steps) {
-    SCOPED_TRACE(Utf8ForDisplay(Format(u"%s:%s %s", step.repository, step.path, step.id)));
+    SCOPED_TRACE(std::string(step.repository) + step.path + step.id);
     const Answer answer = Add(step.repository, step.path, step.id, step.access, step.force);
-    EXPECT_EQ(answer.status, step.status) << Utf8ForDisplay(answer.Message());
+    EXPECT_EQ(answer.status, step.status);
     EXPECT_EQ(LineOut(answer), step.line);
-    if (step.message) {
-      EXPECT_TRUE(answer.Message().starts_with(step.message)) << Utf8ForDisplay(answer.Message());
-    }
+    EXPECT_THAT(answer.said(), StartsWith(step.message));
   }
-  EXPECT_EQ(AllLines(), (Strings{u"global S-1-5-18 NT AUTHORITY\\SYSTEM 1",
-                                 u"Demo:/ S-1-22-1-0 Unix User\\root 0",
-                                 u"Demo:/a S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1"}));
-  EXPECT_EQ(Line(host_.Get(RulePath(u"*", u"/", kSystem)).object()),
-            u"global S-1-5-18 NT AUTHORITY\\SYSTEM 1");
-  EXPECT_EQ(Line(host_.Get(RulePath(u"demo", u"/a", kGone)).object()),
-            u"Demo:/a S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1");
-  EXPECT_EQ(host_.Get(RulePath(u"Demo", u"/a", kRoot)).status, WBEM_E_NOT_FOUND);
-  EXPECT_EQ(host_.Get(u"PS_SvnAccessRule.Repository=\"Demo\"").status, WBEM_E_INVALID_OBJECT_PATH);
+  const Words all{"global S-1-5-18 NT AUTHORITY\\SYSTEM 1", "Demo:/ S-1-22-1-0 Unix User\\root 0",
+                  "Demo:/a S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1"};
+  EXPECT_EQ(AllLines(), all);
+  EXPECT_EQ(Line(host_.Get(RulePath("*", "/", kSystem)).out()), all[0]);
+  EXPECT_EQ(Line(host_.Get(RulePath("demo", "/a", kGone)).out()), all[2]);
+  EXPECT_EQ(host_.Get(RulePath("Demo", "/a", kRoot)).status, WBEM_E_NOT_FOUND);
+  EXPECT_EQ(host_.Get(kClass + ".Repository=\"Demo\"").status, WBEM_E_INVALID_OBJECT_PATH);
 }
 
 TEST_F(PsAccessRuleTest, EveryWayToAddNamesExactlyOneAccount) {
-  const WMIObject repository = Named(u"PS_SvnRepository", u"demo");
-  const auto rule = [&](const std::optional<std::u16string>& id) {
-    WMIObject object = host_.Spawn(kClass);
-    object.Set(kRepository, u"Demo");
-    object.Set(kPath, u"/copy");
-    object.SetOptional(kAccountId, id);
-    object.Set(kAccess, 2);
-    return object;
-  };
+  const std::string rule =
+      R"(Rule:={"__CLASS":"PS_SvnAccessRule","Repository":"Demo","Path":"/copy","Access":2)";
   const struct {
-    const char16_t* method;
-    ProviderHost::Fill fill;
-    HRESULT status;
-    const char16_t* line;
+    const char* method;
+    Words parameters;
+    const char* line;  // Empty where it is refused.
   } rows[] = {
-      {u"AddByRepositoryObject",
-       [&](WMIObject& in) {
-         in.Set(Property<WMIObject>{u"RepositoryObject"}, repository);
-         in.Set(kPath, u"/o");
-         in.Set(kAccountName, u"root");
-         in.Set(kAccess, 1);
-       },
-       S_OK, u"Demo:/o S-1-22-1-0 Unix User\\root 1"},
-      {u"addbyglobal",
-       [&](WMIObject& in) {
-         in.Set(kAccountName, u"NT AUTHORITY\\SYSTEM");
-         in.Set(kAccess, 2);
-       },
-       S_OK, u"global S-1-5-18 NT AUTHORITY\\SYSTEM 2"},
-      {u"AddByRule", [&](WMIObject& in) { in.Set(Property<WMIObject>{u"Rule"}, rule(kGone)); },
-       S_OK, u"Demo:/copy S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 2"},
-      {u"AddByRule",
-       [&](WMIObject& in) { in.Set(Property<WMIObject>{u"Rule"}, rule(std::nullopt)); },
-       WBEM_E_INVALID_METHOD_PARAMETERS, u""},
-      {u"AddByGlobal", [&](WMIObject& in) { in.Set(kAccess, 2); }, WBEM_E_INVALID_METHOD_PARAMETERS,
-       u""},
-      {u"AddByGlobal",
-       [&](WMIObject& in) {
-         in.Set(kAccountName, u"root");
-         in.Set(kAccountId, kRoot);
-         in.Set(kAccess, 2);
-       },
-       WBEM_E_INVALID_METHOD_PARAMETERS, u""},
+      {"AddByRepositoryObject",
+       {R"(RepositoryObject:={"__CLASS":"PS_SvnRepository","Name":"demo"})", "Path=/o",
+        "AccountName=root", "Access=1"},
+       "Demo:/o S-1-22-1-0 Unix User\\root 1"},
+      {"addbyglobal",
+       {"AccountName=NT AUTHORITY\\SYSTEM", "Access=2"},
+       "global S-1-5-18 NT AUTHORITY\\SYSTEM 2"},
+      {"AddByRule",
+       {rule + R"(,"AccountId":"S-1-5-21-1-2-3-4"})"},
+       "Demo:/copy S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 2"},
+      {"AddByRule", {rule + "}"}, ""},
+      {"AddByGlobal", {"Access=2"}, ""},
+      {"AddByGlobal", {"AccountName=root", "AccountId=S-1-22-1-0", "Access=2"}, ""},
   };
   for (const auto& row : rows) {
-    const Answer answer = host_.Call(kClass, row.method, row.fill);
-    EXPECT_EQ(answer.status, row.status) << Utf8ForDisplay(answer.Message());
+    const Answer answer = host_.Call(kClass, row.method, row.parameters);
+    EXPECT_EQ(answer.status, *row.line ? S_OK : kInvalid) << answer.said();
     EXPECT_EQ(LineOut(answer), row.line);
   }
 }
 
 TEST_F(PsAccessRuleTest, SetMakesOrChangesAndRemoveForgives) {
-  const auto set = [&](const std::u16string& path, std::uint32_t access, bool pass_thru) {
-    return host_.Call(path, u"Set", [&](WMIObject& in) {
-      in.Set(kAccess, access);
-      if (pass_thru) in.Set(Property<bool>{u"PassThru"}, true);
-    });
+  const auto set = [&](const std::string& path, int access, const char* pass_thru) {
+    return host_.Call(path, "Set",
+                      {"Access=" + std::to_string(access), std::string("PassThru=") + pass_thru});
   };
-  const std::u16string path = RulePath(u"demo", u"/trunk", kRoot);
-  EXPECT_TRUE(set(path, 1, false).objects.empty());
-  EXPECT_EQ(LineOut(set(path, 2, true)), u"Demo:/trunk S-1-22-1-0 Unix User\\root 2");
-  EXPECT_EQ(set(path, 9, true).status, WBEM_E_INVALID_METHOD_PARAMETERS);
-  EXPECT_EQ(LineOut(set(RulePath(u"*", u"/", kRoot), 1, true)),
-            u"global S-1-22-1-0 Unix User\\root 1");
-  EXPECT_EQ(set(kClass, 1, true).status, WBEM_E_INVALID_OBJECT_PATH);
+  const std::string path = RulePath("demo", "/trunk", kRoot);
+  EXPECT_TRUE(set(path, 1, "false").objects.empty());
+  EXPECT_EQ(LineOut(set(path, 2, "true")), "Demo:/trunk S-1-22-1-0 Unix User\\root 2");
+  EXPECT_EQ(set(path, 9, "true").status, kInvalid);
+  EXPECT_EQ(LineOut(set(RulePath("*", "/", kRoot), 1, "true")),
+            "global S-1-22-1-0 Unix User\\root 1");
+  EXPECT_EQ(set(kClass, 1, "true").status, WBEM_E_INVALID_OBJECT_PATH);
   for (int i = 0; i < 2; ++i) {
-    EXPECT_EQ(host_.Call(path, u"Remove").status, S_OK);
-    EXPECT_EQ(host_.Call(RulePath(u"*", u"/", u"s-1-22-1-0"), u"Remove").status, S_OK);
-    EXPECT_EQ(AllLines(), Strings{});
+    EXPECT_EQ(host_.Call(path, "Remove").status, S_OK);
+    EXPECT_EQ(host_.Call(RulePath("*", "/", "s-1-22-1-0"), "Remove").status, S_OK);
+    EXPECT_EQ(AllLines(), Words());
   }
   // Other classes can make rules for everybody.
   testing::WriteFile(home_.root() + "/Demo/conf/Kelvarion-WinAuthz.ini", "[/]\n* = r\n");
-  EXPECT_EQ(AllLines(), Strings{u"Demo:/ * Everyone 1"});
-  EXPECT_EQ(host_.Call(RulePath(u"Demo", u"/", u"*"), u"Remove").status, S_OK);
-  EXPECT_EQ(AllLines(), Strings{});
+  EXPECT_EQ(AllLines(), Words{"Demo:/ * Everyone 1"});
+  EXPECT_EQ(host_.Call(RulePath("Demo", "/", "*"), "Remove").status, S_OK);
+  EXPECT_EQ(AllLines(), Words());
 }
 
 TEST_F(PsAccessRuleTest, TheNearestRuleOfEachAccountIsInForce) {
-  Add(u"*", u"/", kRoot, 1);
-  Add(u"*", u"/", kGone, 1);
-  Add(u"Demo", u"/", kRoot, 2);
-  Add(u"Demo", u"/", kSystem, 2);
-  Add(u"Demo", u"/trunk", kRoot, 0);
-  Add(u"Demo", u"/other", kSystem, 0);
-  const std::u16string gone = u"global S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1";
-  const std::u16string system = u"Demo:/ S-1-5-18 NT AUTHORITY\\SYSTEM 2";
-  EXPECT_EQ(LinesOut(Select(u"demo", u"/trunk/[deep]")),
-            (Strings{u"Demo:/trunk S-1-22-1-0 Unix User\\root 0", system, gone}));
-  EXPECT_EQ(LinesOut(Select(u"*", u"/")), (Strings{u"global S-1-22-1-0 Unix User\\root 1", gone}));
-  EXPECT_EQ(Select(u"Demo", u"/trunk/[deep]").warnings,
-            Strings{u"This command doesn't support paths with wildcard characters. Interpreting "
-                    u"path '/trunk/[deep]' literally."});
-  EXPECT_TRUE(Select(u"Demo", u"/trunk").warnings.empty());
-  const Answer refused = Select(u"Demo", u"/trunk/");
-  EXPECT_EQ(refused.status, WBEM_E_INVALID_METHOD_PARAMETERS);
-  EXPECT_TRUE(refused.Message().starts_with(
-      u"Cannot select access rules for a non-canonical path '/trunk/'"));
-  const WMIObject repository = Named(u"PS_SvnRepository", u"Demo");
-  const Answer by_object = host_.Call(kClass, u"SelectByRepositoryObject", [&](WMIObject& in) {
-    in.Set(Property<WMIObject>{u"RepositoryObject"}, repository);
-    in.Set(kPath, u"/trunk");
-  });
-  EXPECT_EQ(LinesOut(by_object).size(), 3u);
+  Add("*", "/", kRoot, 1);
+  Add("*", "/", kGone, 1);
+  Add("Demo", "/", kRoot, 2);
+  Add("Demo", "/", kSystem, 2);
+  Add("Demo", "/trunk", kRoot, 0);
+  Add("Demo", "/other", kSystem, 0);
+  const std::string gone = "global S-1-5-21-1-2-3-4 *S-1-5-21-1-2-3-4 1";
+  const std::string system = "Demo:/ S-1-5-18 NT AUTHORITY\\SYSTEM 2";
+  const Answer found = Select("demo", "/trunk/[deep]");
+  EXPECT_EQ(Lines(found.out()["CmdletOutput"]),
+            (Words{"Demo:/trunk S-1-22-1-0 Unix User\\root 0", system, gone}));
+  EXPECT_EQ(found.warnings,
+            std::vector<std::u16string>{
+                u"This command doesn't support paths with wildcard characters. Interpreting path "
+                u"'/trunk/[deep]' literally."});
+  EXPECT_EQ(Lines(Select("*", "/").out()["CmdletOutput"]),
+            (Words{"global S-1-22-1-0 Unix User\\root 1", gone}));
+  EXPECT_TRUE(Select("Demo", "/trunk").warnings.empty());
+  const Answer refused = Select("Demo", "/trunk/");
+  EXPECT_EQ(refused.status, kInvalid);
+  EXPECT_THAT(refused.said(),
+              StartsWith("Cannot select access rules for a non-canonical path '/trunk/'"));
+  const Answer by_object = host_.Call(
+      kClass, "SelectByRepositoryObject",
+      {R"(RepositoryObject:={"__CLASS":"PS_SvnRepository","Name":"Demo"})", "Path=/trunk"});
+  EXPECT_EQ(by_object.out()["CmdletOutput"].size(), 3u);
 }
 
 TEST_F(PsAccessRuleTest, WithSubversionAuthenticationEverythingIsRefused) {
   home_.configuration().SetUseWindowsAuth(false);
-  const Answer answers[] = {
-      host_.Enumerate(kClass),
-      host_.Get(RulePath(u"Demo", u"/", kRoot)),
-      host_.Call(RulePath(u"Demo", u"/", kRoot), u"Remove"),
-      Add(u"Demo", u"/", kRoot, 9),
-      Select(u"Demo", u"/trunk/"),
-      host_.Call(kClass, u"Nothing"),
-  };
-  for (const Answer& answer : answers) {
+  const std::string rule = RulePath("Demo", "/", kRoot);
+  for (const Answer& answer :
+       {host_.List(kClass), host_.Get(rule), host_.Call(rule, "Remove"), Add("Demo", "/", kRoot, 9),
+        Select("Demo", "/trunk/"), host_.Call(kClass, "Nothing")}) {
     EXPECT_EQ(answer.status, WBEM_E_NOT_SUPPORTED);
-    EXPECT_TRUE(answer.Message().starts_with(
-        u"This operation is only supported when Kelvarion Server is configured to use Windows "
-        u"authentication"));
+    EXPECT_THAT(answer.said(), StartsWith("This operation is only supported when Kelvarion Server "
+                                          "is configured to use Windows authentication"));
   }
   home_.configuration().SetUseWindowsAuth(true);
-  EXPECT_EQ(host_.Call(kClass, u"Nothing").status, WBEM_E_INVALID_METHOD);
+  EXPECT_EQ(host_.Call(kClass, "Nothing").status, WBEM_E_INVALID_METHOD);
 }
 
 }  // namespace
