@@ -237,7 +237,9 @@ void Initialization::RegisterProvider() {
     const platform::KeyPath key{platform::RootKey::kClassesRoot,
                                 u"CLSID\\" + ToText(class_id) + u"\\InprocServer32"};
     const RegistryValues values(*machine_->registry, key);
-    return Utf8(values.ReadString(u"", std::u16string())) == library;
+    // The model is written last.
+    return Utf8(values.ReadString(u"", std::u16string())) == library &&
+           !values.ReadString(u"ThreadingModel", std::u16string()).empty();
   };
   if (is_registered(CLSID_KelvarionWMIProvider) && is_registered(CLSID_RepoManagerProviderProxy))
     return;
