@@ -135,7 +135,8 @@ class ReplicationFaultTest : public ::testing::Test {
   }
   void ExpectEqual(const char* name) const {
     const int last = master.Youngest("demo");
-    ASSERT_TRUE(Eventually([&] { return slave.Youngest(name) == last; }))
+    // After a row of tries that failed the next one comes a minute later.
+    ASSERT_TRUE(Eventually([&] { return slave.Youngest(name) == last; }, std::chrono::seconds(120)))
         << slave.Replication({"status"}).process.all();
     for (const char* command : {"sync", "check"}) {
       const Reply reply = slave.Replication({command, name});
