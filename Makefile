@@ -3,14 +3,16 @@
 BUILD := build
 JOBS ?= $(shell nproc)
 EVERY ?= 1
+SANITIZER ?= asan
 
 # Whoever only builds and runs is spared the packages of the tests.
 PURPOSE := run
 test bench load faults check packages: PURPOSE := test
 fuzz: PURPOSE := fuzz
 tidy: PURPOSE := tidy
+sanitize: PURPOSE := sanitize
 
-.PHONY: help build run stop test bench load faults fuzz check tidy docs clean packages installed
+.PHONY: help build run stop test bench load faults fuzz sanitize check tidy docs clean packages installed
 
 help: ## List the targets
 	@grep -hE '^[a-z]+:.*##' $(MAKEFILE_LIST) | sed -E 's/:.*## /\t/' | expand -t 10
@@ -50,6 +52,9 @@ fuzz: installed ## Look for inputs that break a reader of text (FUZZ_SECONDS=60 
 	@cmake --preset fuzz >/dev/null
 	@cmake --build --preset fuzz --parallel $(JOBS)
 	@JOBS=$(JOBS) tools/fuzz $(BUILD)/fuzz
+
+sanitize: installed ## Run every test under a sanitizer (SANITIZER=asan: address, leaks, undefined behaviour; tsan: threads)
+	@JOBS=$(JOBS) tools/sanitize $(SANITIZER)
 
 load: installed $(BUILD)/build.ninja ## Administer a large server by many clients, also while it changes (LOAD_SECONDS=300 a stage)
 	@cmake --build $(BUILD) --parallel $(JOBS) --target kelvarion-load

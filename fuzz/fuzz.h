@@ -18,11 +18,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-// APR keeps its pools in pages that the leak detector does not search.
-extern "C" __attribute__((used)) inline const char* __lsan_default_suppressions() {
-  return "leak:apr_allocator_create\n";
-}
-
 namespace kelvarion::fuzz {
 
 inline void Expect(bool holds, const char* what) {

@@ -19,11 +19,6 @@
 using namespace kelvarion;
 using namespace kelvarion::fuzz;
 
-// Stopped calls are handled in signals that come at known places.
-extern "C" __attribute__((used)) const char* __tsan_default_options() {
-  return "report_signal_unsafe=0";
-}
-
 namespace {
 
 constexpr HRESULT kStatuses[] = {S_OK,

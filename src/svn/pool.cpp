@@ -14,12 +14,6 @@
 #include "errors/exception.h"
 #include "svn/error.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-// APR maps the memory in which it keeps its allocators, and the leak sanitizer does not look there.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:apr_allocator_create\n"; }
-#endif
-
 namespace kelvarion::svn {
 namespace {
 

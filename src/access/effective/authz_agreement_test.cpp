@@ -102,8 +102,10 @@ class RandomRules {
       seen.push_back(section);
       rules += "[" + section + "]\n";
       for (unsigned entries = dice_.Below(5); entries > 0; --entries) {
-        rules += Key() + (dice_.OneIn(3) ? ":" : " = ") +
-                 dice_.Of({"", "r", "rw", "rw", "wr", "r w", " r "}) + "\n";
+        // One after the other: compilers differ in the order in which they take parts of a sum.
+        rules += Key();
+        rules += dice_.OneIn(3) ? ":" : " = ";
+        rules += dice_.Of({"", "r", "rw", "rw", "wr", "r w", " r "}) + "\n";
         if (Break()) rules += dice_.Of({"x = w\n", "x = R\n", "x\n", " x = r\n", "  # x\n"});
       }
     }
