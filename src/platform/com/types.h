@@ -131,7 +131,5 @@ struct Guid {
 
 // The registry's form, {565B8FB4-EE30-4EE3-9B5B-E285678F1F9D}, upper case.
 std::u16string ToText(const Guid& guid);
-// Accepts the form above in either case; nothing for any other text.
-std::optional<Guid> ParseGuid(std::u16string_view text);
 
 }  // namespace kelvarion
