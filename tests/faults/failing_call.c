@@ -1,6 +1,6 @@
-/* Preloaded into a program, makes the Nth of its calls that touch a folder fail, or ends the program
- * there: whoever tries N = 1, 2, … until the program gets through has seen every place where it can
- * be hit. Calls for processes, threads and sockets count wherever they lead.
+/* Preloaded into a program, makes the Nth of its calls that touch a folder fail, or ends the
+ * program there: whoever tries N = 1, 2, … until the program gets through has seen every place
+ * where it can be hit. Calls for processes, threads and sockets count wherever they lead.
  *
  * Memory is left alone: an allocation that fails ends the program, which is what killing it tries.
  */
@@ -111,7 +111,7 @@ static int ErrorOr(int usual) {
 #define REPLACE_FILE(type, name, usual, effect, parameters, file, arguments) \
   REPLACE(type, name, parameters, arguments, HitsFile(#name, file, effect), usual, -1)
 
-#define REPLACE_STAT(name, type)                                                             \
+#define REPLACE_STAT(name, type) \
   REPLACE_PATH(name, EIO, kReads, (const char* path, struct type* status), path, (path, status))
 REPLACE_STAT(stat, stat)
 REPLACE_STAT(stat64, stat64)
@@ -201,19 +201,19 @@ REPLACE_FILE(int, fsetxattr, ENOSPC, kChanges,
 REPLACE_FILE(int, flock, ENOLCK, kReads, (int file, int operation), file, (file, operation))
 
 /* Opening changes something when it may make or empty the file. */
-#define REPLACE_OPEN(name, parameters, folder, arguments)                                          \
-  int name parameters {                                                                            \
-    const enum Effect effect = (flags & (O_CREAT | O_TRUNC)) != 0 ? kChanges : kReads;             \
-    mode_t mode = 0;                                                                               \
-    if ((flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE) {                                   \
-      va_list more;                                                                                \
-      va_start(more, flags);                                                                       \
-      mode = (mode_t)va_arg(more, int);                                                            \
-      va_end(more);                                                                                \
-    }                                                                                              \
-    if (HitsAt(#name, folder, path, effect))                                                       \
-      return errno = ErrorOr(effect == kChanges ? ENOSPC : EMFILE), -1;                            \
-    return REAL(name) arguments;                                                                   \
+#define REPLACE_OPEN(name, parameters, folder, arguments)                              \
+  int name parameters {                                                                \
+    const enum Effect effect = (flags & (O_CREAT | O_TRUNC)) != 0 ? kChanges : kReads; \
+    mode_t mode = 0;                                                                   \
+    if ((flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE) {                       \
+      va_list more;                                                                    \
+      va_start(more, flags);                                                           \
+      mode = (mode_t)va_arg(more, int);                                                \
+      va_end(more);                                                                    \
+    }                                                                                  \
+    if (HitsAt(#name, folder, path, effect))                                           \
+      return errno = ErrorOr(effect == kChanges ? ENOSPC : EMFILE), -1;                \
+    return REAL(name) arguments;                                                       \
   }
 REPLACE_OPEN(open, (const char* path, int flags, ...), AT_FDCWD, (path, flags, mode))
 REPLACE_OPEN(open64, (const char* path, int flags, ...), AT_FDCWD, (path, flags, mode))
@@ -233,16 +233,16 @@ static int TakesLock(int command, const void* argument) {
   return (command == F_SETLK || command == F_SETLKW) &&
          ((const struct flock*)argument)->l_type != F_UNLCK;
 }
-#define REPLACE_FCNTL(name)                                                        \
-  int name(int file, int command, ...) {                                           \
-    void* argument;                                                                \
-    va_list more;                                                                  \
-    va_start(more, command);                                                       \
-    argument = va_arg(more, void*);                                                \
-    va_end(more);                                                                  \
-    if (control && TakesLock(command, argument) && HitsFile(#name, file, kReads))  \
-      return errno = ErrorOr(ENOLCK), -1;                                          \
-    return REAL(name)(file, command, argument);                                    \
+#define REPLACE_FCNTL(name)                                                       \
+  int name(int file, int command, ...) {                                          \
+    void* argument;                                                               \
+    va_list more;                                                                 \
+    va_start(more, command);                                                      \
+    argument = va_arg(more, void*);                                               \
+    va_end(more);                                                                 \
+    if (control && TakesLock(command, argument) && HitsFile(#name, file, kReads)) \
+      return errno = ErrorOr(ENOLCK), -1;                                         \
+    return REAL(name)(file, command, argument);                                   \
   }
 REPLACE_FCNTL(fcntl)
 REPLACE_FCNTL(fcntl64)
