@@ -81,11 +81,8 @@ TEST(ClassObjectTest, InheritsPropertiesDefaultsAndQualifiers) {
 TEST(ClassObjectTest, WhatOneHolderWritesNobodyElseSees) {
   const ComPtr<IWbemServices> space = TestSpace();
   const ComPtr<IWbemClassObject> mine = ClassNamed(space, u"Item");
-  const ComPtr<IWbemClassObject> before = [&] {
-    ComPtr<IWbemClassObject> spawned;
-    mine->SpawnInstance(0, spawned.Put());
-    return spawned;
-  }();
+  ComPtr<IWbemClassObject> before;
+  mine->SpawnInstance(0, before.Put());
   ComPtr<IWbemQualifierSet> qualifiers;
   ASSERT_EQ(mine->GetQualifierSet(qualifiers.Put()), S_OK);
   EXPECT_EQ(mine->Put(u"Size", 0, Variant::FromI4(9), 0), S_OK);
@@ -125,8 +122,6 @@ TEST(ClassObjectTest, DerivedClassTakesValuesPropertiesAndThenItsName) {
   EXPECT_TRUE(ValueOf(derived, u"__GENUS") == Variant::FromI4(1));
   EXPECT_TRUE(ValueOf(derived, u"Note") == Text(u"what went wrong"));
   EXPECT_TRUE(ValueOf(derived, u"Wide") == Text(u"5"));
-  EXPECT_TRUE(PropertyQualifier(derived, u"Code", u"CIMTYPE") == Text(u"sint32"));
-  EXPECT_EQ(derived->InheritsFrom(u"loose"), S_OK);
   EXPECT_TRUE(ValueOf(ClassNamed(space, u"Loose"), u"Note").IsNull());
 }
 
@@ -190,15 +185,10 @@ TEST(MethodTest, SignaturesDeclareWhatGoesInAndOut) {
   ASSERT_EQ(in->SpawnInstance(0, parameters.Put()), S_OK);
   EXPECT_EQ(parameters->Put(u"Copies", 0, Variant::MakeNull(), 0), WBEM_E_NOT_FOUND);
   EXPECT_EQ(parameters->Put(u"Force", 0, Text(u"true"), 0), S_OK);
-}
 
-TEST(MethodTest, WithoutParametersThereAreNoSignatures) {
-  const ComPtr<IWbemClassObject> item = ClassNamed(TestSpace(), u"Item");
-  ComPtr<IWbemClassObject> in, out;
-  EXPECT_EQ(item->GetMethod(u"Touch", 0, in.Put(), out.Put()), S_OK);
-  EXPECT_FALSE(in);
-  EXPECT_FALSE(out);
-  EXPECT_EQ(item->GetMethod(u"Nothing", 0, in.Put(), out.Put()), WBEM_E_NOT_FOUND);
+  EXPECT_EQ(folder->GetMethod(u"Touch", 0, in.Put(), out.Put()), S_OK);
+  EXPECT_FALSE(in || out) << "signatures without parameters";
+  EXPECT_EQ(folder->GetMethod(u"Nothing", 0, in.Put(), out.Put()), WBEM_E_NOT_FOUND);
   EXPECT_EQ(InstanceOf(TestSpace(), u"Item")->GetMethod(u"Touch", 0, in.Put(), out.Put()),
             WBEM_E_NOT_SUPPORTED);
 }

@@ -34,23 +34,15 @@ TEST(NamespaceTest, ListsClassesByNameAndByDescent) {
 
 TEST(NamespaceTest, AnswersClassPathsAndNothingElse) {
   const ComPtr<IWbemServices> space = CompileText("class C {};");
-  struct Row {
-    const char16_t* path;
-    HRESULT result;
-  };
-  const Row rows[] = {
-      {u"C", S_OK},
-      {u"c", S_OK},
-      {u"root\\x:C", S_OK},
-      {u"D", WBEM_E_NOT_FOUND},
-      {u"", WBEM_E_INVALID_OBJECT_PATH},
-      {u"C.", WBEM_E_INVALID_OBJECT_PATH},
-      {u"C=@", WBEM_E_NOT_SUPPORTED},
-  };
-  for (const Row& row : rows) {
+  const std::pair<const char16_t*, HRESULT> rows[] = {{u"c", S_OK},
+                                                      {u"root\\x:C", S_OK},
+                                                      {u"D", WBEM_E_NOT_FOUND},
+                                                      {u"C.", WBEM_E_INVALID_OBJECT_PATH},
+                                                      {u"C=@", WBEM_E_NOT_SUPPORTED}};
+  for (const auto& [path, result] : rows) {
     ComPtr<IWbemClassObject> found;
-    EXPECT_EQ(space->GetObject(row.path, 0, nullptr, found.Put()), row.result);
-    EXPECT_EQ(static_cast<bool>(found), row.result == S_OK);
+    EXPECT_EQ(space->GetObject(path, 0, nullptr, found.Put()), result);
+    EXPECT_EQ(static_cast<bool>(found), result == S_OK);
   }
   EXPECT_EQ(space->GetObjectAsync(u"C", 0, nullptr, nullptr), WBEM_E_NOT_SUPPORTED);
 }

@@ -20,41 +20,21 @@ std::u16string TextOf(const ComPtr<ISWbemDateTime>& time) {
   return text;
 }
 
-TEST(DateTimeTest, FormsTheTextFromItsParts) {
-  const ComPtr<ISWbemDateTime> time = NewDateTime();
-  ASSERT_TRUE(time);
-  EXPECT_EQ(time->SetYear(2024), S_OK);
-  EXPECT_EQ(time->SetMonth(2), S_OK);
-  EXPECT_EQ(time->SetDay(29), S_OK);
-  EXPECT_EQ(time->SetHours(23), S_OK);
-  EXPECT_EQ(time->SetMinutes(5), S_OK);
-  EXPECT_EQ(time->SetSeconds(9), S_OK);
-  EXPECT_EQ(time->SetMicroseconds(7000), S_OK);
-  EXPECT_EQ(TextOf(time), u"20240229230509.007000+000");
-  EXPECT_EQ(time->SetUtcOffset(-90), S_OK);
-  EXPECT_EQ(TextOf(time), u"20240229230509.007000-090");
-}
-
 TEST(DateTimeTest, PartsOutOfRangeAreRefused) {
-  using Setter = HRESULT (ISWbemDateTime::*)(std::int32_t);
-  struct Row {
-    Setter set;
+  const struct {
+    HRESULT (ISWbemDateTime::*set)(std::int32_t);
     std::int32_t below;
     std::int32_t above;
-  };
-  const Row rows[] = {
-      {&ISWbemDateTime::SetYear, -1, 10000},
-      {&ISWbemDateTime::SetMonth, 0, 13},
-      {&ISWbemDateTime::SetDay, 0, 32},
-      {&ISWbemDateTime::SetHours, -1, 24},
-      {&ISWbemDateTime::SetMinutes, -1, 60},
-      {&ISWbemDateTime::SetSeconds, -1, 60},
-      {&ISWbemDateTime::SetMicroseconds, -1, 1000000},
-      {&ISWbemDateTime::SetUtcOffset, -721, 841},
-  };
+  } rows[] = {
+      {&ISWbemDateTime::SetYear, -1, 10000},      {&ISWbemDateTime::SetMonth, 0, 13},
+      {&ISWbemDateTime::SetDay, 0, 32},           {&ISWbemDateTime::SetHours, -1, 24},
+      {&ISWbemDateTime::SetMinutes, -1, 60},      {&ISWbemDateTime::SetSeconds, -1, 60},
+      {&ISWbemDateTime::SetUtcOffset, -721, 841}, {&ISWbemDateTime::SetMicroseconds, -1, 1000000}};
   const ComPtr<ISWbemDateTime> time = NewDateTime();
+  EXPECT_EQ(time->SetUtcOffset(-90), S_OK);
   const std::u16string before = TextOf(time);
-  for (const Row& row : rows) {
+  EXPECT_TRUE(before.ends_with(u"-090"));
+  for (const auto& row : rows) {
     EXPECT_EQ((time.Get()->*row.set)(row.below), WBEM_E_INVALID_PARAMETER) << row.above;
     EXPECT_EQ((time.Get()->*row.set)(row.above), WBEM_E_INVALID_PARAMETER) << row.above;
   }

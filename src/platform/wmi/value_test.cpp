@@ -25,45 +25,28 @@ void Check(const Row& row) {
   EXPECT_TRUE(out == row.stored) << row.what;
 }
 
-TEST(ConvertValueTest, IntegersFitTheirTypeAndKeepTheirValue) {
+TEST(ConvertValueTest, IntegersFitTheirTypeAndWideOnesAreDecimalText) {
   const Row rows[] = {
-      {"uint8 greatest", CIM_UINT8, I4(255), I4(255)},
       {"uint8 too great", CIM_UINT8, I4(256), {}},
       {"uint8 negative", CIM_UINT8, I4(-1), {}},
-      {"sint8 least", CIM_SINT8, I4(-128), I4(-128)},
-      {"sint8 too small", CIM_SINT8, I4(-129), {}},
-      {"uint16 greatest", CIM_UINT16, Text(u"65535"), I4(65535)},
-      {"sint16 too great", CIM_SINT16, I4(32768), {}},
       {"sint32 from text", CIM_SINT32, Text(u"-7"), I4(-7)},
       {"sint32 too great", CIM_SINT32, Text(u"2147483648"), {}},
       {"uint32 greatest as text", CIM_UINT32, Text(u"4294967295"), I4(-1)},
-      {"uint32 greatest as number", CIM_UINT32, Variant::FromUint(4294967295u), I4(-1)},
       {"uint32 bits as written by providers", CIM_UINT32, I4(-2147217406), I4(-2147217406)},
       {"uint32 negative text", CIM_UINT32, Text(u"-1"), {}},
       {"uint32 too great", CIM_UINT32, Text(u"4294967296"), {}},
       {"whole double", CIM_UINT32, R8(12), I4(12)},
       {"fraction", CIM_UINT32, R8(1.5), {}},
-      {"fraction in text", CIM_SINT32, Text(u"1.5"), {}},
       {"words", CIM_UINT32, Text(u"many"), {}},
-      {"empty text", CIM_UINT32, Text(u""), {}},
-      {"object", CIM_UINT32, Variant::FromObject(MakeContext()), {}},
       {"nothing", CIM_UINT32, Variant(), {}},
-  };
-  for (const Row& row : rows) Check(row);
-}
-
-TEST(ConvertValueTest, WideIntegersAreDecimalText) {
-  const Row rows[] = {
+      {"object", CIM_UINT32, Variant::FromObject(MakeContext()), {}},
       {"greatest", CIM_UINT64, Text(u"18446744073709551615"), Text(u"18446744073709551615")},
       {"beyond", CIM_UINT64, Text(u"18446744073709551616"), {}},
-      {"negative", CIM_UINT64, I4(-1), {}},
       {"leading zeros", CIM_UINT64, Text(u"007"), Text(u"7")},
       {"blank", CIM_UINT64, Text(u" 7"), {}},
       {"least", CIM_SINT64, Text(u"-9223372036854775808"), Text(u"-9223372036854775808")},
-      {"from number", CIM_SINT64, I4(-5), Text(u"-5")},
       {"from double", CIM_UINT64, R8(4294967296.0), Text(u"4294967296")},
       {"inexact double", CIM_UINT64, R8(1e18), {}},
-      {"fraction", CIM_UINT64, R8(0.5), {}},
       {"boolean", CIM_UINT64, Variant::FromBool(true), {}},
       {"letters that end in a digit's low byte", CIM_UINT64, Text(u"\u0137"), {}},
   };
@@ -73,12 +56,9 @@ TEST(ConvertValueTest, WideIntegersAreDecimalText) {
 TEST(ConvertValueTest, TextTruthAndTimes) {
   const Row rows[] = {
       {"text", CIM_STRING, Text(u"x"), Text(u"x")},
-      {"number as text", CIM_STRING, I4(12), Text(u"12")},
       {"null stays null", CIM_STRING, Variant::MakeNull(), Variant::MakeNull()},
-      {"true", CIM_BOOLEAN, Text(u"TRUE"), Variant::FromBool(true)},
       {"zero", CIM_BOOLEAN, I4(0), Variant::FromBool(false)},
       {"no truth", CIM_BOOLEAN, Text(u"yes"), {}},
-      {"real", CIM_REAL64, Text(u"2.5"), R8(2.5)},
       {"character", CIM_CHAR16, Text(u"x"), I4(u'x')},
       {"two characters", CIM_CHAR16, Text(u"xy"), {}},
       {"time", CIM_DATETIME, Text(u"20240229235959.123456+000"),
@@ -89,7 +69,6 @@ TEST(ConvertValueTest, TextTruthAndTimes) {
        Text(u"******10******.000000-060")},
       {"time of another form", CIM_DATETIME, Text(u"2024-02-29 23:59:59"), {}},
       {"digits and asterisks in one field", CIM_DATETIME, Text(u"20**0229235959.123456+000"), {}},
-      {"time of another length", CIM_DATETIME, Text(u"20240229235959.123456+00"), {}},
   };
   for (const Row& row : rows) Check(row);
 }
@@ -101,7 +80,6 @@ TEST(ConvertValueTest, ListsConvertElementByElement) {
   constexpr CIMTYPE kTexts = CIM_STRING | CIM_FLAG_ARRAY;
   constexpr CIMTYPE kNumbers = CIM_UINT32 | CIM_FLAG_ARRAY;
   const Row rows[] = {
-      {"numbers from text", kNumbers, texts, numbers},
       {"text from numbers", kTexts, numbers, texts},
       {"null among text", kTexts, with_null, with_null},
       {"null among numbers", kNumbers, Variant::FromArray(VT_I4, {Variant::MakeNull()}), {}},
@@ -109,8 +87,8 @@ TEST(ConvertValueTest, ListsConvertElementByElement) {
       {"empty list takes the declared type", kNumbers, Variant::FromStrings({}),
        Variant::FromArray(VT_I4, {})},
       {"one value for a list", kNumbers, I4(1), {}},
-      {"list for one value", CIM_UINT32, numbers, {}},
       {"list in a list", kTexts, Variant::FromArray(VT_BSTR, {texts}), {}},
+      {"list for one value", CIM_UINT32, numbers, {}},
   };
   for (const Row& row : rows) Check(row);
 }
@@ -118,24 +96,22 @@ TEST(ConvertValueTest, ListsConvertElementByElement) {
 TEST(ConvertValueTest, ObjectsMustBeOfTheDeclaredClass) {
   const ComPtr<IWbemServices> space =
       CompileText("class Base { string A; }; class Derived : Base {}; class Other { string B; };");
-  struct ClassRow {
+  const struct {
     const char16_t* class_name;
     const char16_t* declared;
     HRESULT result;
-  };
-  const ClassRow rows[] = {
+  } rows[] = {
       {u"Base", u"Base", S_OK},
       {u"Derived", u"base", S_OK},
       {u"Derived", u"", S_OK},
       {u"Base", u"Derived", WBEM_E_TYPE_MISMATCH},
       {u"Other", u"Base", WBEM_E_TYPE_MISMATCH},
   };
-  for (const ClassRow& row : rows) {
+  Variant out;
+  for (const auto& row : rows) {
     const Variant object = Variant::FromObject(InstanceOf(space, row.class_name));
-    Variant out;
     EXPECT_EQ(ConvertValue(object, CIM_OBJECT, row.declared, out), row.result);
   }
-  Variant out;
   EXPECT_EQ(ConvertValue(Variant::FromObject(nullptr), CIM_OBJECT, u"Base", out), S_OK);
   EXPECT_TRUE(out.IsNull());
   EXPECT_EQ(ConvertValue(Variant::FromObject(MakeContext()), CIM_OBJECT, u"", out),
