@@ -15,22 +15,14 @@
 namespace kelvarion::platform {
 namespace {
 
-// Collects what is reported.
-class CollectingLog final : public EventLog {
- public:
-  explicit CollectingLog(std::vector<std::u16string>& texts) : texts_(texts) {}
-  Win32Error Report(const EventRecord& record) override {
-    texts_.push_back(record.strings.front());
-    return ERROR_SUCCESS;
-  }
-  EventPosition Read(const EventPosition&,
-                     const std::function<void(const EventRecord&)>&) const override {
-    return {};
-  }
-
- private:
-  std::vector<std::u16string>& texts_;
-};
+// The texts of all records.
+std::vector<std::u16string> Events(const testing::TemporaryFolder& log) {
+  std::vector<std::u16string> texts;
+  OpenEventLogFolder(log.native())->Read({}, [&](const EventRecord& record) {
+    texts.push_back(record.strings.front());
+  });
+  return texts;
+}
 
 // A service whose checks leave a line in a file and do what the password says.
 class LoginServiceTest : public ::testing::Test {
@@ -41,7 +33,7 @@ class LoginServiceTest : public ::testing::Test {
     ask_ = Descriptor(ends[0]);
     service_ = std::make_unique<LoginService>(
         Descriptor(ends[1]), [this](const LoginRequest& request) { return Check(request); },
-        std::make_unique<CollectingLog>(events_));
+        OpenEventLogFolder(log_.native()));
     thread_ = std::thread([this] { service_->Run(); });
   }
   ~LoginServiceTest() override { End(); }
@@ -90,7 +82,7 @@ class LoginServiceTest : public ::testing::Test {
     return count;
   }
 
-  std::vector<std::u16string> events_;
+  testing::TemporaryFolder log_;
 
  private:
   LoginAnswer Check(const LoginRequest& request) const {
@@ -148,18 +140,19 @@ TEST_F(LoginServiceTest, FailuresAreReportedWithWhoAndWhere) {
   EXPECT_EQ(Verdict("alice", "one"), LoginVerdict::kRefused);
   EXPECT_EQ(Verdict("alice", "two"), LoginVerdict::kRefused);
   End();
-  ASSERT_EQ(events_.size(), 2U);
-  EXPECT_EQ(events_[1], u"The login of 'alice' from 192.0.2.1 failed: wrong (failure 2 in a row)");
+  ASSERT_EQ(Events(log_).size(), 2U);
+  EXPECT_EQ(Events(log_)[1],
+            u"The login of 'alice' from 192.0.2.1 failed: wrong (failure 2 in a row)");
 }
 
 TEST(FailureReportsTest, AFloodIsCountedInsteadOfReported) {
-  std::vector<std::u16string> events;
-  FailureReports reports(std::make_unique<CollectingLog>(events));
+  const testing::TemporaryFolder log;
+  FailureReports reports(OpenEventLogFolder(log.native()));
   const Clock::time_point now = Clock::now();
   for (int i = 0; i < 1000; ++i) reports.Report("alice", "192.0.2.1", "wrong", now);
-  EXPECT_EQ(events.size(), static_cast<std::size_t>(FailureReports::kPerMinute));
+  EXPECT_EQ(Events(log).size(), static_cast<std::size_t>(FailureReports::kPerMinute));
   reports.Report("bob", "192.0.2.1", "wrong", now + std::chrono::minutes(1));
-  EXPECT_EQ(events.back(),
+  EXPECT_EQ(Events(log).back(),
             u"The login of 'bob' from 192.0.2.1 failed: wrong; 970 failures before it were not "
             u"recorded");
 }

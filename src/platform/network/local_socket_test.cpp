@@ -1,7 +1,6 @@
 #include "platform/network/local_socket.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -29,9 +28,7 @@ TEST_F(LocalSocketTest, AnybodyMayConnectAndIsKnown) {
   Descriptor server;
   EXPECT_EQ(ConnectLocal(path_, client), ERROR_FILE_NOT_FOUND);
   ASSERT_EQ(ListenLocal(path_, listener), ERROR_SUCCESS);
-  struct stat status {};
-  ASSERT_EQ(stat(path_.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0666u);
+  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0666));
   EXPECT_EQ(AcceptLocal(listener.get(), server), ERROR_SUCCESS);
   EXPECT_FALSE(server) << "nobody is there";
   ASSERT_EQ(ConnectLocal(path_, client), ERROR_SUCCESS);

@@ -52,6 +52,8 @@ struct RegistryValue {
   static RegistryValue Dword(std::uint32_t number);
   // Each string followed by a NUL and one more NUL; an empty list is a single NUL.
   static RegistryValue MultiString(const std::vector<std::u16string>& list);
+
+  friend bool operator==(const RegistryValue&, const RegistryValue&) = default;
 };
 
 class Registry {

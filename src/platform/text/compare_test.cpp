@@ -13,47 +13,29 @@ namespace {
 
 int Sign(int value) { return (value > 0) - (value < 0); }
 
-struct Row {
-  std::u16string a;
-  std::u16string b;
-  int logical;
-  int ignore_case;
-};
-
 TEST(CompareTest, OrdersAsTheManagementToolsDo) {
-  const Row rows[] = {
-      {u"repo2", u"repo10", -1, 1},
-      {u"01", u"1", -1, -1},
-      {u"A1", u"a1", 0, 0},
-      {u"abc123", u"abc0123", 1, 1},
-      {u"-o", u"/m", 1, 1},
-      {u"'o", u"-o", -1, -1},
-      {u"#", u".", -1, -1},
-      {u"_", u".", 1, 1},
-      {u"co-op", u"coop", 1, 1},
-      {u"co-op", u"coot", -1, -1},
-      {u"caf\u00E9", u"CAF\u00C9", 0, 0},
-      {u"caf\u00E9", u"cafe", 1, 1},
-      {u"i", u"I", 0, 0},
-      {u"i", u"\u0131", -1, -1},
-      {u"\u00C1", u"A\u0301", 0, 0},
-      {u"\u0130", u"\u0131", -1, -1},
-      {u"repo 2", u"repo2", -1, -1},
-      {u"stra\u00DFe", u"strasse", 1, 1},
-      {u"", u"a", -1, -1},
-      {u"", u"", 0, 0},
-      {u"a-", u"a", 1, 1},
-      {u"1-2", u"12", 1, 1},
-      {u"r\U0001F600", u"R\U0001F600", 0, 0},
+  // Both texts of a row, with a bar between them.
+  const auto expect = [](const std::vector<std::u16string>& rows, int order) {
+    for (const std::u16string& row : rows) {
+      SCOPED_TRACE(Utf8ForDisplay(row));
+      const std::u16string a = row.substr(0, row.find(u'|'));
+      const std::u16string b = row.substr(a.size() + 1);
+      EXPECT_EQ(Sign(CompareLogical(a, b)), order);
+      EXPECT_EQ(Sign(CompareLogical(b, a)), -order);
+      EXPECT_EQ(Sign(CompareIgnoreCase(a, b)), order);
+      EXPECT_EQ(Sign(CompareIgnoreCase(b, a)), -order);
+      EXPECT_EQ(EqualIgnoreCase(a, b), order == 0);
+    }
   };
-  for (const Row& row : rows) {
-    const std::string what = Utf8ForDisplay(row.a) + " | " + Utf8ForDisplay(row.b);
-    EXPECT_EQ(Sign(CompareLogical(row.a, row.b)), row.logical) << what;
-    EXPECT_EQ(Sign(CompareLogical(row.b, row.a)), -row.logical) << what;
-    EXPECT_EQ(Sign(CompareIgnoreCase(row.a, row.b)), row.ignore_case) << what;
-    EXPECT_EQ(Sign(CompareIgnoreCase(row.b, row.a)), -row.ignore_case) << what;
-    EXPECT_EQ(EqualIgnoreCase(row.a, row.b), row.ignore_case == 0) << what;
-  }
+  expect({u"|", u"A1|a1", u"i|I", u"caf\u00E9|CAF\u00C9", u"\u00C1|A\u0301",
+          u"r\U0001F600|R\U0001F600"},
+         0);
+  expect({u"|a", u"01|1", u"abc0123|abc123", u"12|1-2", u"/m|-o", u"'o|-o", u"#|.", u".|_", u"a|a-",
+          u"coop|co-op", u"co-op|coot", u"repo 2|repo2", u"cafe|caf\u00E9", u"i|\u0131",
+          u"\u0130|\u0131", u"strasse|stra\u00DFe"},
+         -1);
+  EXPECT_LT(CompareLogical(u"repo2", u"repo10"), 0);
+  EXPECT_GT(CompareIgnoreCase(u"repo2", u"repo10"), 0);
 }
 
 // The shortcut for ASCII must answer what the collator answers.
