@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include "apache/configuration_generator.h"
 #include "config/registry_accessor.h"
 #include "errors/exception.h"
 #include "host/text.h"
@@ -69,6 +72,23 @@ TEST_F(SettingsTableTest, WhatWasNeverSetReadsAsNullAndWhatTheServerStoresIsRead
   EXPECT_EQ(ReadSetting(values_, FindSetting(u"UseWindowsAuth")), "1");
   EXPECT_EQ(ReadSetting(values_, FindSetting(u"SSLServerPort")), "9443");
   EXPECT_THROW(FindSetting(u"Nothing"), WMIException);
+}
+
+// The server has its own defaults, whoever shows them.
+TEST_F(SettingsTableTest, DefaultsThatAreWrittenChangeNothing) {
+  const IcRegistryAccessor& settings = home_.configuration();
+  const auto meaning = [&] {
+    apache::RegenerateApacheConfig(settings);
+    return kelvarion::testing::ReadFile(home_.install_folder() + "/conf/httpd.conf") +
+           Utf8(settings.GetSelfSignedCertificateSignatureAlgorithm() +
+                settings.GetCertificateRequestSignatureAlgorithm()) +
+           std::to_string(settings.GetWmiProviderLogLevel());
+  };
+  std::filesystem::create_directory(home_.install_folder() + "/conf");
+  const std::string before = meaning();
+  for (std::size_t i = 0; i < kSettingCount; ++i)
+    if (kSettings[i].default_text) WriteSetting(values_, kSettings[i], kSettings[i].default_text);
+  EXPECT_EQ(meaning(), before);
 }
 
 }  // namespace

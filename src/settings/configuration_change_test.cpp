@@ -176,26 +176,15 @@ TEST(ConfigurationChangeTest, WhatIsRefusedLeavesEverythingAsItWas) {
     const char16_t* message;
   } rows[] = {
       {[](Given& all) { all.server_name = u"a\"b"; }, u"invalid: A server name must not contain"},
-      {[](Given& all) { all.repositories_root = u"repos"; },
-       u"invalid: Cannot change 'RepositoriesRoot' property to 'repos' because it is not an "
-       u"absolute or a network path"},
-      {[](Given& all) { all.repositories_root = u"/no/where"; },
-       u"Cannot change 'RepositoriesRoot' property to '/no/where' because the path does not "
-       u"exist."},
-      {[](Given& all) { all.repositories_root = u"/etc/passwd"; },
-       u"Cannot change 'RepositoriesRoot' property to '/etc/passwd' because it is not a "
-       u"directory."},
+      {[](Given& all) { all.repositories_root = u"r"; }, u"invalid: Cannot change 'Repositories"},
+      {[](Given& all) { all.repositories_root = u"/no"; }, u"Cannot change 'RepositoriesRoot' "},
+      {[](Given& all) { all.repositories_root = u"/etc/passwd"; }, u"Cannot change 'Reposi"},
       {[](Given& all) { all.repositories_root = u"/"; }, u"Repositories path '/' is the root"},
-      {[](Given& all) { all.repositories_url_prefix = u"/a/b"; },
-       u"invalid: Cannot change 'RepositoriesURLPrefix' property to '/a/b'. The URL prefix may "},
+      {[](Given& all) { all.repositories_url_prefix = u"/a/b"; }, u"invalid: Cannot change 'Repos"},
       {[](Given& all) { all.listen_port = 65536; }, u"invalid: 65536 is not a TCP port"},
-      {[](Given& all) {
-         all.listening_addresses = {{u"All", u"::1 x"}};
-       },
-       u"invalid: '::1 x'"},
+      {[](Given& all) { all.listening_addresses = {{u"::1 x"}}; }, u"invalid: '::1 x'"},
       {[](Given& all) { all.authentication_mode = 2; }, u"invalid: 2 is not an authentication"},
-      {[](Given& all) { all.integrated_authentication = false; },
-       u"At least one Windows authentication method (Basic or Integrated) should be enabled."},
+      {[](Given& all) { all.integrated_authentication = false; }, u"At least one Windows auth"},
       {[](Given& all) {
          all.authentication_mode.reset();
          all.integrated_authentication.reset();  // Off already.
@@ -274,26 +263,19 @@ TEST(ConfigurationChangeTest, WhatIsNotGivenStays) {
     std::function<void(Given&)> give;
     const char16_t* url;
     bool all_addresses;
-    Names addresses;
+    const char16_t* address;
   } steps[] = {
-      {[](Given& it) { it.server_name = u"a b"; }, u"http://a b:8080/svn/", true, {}},
-      {[](Given& it) { it.server_name = u"h"; }, u"http://h:8080/svn/", true, {}},
-      {[](Given& it) { it.enable_ssl = true; }, u"https://h:8443/svn/", true, {}},
-      {[](Given& it) { it.listening_addresses = {{u"::1"}}; },
-       u"https://h:8443/svn/",
-       false,
-       {u"::1"}},
-      {[](Given& it) { it.listen_port = 443; }, u"https://h/svn/", false, {u"::1"}},
-      {[](Given& it) { it.enable_ssl = false; }, u"http://h:8080/svn/", false, {u"::1"}},
-      {[](Given& it) { it.listening_addresses = {{u"all"}}; },
-       u"http://h:8080/svn/",
-       false,
-       {u"all"}},
-      {[](Given& it) { it.listening_addresses = {{u"All"}}; },
-       u"http://h:8080/svn/",
-       true,
-       {u"all"}},
-      {[](Given& it) { it.access_logging = true; }, u"http://h:8080/svn/", true, {u"all"}},
+      {[](Given& it) { it.server_name = u"a b"; }, u"http://a b:8080/svn/", true, nullptr},
+      {[](Given& it) { it.server_name = u"h"; }, u"http://h:8080/svn/", true, nullptr},
+      {[](Given& it) { it.enable_ssl = true; }, u"https://h:8443/svn/", true, nullptr},
+      {[](Given& it) { it.listening_addresses = {{u"::1"}}; }, u"https://h:8443/svn/", false,
+       u"::1"},
+      {[](Given& it) { it.listen_port = 443; }, u"https://h/svn/", false, u"::1"},
+      {[](Given& it) { it.enable_ssl = false; }, u"http://h:8080/svn/", false, u"::1"},
+      {[](Given& it) { it.listening_addresses = {{u"all"}}; }, u"http://h:8080/svn/", false,
+       u"all"},
+      {[](Given& it) { it.listening_addresses = {{u"All"}}; }, u"http://h:8080/svn/", true, u"all"},
+      {[](Given& it) { it.access_logging = true; }, u"http://h:8080/svn/", true, u"all"},
   };
   Change it;
   for (const auto& step : steps) {
@@ -302,9 +284,8 @@ TEST(ConfigurationChangeTest, WhatIsNotGivenStays) {
     EXPECT_EQ(it.Make(change), u"");
     const ServerSettings now = ReadServerSettings(it.home.context());
     EXPECT_EQ(now.url, step.url);
-    EXPECT_EQ(now.listen_all_ip_addresses, step.all_addresses)
-        << platform::Utf8ForDisplay(step.url);
-    EXPECT_EQ(now.listen_ip_addresses, step.addresses);
+    EXPECT_EQ(now.listen_all_ip_addresses, step.all_addresses);
+    EXPECT_EQ(now.listen_ip_addresses, step.address ? Names{step.address} : Names{});
   }
   ASSERT_EQ(it.notes.warnings.size(), 1u);
   EXPECT_TRUE(it.notes.warnings[0].starts_with(u"The new server name 'a b' contains one or more"));
