@@ -13,96 +13,6 @@ using host::Declaration;
 using host::Method;
 using host::Utf8;
 
-constexpr std::string_view kStrangeTexts[] = {"",
-                                              " ",
-                                              ".",
-                                              "..",
-                                              "/",
-                                              "\\",
-                                              "../x",
-                                              "..\\..\\x",
-                                              "a/b",
-                                              "/../../etc/passwd",
-                                              "demo/../../x",
-                                              "/trunk/../..",
-                                              "<home>/repositories/demo",
-                                              "<home>/repositories/demo/link/x",
-                                              "<home>/backup",
-                                              "<home>/demo.dump",
-                                              "<home>/new",
-                                              "<outside>/file",
-                                              "<outside>/repository",
-                                              "<outside>/new",
-                                              "C:\\x",
-                                              "C:x",
-                                              "\\\\server\\share\\x",
-                                              "\\\\?\\C:\\x",
-                                              "file:///etc/passwd",
-                                              "http://127.0.0.1:1/x",
-                                              "CON",
-                                              "nul.txt",
-                                              "com1",
-                                              "x.",
-                                              "x ",
-                                              ".kelvarion",
-                                              "htpasswd",
-                                              "linked",
-                                              "dangling",
-                                              "a\nb",
-                                              "a\r\n[/]\r\n* = rw",
-                                              "a\tb",
-                                              {"a\0b", 3},
-                                              "\x01\x7f",
-                                              "\xEE\x80\x80",
-                                              "a\xEE\x90\x80",
-                                              "\xC2\xA0",
-                                              "\xEF\xBB\xBF",
-                                              "\xEF\xBF\xBF",
-                                              "\xF0\x9F\x98\x80",
-                                              "\xC4\xB0",
-                                              "e\xCC\x81",
-                                              "*",
-                                              "@readers",
-                                              "$authenticated",
-                                              "~alice",
-                                              "&x",
-                                              "#x",
-                                              "[x]",
-                                              "a=b",
-                                              "a:b",
-                                              "a,b",
-                                              "\"",
-                                              "'",
-                                              "<x>&amp;",
-                                              "${HOME}",
-                                              "%s%n%2e%2e",
-                                              "<long>",
-                                              "<long>/<long>",
-                                              "S-1-1-0",
-                                              "S-1-5-32-544",
-                                              "S-1-22-1-0",
-                                              "S-1-22-1-4294967295",
-                                              "S-1-5-21-1-2-3-4",
-                                              "S-1-",
-                                              "root",
-                                              ".\\root",
-                                              "Everyone",
-                                              "BUILTIN\\Administrators",
-                                              "0",
-                                              "1",
-                                              "-1",
-                                              "4294967296",
-                                              "99999999999999999999",
-                                              "true",
-                                              "1.5e308",
-                                              "127.0.0.1",
-                                              "::1",
-                                              "host.test:443",
-                                              "[::1]:1",
-                                              "20260131120000.000000+000",
-                                              "mergeinfo",
-                                              "https"};
-
 constexpr std::int64_t kNumbers[] = {
     0,     1,     2,          3,          5,          8,           9,  80,        8080,
     65535, 65536, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x100000000, -1, INT64_MIN, INT64_MAX};
@@ -137,13 +47,18 @@ void Collect(Json& value, std::vector<Json*>& out) {
     for (Json& below : value) Collect(below, out);
 }
 
-std::string Strange(Random& random) { return std::string(random.Pick(kStrangeTexts)); }
+const std::string& Strange(Random& random) {
+  static const auto& texts =
+      *new auto(Json::parse(std::ifstream(KELVARION_SOURCE_DIR "/fuzz/strange_texts.json"))
+                    .get<std::vector<std::string>>());
+  return random.Pick(texts);
+}
 
 void ChangeText(std::string& text, Random& random) {
   const std::size_t at = random.Below(text.size() + 1);
   switch (random.Below(5)) {
     case 0:
-      text.insert(at, random.Pick(kStrangeTexts));
+      text.insert(at, Strange(random));
       break;
     case 1:
       text.erase(at, 1 + random.Below(4));
