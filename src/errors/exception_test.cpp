@@ -12,37 +12,26 @@ TEST(HresultTextTest, NamesTheCodeExceptWhereAccessIsDenied) {
   const std::pair<std::uint32_t, std::u16string> rows[] = {
       {0x80041003, u"WMI access denied."},
       {0x8001011B, u"RPC access denied."},
-      {0x80041002, u"Not found (0x80041002)"},
-      {0x80070002, u"The system cannot find the file specified. (0x80070002)"},
       {0x00000000, u"The operation completed successfully. (0x00000000)"},
       {0x8007ABCD, u"HRESULT 0x8007ABCD"},
       {0x00001234, u"HRESULT 0x00001234"},
   };
   for (const auto& [code, text] : rows) EXPECT_EQ(HresultText(Code(code)), text) << code;
-  EXPECT_EQ(SystemMessage(Code(0x8007ABCD)), u"");
 }
 
 TEST(ExceptionTest, MessagesAreComposedOfTextAndCode) {
-  struct Row {
-    const char* what;
-    std::unique_ptr<Exception> exception;
-    std::u16string message;
-  };
-  Row rows[] = {
-      {"simple", SimpleException(u"'%s' has %d", u"x", 3).Clone(), u"'x' has 3"},
-      {"simple with a percent sign", SimpleException(std::u16string(u"100%s")).Clone(), u"100%s"},
-      {"ssl", SSLException(u"bad key").Clone(), u"bad key"},
-      {"com", ComException(WBEM_E_ACCESS_DENIED, u"Cannot get property '%s'", u"Name").Clone(),
+  const std::pair<std::unique_ptr<Exception>, std::u16string> rows[] = {
+      {SimpleException(u"'%s' has %d", u"x", 3).Clone(), u"'x' has 3"},
+      {SimpleException(std::u16string(u"100%s")).Clone(), u"100%s"},
+      {ComException(WBEM_E_ACCESS_DENIED, u"Cannot get property '%s'", u"Name").Clone(),
        u"Cannot get property 'Name': WMI access denied."},
-      {"com without text", ComException(WBEM_E_NOT_FOUND).Clone(), u"Not found (0x80041002)"},
-      {"win32", Win32Exception(ERROR_ACCESS_DENIED, u"Cannot open").Clone(),
+      {ComException(WBEM_E_NOT_FOUND).Clone(), u"Not found (0x80041002)"},
+      {Win32Exception(ERROR_ACCESS_DENIED, u"Cannot open").Clone(),
        u"Cannot open: Access is denied. (0x80070005)"},
-      {"wmi", WMIException(WBEM_E_NOT_SUPPORTED).Clone(), u"Not supported (0x8004100C)"},
-      {"wmi with text", WMIException(Code(0x80041FFF), u"No").Clone(), u"No: HRESULT 0x80041FFF"},
-      {"admin", LocalServerAdminException(u"s", u"d", u"what happened", 7).Clone(),
-       u"what happened"},
+      {WMIException(Code(0x80041FFF), u"No").Clone(), u"No: HRESULT 0x80041FFF"},
+      {LocalServerAdminException(u"s", u"d", u"what happened", 7).Clone(), u"what happened"},
   };
-  for (const Row& row : rows) EXPECT_EQ(row.exception->Message(), row.message) << row.what;
+  for (const auto& [exception, message] : rows) EXPECT_EQ(exception->Message(), message);
 }
 
 TEST(ExceptionTest, Win32CodesBecomeHresults) {
@@ -75,11 +64,6 @@ TEST(ExceptionTest, CopiesKeepTheirTypeAndFields) {
   EXPECT_EQ(same.summary(), u"s");
   EXPECT_EQ(same.details(), u"d");
   EXPECT_EQ(same.probable_reason(), 9u);
-  try {
-    Win32Exception(2).Rethrow();
-  } catch (const ComException& caught) {
-    EXPECT_EQ(caught.hresult(), HresultFromWin32(ERROR_FILE_NOT_FOUND));
-  }
   EXPECT_NO_THROW(ThrowIfFailed(S_FALSE));
   EXPECT_THROW(ThrowIfFailed(E_OUTOFMEMORY), ComException);
 }

@@ -37,24 +37,5 @@ TEST(CollectingSinkTest, NothingIsTakenAfterTheFinalStatus) {
   EXPECT_EQ(sink->Wait(S_OK).status, S_OK);
 }
 
-TEST(CollectingSinkTest, ProgressIsAnsweredByTheWishToStopOnceCancelled) {
-  const auto sink = MakeCom<CollectingSink>(nullptr);
-  const std::u16string activity = u"Importing";
-  EXPECT_EQ(sink->WriteProgress(&activity, nullptr, nullptr, 10, -1), S_OK);
-  sink->Cancel();
-  EXPECT_EQ(sink->WriteProgress(&activity, nullptr, nullptr, 20, -1), WBEM_E_CALL_CANCELLED);
-  sink->SetStatus(WBEM_STATUS_COMPLETE, WBEM_E_FAILED, nullptr, nullptr);
-  const Reply reply = sink->Wait(S_OK);
-  ASSERT_EQ(reply.progress.size(), 2u);
-  EXPECT_EQ(reply.progress[1].percent_complete, 20);
-}
-
-TEST(CollectingSinkTest, OffersBothKindsOfSink) {
-  const auto sink = MakeCom<CollectingSink>(nullptr);
-  EXPECT_TRUE(sink.As<IWbemObjectSink>());
-  EXPECT_TRUE(sink.As<IWbemObjectSinkEx>());
-  EXPECT_FALSE(sink.As<IWbemServices>());
-}
-
 }  // namespace
 }  // namespace kelvarion::host

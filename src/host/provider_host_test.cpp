@@ -61,10 +61,5 @@ TEST_F(ProviderHostTest, AnInterruptCancelsTheRequestAndWaitsForItsEnd) {
   EXPECT_EQ(reply.status, WBEM_E_FAILED);
 }
 
-TEST_F(ProviderHostTest, ARequestThatIsNotSupportedIsAReply) {
-  ProviderHost host = Open();
-  EXPECT_EQ(host.Enumerate(u"X", nullptr, nullptr).status, WBEM_E_NOT_SUPPORTED);
-}
-
 }  // namespace
 }  // namespace kelvarion::host

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "host/outcome.h"
 #include "host/text.h"
 #include "host/value_input.h"
 
@@ -21,17 +20,6 @@ ObjectPtr Object(const char* json) {
   return ValueFromJson({declaration, u"object"}, Json::parse(json), TheSchema())
       .AsObject()
       .As<IWbemClassObject>();
-}
-
-TEST(ObjectToJsonTest, WhatComesOutCanGoInAgain) {
-  const ObjectPtr entry = Object(
-      R"({"__CLASS":"Kelvarion_PermissionEntry",
-          "Account":{"__CLASS":"Kelvarion_User","Name":"ülf"},"AccessLevel":4294967295})");
-  const Json json = ObjectToJson(*entry);
-  EXPECT_EQ(json.dump(),
-            R"({"__CLASS":"Kelvarion_PermissionEntry",)"
-            R"("Account":{"__CLASS":"Kelvarion_User","Name":"ülf"},"AccessLevel":4294967295})");
-  EXPECT_EQ(ObjectToJson(*Object(json.dump().c_str())), json);
 }
 
 TEST(ObjectToJsonTest, LargeNumbersAndDatesAreTextsAndNothingIsNull) {
@@ -85,20 +73,6 @@ TEST(ObjectTableTest, ColumnsThatDoNotFitAreNamed) {
   EXPECT_EQ(ObjectTable(repositories, 40, left_out),
             "Name URL\na    http://localhost/svn/a/\nb    \n");
   EXPECT_EQ(left_out, std::vector<std::u16string>{u"TotalRevisions"});
-}
-
-TEST(ToDocumentTest, AFailureCarriesItsStatusAndItsErrorObject) {
-  const Outcome failure = Failure(WBEM_E_INVALID_METHOD_PARAMETERS, u"No such thing");
-  const Json document = Json::parse(ToDocument(failure));
-  EXPECT_EQ(document["status"], 0x8004102Fu);
-  EXPECT_EQ(document["statusText"], "0x8004102F");
-  EXPECT_EQ(document["objects"], Json::array());
-  EXPECT_EQ(document["error"]["StatusCode"], 0x8004102Fu);
-  EXPECT_EQ(document["error"]["Description"], "No such thing");
-  EXPECT_EQ(ErrorText(failure), "kelvarionctl: No such thing (0x8004102F)\n");
-  Outcome bare;
-  bare.status = WBEM_E_FAILED;
-  EXPECT_EQ(Json::parse(ToDocument(bare))["error"], nullptr);
 }
 
 }  // namespace

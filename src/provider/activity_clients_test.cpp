@@ -79,7 +79,7 @@ TEST_F(ActivityClientsTest, EveryRunningCallCanBeCancelledByAnotherClientAndItsI
         EXPECT_EQ(second.status, WBEM_E_FAILED);
         EXPECT_EQ(second.Message(), u"Cannot register activity '" + Id(i) + u"'.");
         EXPECT_EQ(Cancel(Id(i)).status, S_OK);
-        EXPECT_EQ(Cancel(Id(i) + u"!").status, S_FALSE);
+        EXPECT_EQ(Cancel(u"I" + Id(i).substr(1)).status, S_FALSE) << "ids compare exactly";
       });
     others.clear();
     EXPECT_EQ(ended, round * kClients) << "the calls are still running";

@@ -6,89 +6,45 @@
 #include "services/fake_manager_for_test.h"
 #include "services/ormu_service.h"
 #include "services/server_service.h"
+#include "tests/support/failure.h"
+#include "tests/support/test_home.h"
 
 namespace kelvarion::services {
 namespace {
 
 using platform::ServiceStatus;
 
-class FakeAuthority : public platform::SecurityAuthority {
- public:
-  Win32Error LookupAccountName(const std::u16string& name, std::u16string& sid) const override {
-    if (name != u"www-data") return ERROR_NONE_MAPPED;
-    sid = u"S-1-22-1-33";
-    return ERROR_SUCCESS;
-  }
-  Win32Error NormalizeSid(const std::u16string&, std::u16string&) const override { return 50; }
-  Win32Error LookupAccountSid(const std::u16string&, platform::AccountName&) const override {
-    return 50;
-  }
-  Win32Error GetAccountSids(const std::u16string&, std::vector<std::u16string>&) const override {
-    return 50;
-  }
-  Win32Error GetGroupMembers(const std::u16string&, std::vector<std::u16string>&) const override {
-    return 50;
-  }
-  Win32Error SetGroupMembers(const std::u16string&, const std::vector<std::u16string>&) override {
-    return 50;
-  }
-  Win32Error CreateGroup(const std::u16string&) override { return 50; }
-  Win32Error ReadFolderAccess(const std::u16string&,
-                              std::vector<platform::AccessGrant>&) const override {
-    return 50;
-  }
-  Win32Error WriteFolderAccess(const std::u16string&, const std::vector<platform::AccessGrant>&,
-                               bool) override {
-    return 50;
-  }
-};
-
-TEST(ServiceControlTest, EveryOperationDoesOneThingAndNamesItsFailure) {
+TEST(ServiceControlTest, EveryOperationDoesOneThingAndTellsOfItsFailure) {
   FakeManager manager;
-  const struct {
-    std::function<void()> operation;
-    std::u16string call;
-    std::u16string message;
-  } rows[] = {
-      {[&] { QueryServerStatus(manager); }, u"query KelvarionServer",
-       u"Cannot query service status"},
-      {[&] { StartServer(manager); }, u"start KelvarionServer", u"Cannot start service"},
-      {[&] { StopServer(manager); }, u"control KelvarionServer 1", u"Cannot stop service"},
-      {[&] { RestartServer(manager); }, u"control KelvarionServer 128", u"Cannot control service"},
-      {[&] { WaitForServerState(manager, 1, 0); }, u"query KelvarionServer",
-       u"Cannot query service status"},
-      {[&] { QueryOrmuStatus(manager); }, u"query ormusvc", u"Cannot query service status"},
-      {[&] { QueryOrmuConfig(manager); }, u"config ormusvc", u"Cannot query service config"},
-      {[&] { StartOrmu(manager); }, u"start ormusvc", u"Cannot start service"},
-      {[&] { StopOrmu(manager); }, u"control ormusvc 1", u"Cannot stop service"},
-      {[&] { SetOrmuStartMode(manager, 4); }, u"type ormusvc 4", u"Cannot change service settings"},
-      {[&] { WaitForOrmuState(manager, 1, 0); }, u"query ormusvc", u"Cannot query service status"},
+  const std::pair<std::function<void()>, std::u16string> rows[] = {
+      {[&] { QueryServerStatus(manager); }, u"query KelvarionServer"},
+      {[&] { StartServer(manager); }, u"start KelvarionServer"},
+      {[&] { StopServer(manager); }, u"control KelvarionServer 1"},
+      {[&] { RestartServer(manager); }, u"control KelvarionServer 128"},
+      {[&] { WaitForServerState(manager, 1, 0); }, u"query KelvarionServer"},
+      {[&] { QueryOrmuStatus(manager); }, u"query ormusvc"},
+      {[&] { QueryOrmuConfig(manager); }, u"config ormusvc"},
+      {[&] { StartOrmu(manager); }, u"start ormusvc"},
+      {[&] { StopOrmu(manager); }, u"control ormusvc 1"},
+      {[&] { SetOrmuStartMode(manager, 4); }, u"type ormusvc 4"},
+      {[&] { WaitForOrmuState(manager, 1, 0); }, u"query ormusvc"},
   };
-  for (const auto& row : rows) {
+  for (const auto& [operation, call] : rows) {
     manager.calls.clear();
     manager.Fail(u"", ERROR_SUCCESS);
-    row.operation();
-    EXPECT_EQ(manager.calls, (std::deque<std::u16string>{row.call})) << "one call each";
-    const std::u16string service =
-        row.call.find(u"ormusvc") == row.call.npos ? kServerServiceName : kOrmuServiceName;
-    const struct {
-      Win32Error error;
-      std::u16string message;
-    } failures[] = {
-        {ERROR_SERVICE_ALREADY_RUNNING, row.message},
-        {ERROR_SERVICE_DOES_NOT_EXIST, u"Cannot open service '" + service + u"'"},
-        {RPC_S_SERVER_UNAVAILABLE, u"Cannot connect to service manager"},
+    operation();
+    EXPECT_EQ(manager.calls, (std::deque<std::u16string>{call})) << "one call each";
+    const auto message_of = [&](Win32Error error) {
+      manager.Fail(u"", error);
+      return testing::MessageOf<Win32Exception>(operation);
     };
-    for (const auto& failure : failures) {
-      manager.Fail(u"", failure.error);
-      try {
-        row.operation();
-        ADD_FAILURE() << "did not throw";
-      } catch (const Win32Exception& thrown) {
-        EXPECT_EQ(thrown.text(), failure.message);
-        EXPECT_EQ(thrown.hresult(), HresultFromWin32(failure.error));
-      }
-    }
+    EXPECT_TRUE(message_of(ERROR_SERVICE_ALREADY_RUNNING).ends_with(u"(0x80070420)"));
+    const std::u16string service =
+        call.find(u"ormusvc") == call.npos ? kServerServiceName : kOrmuServiceName;
+    EXPECT_TRUE(message_of(ERROR_SERVICE_DOES_NOT_EXIST)
+                    .starts_with(u"Cannot open service '" + service + u"'"));
+    EXPECT_TRUE(
+        message_of(RPC_S_SERVER_UNAVAILABLE).starts_with(u"Cannot connect to service manager"));
   }
 }
 
@@ -123,28 +79,18 @@ TEST(ServiceControlTest, AWaitEndsWithTheStateTheTimeOrTheServicesFailure) {
 }
 
 TEST(ServiceControlTest, TheServiceAccountIsMappedToItsSid) {
-  const struct {
-    std::u16string account;
-    std::u16string sid;  // Empty when it cannot be mapped.
-  } rows[] = {
-      {u"", u"S-1-5-18"},
-      {u"localsystem", u"S-1-5-18"},
-      {u"NT AUTHORITY\\networkservice", u"S-1-5-20"},
-      {u".\\www-data", u"S-1-22-1-33"},
-      {u"www-data", u"S-1-22-1-33"},
-      {u".\\nobody-there", u""},
+  const testing::TestHome home;
+  FakeManager manager;
+  const auto sid = [&](const char16_t* account) {
+    manager.config.start_name = account;
+    return GetServerServiceAccountSid(manager, *home.machine()->security);
   };
-  const FakeAuthority authority;
-  for (const auto& row : rows) {
-    FakeManager manager;
-    manager.config.start_name = row.account;
-    try {
-      EXPECT_EQ(GetServerServiceAccountSid(manager, authority), row.sid);
-    } catch (const SimpleException& thrown) {
-      EXPECT_EQ(row.sid, u"");
-      EXPECT_EQ(thrown.Message(), u"Cannot map SID for service account 'nobody-there'");
-    }
-  }
+  EXPECT_EQ(sid(u""), u"S-1-5-18");
+  EXPECT_EQ(sid(u"localsystem"), u"S-1-5-18");
+  EXPECT_EQ(sid(u"NT AUTHORITY\\networkservice"), u"S-1-5-20");
+  EXPECT_EQ(sid(u".\\www-data"), u"S-1-22-1-33");
+  EXPECT_EQ(testing::MessageOf([&] { sid(u".\\nobody-there"); }),
+            u"Cannot map SID for service account 'nobody-there'");
 }
 
 }  // namespace

@@ -20,13 +20,12 @@ TEST_F(SvnErrorTest, MessageIsTheFirstLinkAndFullTextAllThatSaySomething) {
   const auto link = [](int code, const char* message, svn_error_t* child = nullptr) {
     return svn_error_create(code, child, message);
   };
-  struct Row {
+  const struct {
     const char* what;
     svn_error_t* chain;
     std::u16string message;
     std::u16string full;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"no chain", nullptr, u"", u""},
       {"one message", link(SVN_ERR_FS_CORRUPT, "café"), u"café", u"café"},
       {"generic text of a code", link(SVN_ERR_CANCELLED, nullptr), u"The operation was interrupted",
@@ -42,7 +41,7 @@ TEST_F(SvnErrorTest, MessageIsTheFirstLinkAndFullTextAllThatSaySomething) {
        u"first", u"first\nthen"},
       {"bytes that are not UTF-8", link(SVN_ERR_FS_CORRUPT, "a\xFF"), u"a\uFFFD", u"a\uFFFD"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const SvnException exception(row.chain);
     EXPECT_EQ(exception.Message(), row.message) << row.what;
     EXPECT_EQ(exception.FullText(), row.full) << row.what;

@@ -71,68 +71,6 @@ class Factory final : public ComObject<IClassFactory> {
 
 }  // namespace
 
-void Configurator::Reset() {
-  const std::lock_guard lock(mutex_);
-  behaviour_ = {};
-  calls_.clear();
-  init_sink_ = nullptr;
-  sink_ = nullptr;
-}
-
-void Configurator::Behave(const ConfiguratorBehaviour& behaviour) {
-  const std::lock_guard lock(mutex_);
-  behaviour_ = behaviour;
-}
-
-ConfiguratorBehaviour Configurator::behaviour() {
-  const std::lock_guard lock(mutex_);
-  return behaviour_;
-}
-
-void Configurator::GoAway() {
-  const std::lock_guard lock(mutex_);
-  ++generation_;
-}
-
-int Configurator::generation() {
-  const std::lock_guard lock(mutex_);
-  return generation_;
-}
-
-void Configurator::Note(const std::string& call) {
-  const std::lock_guard lock(mutex_);
-  calls_.push_back(call);
-}
-
-std::vector<std::string> Configurator::calls() {
-  const std::lock_guard lock(mutex_);
-  return calls_;
-}
-
-void Configurator::Keep(ComPtr<IWbemProviderInitSink> sink) {
-  const std::lock_guard lock(mutex_);
-  init_sink_ = std::move(sink);
-  kept_.notify_all();
-}
-
-void Configurator::Keep(ComPtr<IWbemObjectSink> sink) {
-  const std::lock_guard lock(mutex_);
-  sink_ = std::move(sink);
-  kept_.notify_all();
-}
-
-ComPtr<IWbemProviderInitSink> Configurator::TakeInitSink() {
-  std::unique_lock lock(mutex_);
-  kept_.wait(lock, [this] { return static_cast<bool>(init_sink_); });
-  return std::move(init_sink_);
-}
-
-ComPtr<IWbemObjectSink> Configurator::TakeSink() {
-  std::unique_lock lock(mutex_);
-  kept_.wait(lock, [this] { return static_cast<bool>(sink_); });
-  return std::move(sink_);
-}
-
 Configurator& TheConfigurator() {
   static Configurator configurator;
   return configurator;

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "errors/exception.h"
-#include "host/collecting_sink.h"
-#include "host/fake_provider_for_test.h"
 #include "host/text.h"
 
 namespace kelvarion::host {
@@ -62,30 +60,6 @@ TEST_F(RequestBodyTest, RefusalsSayWhatIsWrong) {
     const std::string refusal = Refusal(row.kind, row.body);
     EXPECT_NE(refusal.find(row.says), std::string::npos) << row.body.substr(0, 99) << refusal;
   }
-}
-
-TEST_F(RequestBodyTest, ACallReachesTheProviderWithItsTypedParameters) {
-  const ClientRequest request = ReadRequest("call", R"({
-      "path":"Kelvarion_Service.Name=\"KelvarionServer\"","method":"setnetworkoptions",
-      "parameters":{"Port":4294967295,"ListenIPAddressesArray":["::1"]},
-      "context":{"ActivityId":"mine","Flag":true}})",
-                                            schema_);
-  const auto provider = MakeCom<FakeProvider>();
-  provider->method = [](const std::u16string& name, IWbemContext* context, IWbemClassObject* in,
-                        IWbemObjectSink* sink) {
-    EXPECT_EQ(name, u"setnetworkoptions");
-    Variant value;
-    EXPECT_EQ(context->GetValue(u"flag", 0, &value), S_OK);
-    EXPECT_TRUE(value.AsBool());
-    EXPECT_EQ(in->Get(u"Port", 0, &value, nullptr), S_OK);
-    EXPECT_EQ(value.AsI4(), -1) << "the variant form of the greatest number";
-    EXPECT_EQ(in->Get(u"UseSecureConnection", 0, &value, nullptr), S_OK);
-    EXPECT_EQ(value.type(), VT_NULL);
-    return sink->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr);
-  };
-  const auto sink = MakeCom<CollectingSink>(nullptr);
-  EXPECT_EQ(request(*provider, sink.Get()), S_OK);
-  EXPECT_EQ(sink->Wait(S_OK).status, S_OK);
 }
 
 }  // namespace
