@@ -10,16 +10,15 @@
 using namespace kelvarion;
 using namespace kelvarion::host;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view lines) {
   static const Schema& schema = *new Schema(KELVARION_SOURCE_DIR "/schema");
-  std::string_view lines = fuzz::Bytes(data, size);
   const std::string name(fuzz::TakeLine(lines));
   std::vector<std::string> words;
   while (!lines.empty()) words.emplace_back(fuzz::TakeLine(lines));
   try {
     constexpr std::int64_t kNow = 1'700'000'000'000'000;
     ParseSince(name, kNow);
-    return 0;
+    return;
   } catch (const UsageError&) {
   }
   try {
@@ -34,5 +33,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Expect(!refusal.Message().empty(), "a refusal says why");
   } catch (const UsageError&) {
   }
-  return 0;
 }

@@ -41,10 +41,9 @@ void Compare(const AuthzRules& rules, svn_authz_t* authz, const std::string& pat
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view input) {
   static const svn::Pool& root = *new svn::Pool(svn::Pool::Root());
   const svn::Pool pool(root);
-  const std::string_view input = fuzz::Bytes(data, size);
   const std::size_t mark = input.find("\n--\n");
   const std::string rules_text(input.substr(0, mark == input.npos ? mark : mark + 1));
   const std::string groups_text(mark == input.npos ? "" : input.substr(mark + 4));
@@ -52,15 +51,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const AuthzRules rules(rules_text, groups);
   const bool refused = !groups.problems().empty() || !rules.problems().empty();
   // Neither is given to the libraries: they overrun their buffer and their stack.
-  if (svn::FindMisleadingLine(rules_text) || svn::FindMisleadingLine(groups_text)) return 0;
+  if (svn::FindMisleadingLine(rules_text) || svn::FindMisleadingLine(groups_text)) return;
   for (const AuthzProblem& problem : groups.problems())
-    if (problem.kind == AuthzProblem::Kind::kCycle) return 0;
+    if (problem.kind == AuthzProblem::Kind::kCycle) return;
   svn_authz_t* authz = nullptr;
   svn_error_t* const error = svn_repos_authz_parse2(
       &authz, Stream(rules_text, pool), Stream(groups_text, pool), nullptr, nullptr, pool, pool);
   svn_error_clear(error);
   fuzz::Expect(refused == (error != nullptr), "what is refused is agreed on");
-  if (refused || rules.has_wildcards()) return 0;
+  if (refused || rules.has_wildcards()) return;
   std::vector<std::string> users{"stranger"};
   std::vector<std::string> paths{"/", "/a/b"};
   for (const AuthzSection& section : rules.sections()) {
@@ -72,5 +71,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     users.insert(users.end(), group.members.begin(), group.members.end());
   for (const std::string& path : paths)
     for (const std::string& user : users) Compare(rules, authz, path, user, pool);
-  return 0;
 }

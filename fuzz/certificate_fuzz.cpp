@@ -8,12 +8,12 @@
 
 using namespace kelvarion;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   // The machine's own authorities play no part, and reading them all takes long.
   static const bool alone =
       setenv("SSL_CERT_FILE", "/dev/null", 1) == 0 && setenv("SSL_CERT_DIR", "/dev/null", 1) == 0;
   fuzz::Expect(alone, "the machine's store is left out");
-  const std::u16string text = fuzz::Text(fuzz::Bytes(data, size));
+  const std::u16string text = fuzz::Text(bytes);
   try {
     const certificate::SuppliedText supplied(text);
     const certificate::ChainReport chain =
@@ -33,5 +33,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       platform::BelongTogether(supplied.certificate(), key);
   } catch (const Exception&) {
   }
-  return 0;
 }

@@ -61,15 +61,12 @@ std::optional<Document> OfQuickWay(std::string_view text) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static fuzz::InputFile& file = *new fuzz::InputFile;
+void kelvarion::fuzz::Target(std::string_view text) {
   static const Pool& root = *new Pool(Pool::Root());
-  const std::string_view text = fuzz::Bytes(data, size);
-  const auto library = OfLibrary(file.Holding(text), Pool(root));
+  const auto library = OfLibrary(fuzz::FileHolding(text), Pool(root));
   // The scanner leaves references to other values as they are.
   if (text.find("%(") == text.npos)
     fuzz::Expect(OfScanner(text) == library, "the scanner sees what the libraries see");
   if (const auto written = OfQuickWay(text))
     fuzz::Expect(written == library, "the quick way leads to the same");
-  return 0;
 }

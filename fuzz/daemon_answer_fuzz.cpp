@@ -26,7 +26,7 @@ struct Daemon {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const Daemon& daemon = *new Daemon;
   static const auto& schema =
       *new std::shared_ptr(std::make_shared<const Schema>(KELVARION_SOURCE_DIR "/schema"));
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   platform::Descriptor server;
   platform::AcceptLocal(daemon.listener.get(), server);
   // The answer is there before the question, and fits into what the socket holds.
-  platform::SendAll(server.get(), fuzz::Bytes(data, size), 0);
+  platform::SendAll(server.get(), bytes, 0);
   platform::EndSending(server.get());
   try {
     const Reply reply =
@@ -43,5 +43,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (reply.error) ObjectToJson(*reply.error);
   } catch (const Exception&) {
   }
-  return 0;
 }

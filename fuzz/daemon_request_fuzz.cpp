@@ -52,14 +52,13 @@ class Served {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const Served& served = *new Served;
-  const std::string answer = served.Answer(fuzz::Bytes(data, size));
+  const std::string answer = served.Answer(bytes);
   fuzz::Expect(answer.empty() || answer.starts_with("HTTP/1.1 "), "the daemon speaks HTTP");
   fuzz::Expect(served
                    .Answer("POST /v1/get HTTP/1.1\r\nHost: h\r\nContent-Length: 14\r\n\r\n"
                            "{\"path\":\"X=@\"}")
                    .starts_with("HTTP/1.1 200 "),
                "the next client is served");
-  return 0;
 }

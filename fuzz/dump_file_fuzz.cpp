@@ -53,7 +53,7 @@ svn_stream_t* Source(std::string_view bytes, const svn::Pool& pool) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static Repository& repository = *new Repository;
   static const svn::Pool& root = *new svn::Pool(svn::Pool::Root());
   const svn::Pool pool(root);
@@ -63,13 +63,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                             svn_repos_load_uuid_ignore, nullptr, FALSE, FALSE,
                                             FALSE, FALSE, nullptr, nullptr, pool));
   reader = svn::Guarded(reader, pool);
-  svn_stream_t* const dump =
-      svn::DumpInputStream::Wrap(Source(fuzz::Bytes(data, size), pool), pool);
+  svn_stream_t* const dump = svn::DumpInputStream::Wrap(Source(bytes, pool), pool);
   try {
     svn::Check(svn_repos_parse_dumpstream3(dump, reader.calls, reader.baton, FALSE, nullptr,
                                            nullptr, pool));
   } catch (const Exception& refusal) {
     fuzz::Expect(!refusal.Message().empty(), "a refusal says why");
   }
-  return 0;
 }

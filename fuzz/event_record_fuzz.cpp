@@ -6,12 +6,12 @@
 using namespace kelvarion;
 using platform::EventRecord;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   constexpr std::uint64_t kPlenty = 1 << 20;
   constexpr std::uint64_t kLittle = 1024;
-  const std::string line(fuzz::Bytes(data, size));
+  const std::string line(bytes);
   EventRecord record;
-  if (!platform::FromLine(line, record)) return 0;
+  if (!platform::FromLine(line, record)) return;
   EventRecord again;
   fuzz::Expect(platform::FromLine(platform::ToLine(record, record.time_us, kPlenty), again),
                "a record can be written");
@@ -26,5 +26,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const bool strings_alone = record.source.size() < 20 && !record.user_sid;
   if (strings_alone && record.strings.size() < 10)
     fuzz::Expect(cut.size() <= kLittle, "a cut record keeps to the length");
-  return 0;
 }

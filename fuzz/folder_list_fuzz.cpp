@@ -4,12 +4,11 @@
 
 using namespace kelvarion;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   platform::FolderList list;
-  if (!platform::ParseFolderList(std::string(fuzz::Bytes(data, size)), list)) return 0;
+  if (!platform::ParseFolderList(std::string(bytes), list)) return;
   const std::string text = platform::ToText(list);
   platform::FolderList again;
   fuzz::Expect(platform::ParseFolderList(text, again) && platform::ToText(again) == text,
                "a list survives being written");
-  return 0;
 }

@@ -16,9 +16,10 @@
 #include "platform/text/encoding.h"
 #include "tests/support/temporary_folder.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-
 namespace kelvarion::fuzz {
+
+// What each target defines.
+void Target(std::string_view input);
 
 inline void Expect(bool holds, const char* what) {
   if (holds) return;
@@ -55,17 +56,18 @@ inline void WriteFile(const std::string& path, std::string_view bytes) {
       .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-// A file for readers that take a path; one a process.
-class InputFile {
- public:
-  const std::u16string& Holding(std::string_view bytes) {
-    WriteFile(folder_.native() + "/input", bytes);
-    return path_;
-  }
-
- private:
-  testing::TemporaryFolder folder_;
-  std::u16string path_ = folder_.path() + u"/input";
-};
+// The file that holds the bytes until the next call, for readers that take a path.
+inline const std::u16string& FileHolding(std::string_view bytes) {
+  static const auto& folder = *new testing::TemporaryFolder;
+  static const std::u16string path = folder.path() + u"/input";
+  WriteFile(folder.native() + "/input", bytes);
+  return path;
+}
 
 }  // namespace kelvarion::fuzz
+
+extern "C" __attribute__((used)) inline int LLVMFuzzerTestOneInput(const std::uint8_t* data,
+                                                                   std::size_t size) {
+  kelvarion::fuzz::Target(kelvarion::fuzz::Bytes(data, size));
+  return 0;
+}

@@ -7,8 +7,7 @@
 using namespace kelvarion;
 using namespace kelvarion::platform;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view text = fuzz::Bytes(data, size);
+void kelvarion::fuzz::Target(std::string_view text) {
   LoginRequest request;
   if (ParseLoginRequest(text, request)) {
     for (const std::string* field : {&request.name, &request.password, &request.client})
@@ -22,5 +21,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   const LoginAnswer answer = ParseLoginAnswer(text);
   fuzz::Expect(ParseLoginAnswer(ToText(answer)) == answer, "an answer survives being sent");
-  return 0;
 }

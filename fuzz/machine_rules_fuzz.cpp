@@ -8,20 +8,18 @@
 
 using namespace kelvarion;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static fuzz::InputFile& file = *new fuzz::InputFile;
+void kelvarion::fuzz::Target(std::string_view text) {
   svn::Initialize();
-  const std::string_view text = fuzz::Bytes(data, size);
-  const std::string path = platform::Utf8ForDisplay(file.Holding(text));
+  const std::string path = platform::Utf8ForDisplay(fuzz::FileHolding(text));
   const auto enforced = httpd::ReadRulesFile(path);
   // It goes by the file's times, which two inputs in a row may share.
   std::remove(path.c_str());
   fuzz::Expect(enforced && !httpd::ReadRulesFile(path), "a file is there or not");
   const access::MachineRules explained{std::string(text)};
-  if (!explained.puzzles().empty()) return 0;
+  if (!explained.puzzles().empty()) return;
   fuzz::Expect(explained.problems().empty() == enforced->problem.empty(),
                "what is refused is agreed on");
-  if (!enforced->problem.empty()) return 0;
+  if (!enforced->problem.empty()) return;
   for (const access::MachineSection& section : explained.sections()) {
     const rules::RuleSet::Section* const shown = explained.rules().Find(section.name);
     const rules::RuleSet::Section* const held = enforced->rules.Find(section.name);
@@ -30,5 +28,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       fuzz::Expect(explained.Find(section.name, rules::CanonicalSid(rule.key)) != nullptr,
                    "a rule is found by its SID");
   }
-  return 0;
 }

@@ -90,9 +90,9 @@ extern "C" int LLVMFuzzerInitialize(int* count, char*** arguments) {
   return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto requests = ReadLines(Bytes(data, size));
-  if (!requests || requests->size() > kMostRequests) return 0;
+void kelvarion::fuzz::Target(std::string_view bytes) {
+  const auto requests = ReadLines(bytes);
+  if (!requests || requests->size() > kMostRequests) return;
   SmallHome& home = Home();
   std::vector<std::string> named{home.linked_repository()};
   for (const Json& request : *requests) {
@@ -107,7 +107,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (answer) CheckAnswer(*answer);
   }
   home.Reset();
-  return 0;
 }
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,

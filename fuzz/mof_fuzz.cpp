@@ -38,8 +38,7 @@ void CheckLine(const std::string& message, std::string_view source) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view source = fuzz::Bytes(data, size);
+void kelvarion::fuzz::Target(std::string_view source) {
   mof::Schema schema;
   try {
     mof::Parse(fuzz::Text(source), {std::make_shared<const std::string>("fuzz.mof"), 1}, schema);
@@ -49,5 +48,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } catch (const mof::CompileError& error) {
     CheckLine(error.text, source);
   }
-  return 0;
 }

@@ -27,8 +27,8 @@ bool IsRepositoryName(const std::u16string& name) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::u16string name = fuzz::Text(fuzz::Bytes(data, size));
+void kelvarion::fuzz::Target(std::string_view bytes) {
+  const std::u16string name = fuzz::Text(bytes);
   if (IsRepositoryName(name)) {
     const std::filesystem::path path = svn::DirentFromPath(util::JoinPath(u"/root", name));
     fuzz::Expect(path.lexically_normal() == path && path.parent_path() == "/root",
@@ -45,5 +45,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (access::RulePathProblem(name).empty())
     fuzz::Expect(util::IsCanonicalRepositoryPath(name) && name.find_first_of(u"]\r\n") == name.npos,
                  "a path is a section");
-  return 0;
 }

@@ -19,8 +19,8 @@ bool Same(const PathParts& a, const PathParts& b) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::u16string text = fuzz::Text(fuzz::Bytes(data, size));
+void kelvarion::fuzz::Target(std::string_view bytes) {
+  const std::u16string text = fuzz::Text(bytes);
   const std::optional<PathParts> path = ParsePath(text);
   const ComPtr<IWbemPath> object = MakePath().As<IWbemPath>();
   const std::u16string before = u"Known.Key=1";
@@ -30,10 +30,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   object->GetText(0, &printed);
   if (!path) {
     fuzz::Expect(printed == before, "a refused text leaves the object alone");
-    return 0;
+    return;
   }
   const std::optional<PathParts> again = ParsePath(printed);
   fuzz::Expect(again && Same(*path, *again), "a path survives being written down");
   fuzz::Expect(FormatPath(*again) == printed, "the canonical text is canonical");
-  return 0;
 }

@@ -49,10 +49,9 @@ bool AllGoes(std::string_view script) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view script) {
   static Home home;
   platform::Registry& registry = *home.registry;
-  const std::string_view script = fuzz::Bytes(data, size);
   registry.DeleteTree(kClasses);
   registry.CreateKey(kClasses);
   const std::u16string nothing = Everything(registry, kClasses);
@@ -60,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const Registrar registrar(registry, u"/lib/%MODULE%.so", RegistrationScope::kMachine);
   if (Failed(registrar.Register(script))) {
     registrar.Unregister(script);
-    return 0;
+    return;
   }
   const std::u16string once = Everything(registry, kClasses);
   fuzz::Expect(registrar.Register(script) == S_OK, "what was registered can be so again");
@@ -69,5 +68,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (AllGoes(script))
     fuzz::Expect(Everything(registry, kClasses) == nothing, "and nothing remains");
   fuzz::Expect(registrar.Unregister(script) == S_OK, "removing twice is no failure");
-  return 0;
 }

@@ -51,15 +51,13 @@ void CheckValue(platform::Registry& registry, std::string_view bytes) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static Home& home = *new Home;
-  static fuzz::InputFile& file = *new fuzz::InputFile;
-  if (size == 0) return 0;
-  CheckValue(*home.registry, fuzz::Bytes(data, size));
+  if (bytes.empty()) return;
+  CheckValue(*home.registry, bytes);
   try {
-    JournalFile journal(file.Holding(fuzz::Bytes(data, size)), JournalFile::Open::kExisting);
+    JournalFile journal(fuzz::FileHolding(bytes), JournalFile::Open::kExisting);
     RegistryValues(*home.registry, kKey).Restore(kName, journal);
   } catch (const Exception&) {
   }
-  return 0;
 }

@@ -7,12 +7,12 @@
 
 using namespace kelvarion;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const testing::TemporaryFolder& folder = *new testing::TemporaryFolder;
   static const svn::Pool& root = *new svn::Pool(svn::Pool::Root());
   const svn::Pool pool(root);
   std::filesystem::create_directories(folder.native() + "/locks");
-  fuzz::WriteFile(folder.native() + "/ormu.conf", fuzz::Bytes(data, size));
+  fuzz::WriteFile(folder.native() + "/ormu.conf", bytes);
   try {
     const auto role = svn::ReadReplicaRole(folder.native(), pool);
     fuzz::Expect(role && (role->master || !role->master_server.empty()), "a slave has a master");
@@ -24,5 +24,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Expect(written == role, "a role survives being written");
   } catch (const Exception&) {
   }
-  return 0;
 }

@@ -49,11 +49,11 @@ class Service {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static Service& service = *new Service;
   static const svn::Pool& root = *new svn::Pool(svn::Pool::Root());
   const svn::Pool pool(root);
-  service.answer = std::string(fuzz::Bytes(data, size)) + "\n";
+  service.answer = std::string(bytes) + "\n";
   try {
     const ReplicationStatus status =
         ReadReplicationStatus(service.home.native(), service.home.path() + u"/repositories", pool);
@@ -68,5 +68,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SvnException failure(error);
     fuzz::Expect(!ChainToJson(failure.chain()).empty(), "an error has something to say");
   }
-  return 0;
 }

@@ -52,12 +52,12 @@ struct Home {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const Home& home = *new Home;
   static const std::set<std::string> outside = home.Outside();
   const svn::Cancellation cancellation{[] { return false; }, u"never"};
   svn_error_t* const error = AtBoundary([&] {
-    const WireJson request = WireJson::parse(fuzz::Bytes(data, size));
+    const WireJson request = WireJson::parse(bytes);
     home.requests.Answer(request, cancellation)
         .dump(-1, ' ', false, WireJson::error_handler_t::replace);
   });
@@ -70,5 +70,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   fuzz::Expect(home.Outside() == outside, "nothing changes outside of the root");
   home.Restore();
-  return 0;
 }

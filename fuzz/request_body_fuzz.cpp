@@ -48,8 +48,7 @@ Json Arriving(std::string_view kind, std::string_view body) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string_view input = fuzz::Bytes(data, size);
+void kelvarion::fuzz::Target(std::string_view input) {
   const std::size_t blank = std::min(input.find(' '), input.size());
   const std::string_view kind = input.substr(0, blank);
   Json first;
@@ -57,9 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     first = Arriving(kind, input.substr(blank));
   } catch (const Exception& refusal) {
     fuzz::Expect(!refusal.Message().empty(), "a refusal says why");
-    return 0;
+    return;
   }
-  if (first.is_null()) return 0;
+  if (first.is_null()) return;
   fuzz::Expect(Arriving(kind, first.dump()) == first, "what arrived can be sent again");
-  return 0;
 }

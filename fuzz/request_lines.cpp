@@ -22,20 +22,13 @@ void Replace(std::string& text, std::string_view mark, const std::string& by) {
 
 CIMTYPE TypeOf(VARTYPE type) {
   const CIMTYPE flag = (type & VT_ARRAY) != 0 ? CIM_FLAG_ARRAY : 0;
-  switch (type & ~VT_ARRAY) {
-    case VT_BOOL:
-      return CIM_BOOLEAN | flag;
-    case VT_I4:
-      return CIM_SINT32 | flag;
-    case VT_UINT:
-      return CIM_UINT32 | flag;
-    case VT_R8:
-      return CIM_REAL64 | flag;
-    case VT_UNKNOWN:
-      return CIM_OBJECT | flag;
-    default:
-      return CIM_STRING | flag;
-  }
+  for (const auto& [variant, cim] : {std::pair(VT_BOOL, CIM_BOOLEAN),
+                                     {VT_I4, CIM_SINT32},
+                                     {VT_UINT, CIM_UINT32},
+                                     {VT_R8, CIM_REAL64},
+                                     {VT_UNKNOWN, CIM_OBJECT}})
+    if ((type & ~VT_ARRAY) == variant) return cim | flag;
+  return CIM_STRING | flag;
 }
 
 Variant NumberOf(const Json& json) {

@@ -120,24 +120,13 @@ const RequestMaker::Class* RequestMaker::Find(const std::string& name) const {
 
 Json RequestMaker::Make(Random& random) const {
   const Class& of = *Find(random.Pick(asked_));
-  Json request;
-  if (!of.methods.empty() && !random.OneIn(4)) {
-    request = Call(of, random);
-  } else {
-    switch (random.Below(4)) {
-      case 0:
-        request = {{"get", Path(of, random)}};
-        break;
-      case 1:
-        request = {{"delete", Path(of, random)}};
-        break;
-      case 2:
-        request = {{"put", Object(of.name, random, 0)}};
-        break;
-      default:
-        request = {{"enumerate", of.name}};
-    }
-  }
+  const bool call = !of.methods.empty() && !random.OneIn(4);
+  const std::size_t kind = call ? 4 : random.Below(4);
+  Json request = kind == 0   ? Json{{"get", Path(of, random)}}
+                 : kind == 1 ? Json{{"delete", Path(of, random)}}
+                 : kind == 2 ? Json{{"put", Object(of.name, random, 0)}}
+                 : kind == 3 ? Json{{"enumerate", of.name}}
+                             : Call(of, random);
   if (random.OneIn(8)) request["context"] = Context(random);
   return request;
 }
@@ -162,19 +151,12 @@ Json RequestMaker::Parameters(const Method& method, Random& random) const {
 }
 
 std::string RequestMaker::Path(const Class& of, Random& random) const {
-  switch (random.Below(8)) {
-    case 0:
-      return of.name;
-    case 1:
-      return of.name + "=@";
-    case 2:
-      return Strange(random);
-    case 3:
-    case 4:
-      return PathOfKeys(of, random);
-    default:
-      return of.paths.empty() ? PathOfKeys(of, random) : random.Pick(of.paths);
-  }
+  const std::size_t kind = random.Below(8);
+  if (kind == 0) return of.name;
+  if (kind == 1) return of.name + "=@";
+  if (kind == 2) return Strange(random);
+  if (kind < 5 || of.paths.empty()) return PathOfKeys(of, random);
+  return random.Pick(of.paths);
 }
 
 std::string RequestMaker::PathOfKeys(const Class& of, Random& random) const {
@@ -232,24 +214,15 @@ Json RequestMaker::Object(const std::string& class_name, Random& random, int dep
 }
 
 Json RequestMaker::Wrong(Random& random, int depth) const {
-  switch (random.Below(depth < 3 ? 8 : 5)) {
-    case 0:
-      return nullptr;
-    case 1:
-      return random.OneIn(2);
-    case 2:
-      return 1.5e300;
-    case 3:
-      return random.Pick(kNumbers);
-    case 4:
-      return Strange(random);
-    case 5:
-      return Json::array({Wrong(random, depth + 1), nullptr});
-    case 6:
-      return Json{{"__CLASS", nullptr}, {"Name", Wrong(random, depth + 1)}};
-    default:
-      return Object(random.Pick(classes_).name, random, depth + 1);
-  }
+  const std::size_t kind = random.Below(depth < 3 ? 8 : 5);
+  if (kind == 0) return nullptr;
+  if (kind == 1) return random.OneIn(2);
+  if (kind == 2) return 1.5e300;
+  if (kind == 3) return random.Pick(kNumbers);
+  if (kind == 4) return Strange(random);
+  if (kind == 5) return Json::array({Wrong(random, depth + 1), nullptr});
+  if (kind == 6) return Json{{"__CLASS", nullptr}, {"Name", Wrong(random, depth + 1)}};
+  return Object(random.Pick(classes_).name, random, depth + 1);
 }
 
 std::string RequestMaker::Text(const std::string& name, Random& random) const {

@@ -31,16 +31,15 @@ void CheckRules(AuthzSubversionFileParser& rules) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static fuzz::InputFile& file = *new fuzz::InputFile;
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const svn::Pool& root = *new svn::Pool(svn::Pool::Root());
   const svn::Pool pool(root);
-  const std::u16string& path = file.Holding(fuzz::Bytes(data, size));
+  const std::u16string& path = fuzz::FileHolding(bytes);
   AuthzSubversionFileParser rules;
   try {
     ReadIniFile(path, rules.document(), pool);
   } catch (const Exception&) {
-    return 0;
+    return;
   }
   if (!HasReferences(rules.document())) {
     IniDocument again;
@@ -50,5 +49,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Expect(again == rules.document(), "a file reads the same after it was written anew");
   }
   CheckRules(rules);
-  return 0;
 }

@@ -54,8 +54,7 @@ void CheckPath(const Input& input, const std::string& path) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const Input input = Read(fuzz::Bytes(data, size));
+void kelvarion::fuzz::Target(std::string_view bytes) {
+  const Input input = Read(bytes);
   for (const std::string& path : input.paths) CheckPath(input, path);
-  return 0;
 }

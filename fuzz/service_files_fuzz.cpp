@@ -25,10 +25,9 @@ const Service& MakeService(const std::string& folder) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const testing::TemporaryFolder& folder = *new testing::TemporaryFolder;
   static const Service& service = MakeService(folder.native());
-  const std::string_view bytes = fuzz::Bytes(data, size);
   for (const char* name :
        {"s.status", "s.err", "s.failure", "services.conf", "httpd.conf", "error.log", "table"})
     fuzz::WriteFile(folder.native() + "/" + name, bytes);
@@ -47,6 +46,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::uint16_t> ports;
   fuzz::Expect(ReadTableOfListeners((folder.native() + "/table").c_str(), ports),
                "a table can be read");
-  fuzz::Expect(!FailureText(service, 1, 0, size / 2).empty(), "a failure has a text");
-  return 0;
+  fuzz::Expect(!FailureText(service, 1, 0, bytes.size() / 2).empty(), "a failure has a text");
 }

@@ -4,8 +4,7 @@
 
 using namespace kelvarion;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto sid = platform::ParseSid(fuzz::Text(fuzz::Bytes(data, size)));
+void kelvarion::fuzz::Target(std::string_view bytes) {
+  const auto sid = platform::ParseSid(fuzz::Text(bytes));
   if (sid) fuzz::Expect(platform::ParseSid(platform::ToText(*sid)) == sid, "the text is the SID's");
-  return 0;
 }

@@ -9,10 +9,9 @@
 using namespace kelvarion;
 using namespace kelvarion::ormu;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view input) {
   static const testing::TemporaryFolder& home = *new testing::TemporaryFolder;
   svn::Initialize();
-  std::string_view input = fuzz::Bytes(data, size);
   const std::string_view server = fuzz::TakeLine(input);
   const std::string masters = home.native() + "/replication/masters";
   std::filesystem::create_directories(masters);
@@ -28,5 +27,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   for (const std::string& name : ListTrustedMasters(home.native()))
     fuzz::Expect(ForgetMaster(home.native(), name), "a listed server can be forgotten");
-  return 0;
 }

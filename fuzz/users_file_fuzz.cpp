@@ -5,18 +5,16 @@
 
 using namespace kelvarion;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static fuzz::InputFile& file = *new fuzz::InputFile;
+void kelvarion::fuzz::Target(std::string_view bytes) {
   static const svn::Pool& root = *new svn::Pool(svn::Pool::Root());
   const svn::Pool pool(root);
-  const std::u16string& path = file.Holding(fuzz::Bytes(data, size));
+  const std::u16string& path = fuzz::FileHolding(bytes);
   access::UserRecords users;
   try {
     users = access::ReadUsersFile(path, pool);
     access::WriteUsersFile(path, users, pool);
   } catch (const Exception&) {
-    return 0;
+    return;
   }
   fuzz::Expect(access::ReadUsersFile(path, pool) == users, "users survive being written");
-  return 0;
 }

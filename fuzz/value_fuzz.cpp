@@ -17,9 +17,9 @@ void CheckTime(double time) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+void kelvarion::fuzz::Target(std::string_view bytes) {
   RegisterWbemClasses();
-  const Variant text = Variant::FromString(fuzz::Text(fuzz::Bytes(data, size)));
+  const Variant text = Variant::FromString(fuzz::Text(bytes));
   for (const CIMTYPE type :
        {CIM_BOOLEAN, CIM_SINT8, CIM_UINT8, CIM_SINT16, CIM_UINT16, CIM_SINT32, CIM_UINT32,
         CIM_SINT64, CIM_UINT64, CIM_REAL32, CIM_REAL64, CIM_STRING, CIM_DATETIME}) {
@@ -32,5 +32,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       ChangeType(value, other, again);
     if (value.type() == VT_R8) CheckTime(value.AsR8());
   }
-  return 0;
 }
