@@ -5,10 +5,13 @@
 
 #include <filesystem>
 #include <functional>
+#include <thread>
 
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
+#include "tests/support/eventually.h"
 #include "tests/support/failure.h"
+#include "tests/support/file_locks.h"
 #include "tests/support/test_home.h"
 #include "util/computer.h"
 
@@ -153,6 +156,18 @@ TEST_F(GeneratedConfigTest, FailuresOfTheDiskAreNamed) {
   EXPECT_FALSE(std::filesystem::exists(file())) << "the two belong together";
   std::filesystem::remove_all(home_.install_folder() + "/conf");
   EXPECT_THAT(MessageOf<Win32Exception>(), StartsWith("Couldn't write Apache configuration file"));
+}
+
+// Or the last one to generate would put back what it had read before.
+TEST_F(GeneratedConfigTest, WhoeverWaitedGeneratesFromWhatWasStoredMeanwhile) {
+  Generate();
+  auto lock = std::make_unique<ConfigurationLock>(store());
+  std::thread writer([this] { RegenerateApacheConfig(store()); });
+  EXPECT_TRUE(testing::Eventually([this] { return testing::IsWaitedFor(file() + ".tmp"); }));
+  store().SetServerPort(false, 10001);
+  lock.reset();
+  writer.join();
+  EXPECT_THAT(ReadFile(file()), HasSubstr("Listen \"10001\"\r\n"));
 }
 
 TEST_F(GeneratedConfigTest, StartPagesNameThePrefixWhereverTheyLink) {

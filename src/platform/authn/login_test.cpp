@@ -61,14 +61,11 @@ TEST(LoginTest, WhatNoAccountCanHaveIsNotPlausible) {
 }
 
 TEST(LoginTest, AnswersArriveAsTheyWereSentAndGarbageIsAFailure) {
-  const LoginAnswer rows[] = {
-      {LoginVerdict::kAccepted, "alice", {"S-1-22-1-1000", "S-1-1-0"}},
-      {LoginVerdict::kAccepted, "alice", {}},
-      {LoginVerdict::kRefused, "Authentication failure", {}},
-      {LoginVerdict::kBusy, "too many", {}},
-      {LoginVerdict::kFailed, "", {}},
-  };
-  for (const LoginAnswer& row : rows) EXPECT_EQ(ParseLoginAnswer(ToText(row)), row) << row.text;
+  for (const LoginAnswer& answer :
+       {LoginAnswer{LoginVerdict::kAccepted, "alice", {"S-1-22-1-1000", "S-1-1-0"}},
+        LoginAnswer{LoginVerdict::kRefused, "Authentication failure", {}},
+        LoginAnswer{LoginVerdict::kBusy, "", {}}})
+    EXPECT_EQ(ParseLoginAnswer(ToText(answer)), answer) << answer.text;
   // What a process that crashed may have said.
   for (const std::string garbage : {"", "acc", "accepted", "nonsense"})
     EXPECT_EQ(ParseLoginAnswer(garbage).verdict, LoginVerdict::kFailed) << garbage;

@@ -10,11 +10,11 @@
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 #include <vector>
 
 #include "platform/files/file.h"
+#include "tests/support/file_locks.h"
 #include "tests/support/temporary_folder.h"
 
 namespace kelvarion::platform {
@@ -220,18 +220,6 @@ TEST_F(FilesTest, VolumesAreFoundThroughLinks) {
   EXPECT_EQ(GetVolumeInformation(Path("missing"), linked), ERROR_FILE_NOT_FOUND);
 }
 
-// Whether somebody waits for the lock of the file that the name stands for now.
-bool IsWaitedFor(const std::string& file) {
-  struct stat status {};
-  if (stat(file.c_str(), &status) != 0) return false;
-  std::ifstream locks("/proc/locks");
-  const std::string inode = ":" + std::to_string(status.st_ino) + " ";
-  for (std::string line; std::getline(locks, line);)
-    if (line.find("-> FLOCK") != std::string::npos && line.find(inode) != std::string::npos)
-      return true;
-  return false;
-}
-
 // Whoever waited for a file that was moved away must not think to hold the one that came after it.
 TEST_F(FilesTest, AWaiterFollowsTheNameToTheNextFile) {
   auto first = std::make_unique<FileLock>(Path("lock"));
@@ -243,12 +231,12 @@ TEST_F(FilesTest, AWaiterFollowsTheNameToTheNextFile) {
     EXPECT_FALSE(second_held);
     waiter_held = true;
   });
-  while (!IsWaitedFor(Native("lock"))) std::this_thread::yield();
+  while (!testing::IsWaitedFor(Native("lock"))) std::this_thread::yield();
   std::filesystem::rename(Native("lock"), Native("moved"));
   auto second = std::make_unique<FileLock>(Path("lock"));
   second_held = true;
   first.reset();
-  while (!waiter_held && !IsWaitedFor(Native("lock"))) std::this_thread::yield();
+  while (!waiter_held && !testing::IsWaitedFor(Native("lock"))) std::this_thread::yield();
   second_held = false;
   second.reset();
   waiter.join();
