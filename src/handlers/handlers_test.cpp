@@ -156,6 +156,35 @@ TEST_F(HandlersTest, RepositoriesAreFoundIgnoringCaseAndHaveNullsForWhatIsUnknow
   EXPECT_EQ(host_.Get(repository + ".Name=\"Demo\"").status, WBEM_E_NOT_FOUND);
 }
 
+TEST_F(HandlersTest, AnswersAboutRepositoriesAreTheirOwn) {
+  const std::string demo = "Kelvarion_Repository.Name=\"DEMO\"";
+  const std::string none = "Kelvarion_Repository.Name=\"none\"";
+  host_.Call("Kelvarion_Repository", "Create", {"Name=demo"});
+  EXPECT_EQ(host_.Call(demo, "Upgrade").status, S_OK);
+  EXPECT_EQ(host_.Call(none, "Upgrade").status, WBEM_E_NOT_FOUND);
+  EXPECT_EQ(host_.Call(demo, "HasCapability", {"Capability=mergeinfo"}).out()["ReturnValue"], true);
+  EXPECT_EQ(host_.Call(demo, "HasCapability", {"Capability=teleport"}).status, WBEM_E_FAILED);
+  const auto of_class = [&](const char* method, const Words& parameters) {
+    return host_.Call("Kelvarion_Repository", method, parameters);
+  };
+  const std::string path = home_.root() + "/demo";
+  EXPECT_EQ(of_class("GetImportSourceType", {"Path=" + path}).out()["ReturnValue"], 0);
+  EXPECT_EQ(of_class("GetImportSourceType", {"Path=demo"}).said(),
+            "'demo' is not an absolute or a network path.");
+  const Words import{"Name=copy", "ImportPath=" + path};
+  EXPECT_EQ(of_class("ImportRepository", {import[0], import[1], "ImportMode=2"}).status, kInvalid);
+  const Answer copied = of_class("ImportRepository", {import[0], import[1], "ImportMode=0"});
+  ASSERT_FALSE(copied.progress.empty());
+  EXPECT_EQ(copied.progress[0].activity,
+            platform::Utf16ForDisplay("Import-SvnRepository -Path \"" + path +
+                                      "\" -DestinationName \"copy\""));
+  const host::Json size = host_.Call(demo, "GetSize").out();
+  EXPECT_NE(size["Size"], "0");
+  EXPECT_NE(size["TotalFolders"], "0");
+  for (const char* property : {"Size", "SizeOnDisk", "TotalFiles", "TotalFolders"})
+    EXPECT_EQ(host_.Call(none, "GetSize").out()[property], "0");
+}
+
 TEST_F(HandlersTest, ListingsWhoseClientWantsNoMoreEndAfterTheObjectAtHand) {
   for (const char* name : {"Name=one", "Name=two", "Name=three"}) {
     host_.Call("Kelvarion_Repository", "Create", {name});

@@ -9,10 +9,9 @@
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
+#include "repos/repositories_for_test.h"
 #include "repos/repository_store.h"
 #include "svn/error.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -23,13 +22,7 @@ using testing::RunProcess;
 using testing::WriteFile;
 namespace fs = std::filesystem;
 
-struct CancelAt final : IcCancelCallback {
-  explicit CancelAt(int nth) : left(nth) {}
-  bool IsCancelled() const override { return left-- <= 0; }
-  mutable int left;
-};
-
-class BackupTest : public ::testing::Test {
+class BackupTest : public RepositoriesTest {
  protected:
   BackupTest() {
     fs::create_directories(home_.folder() + "/backups");
@@ -40,38 +33,18 @@ class BackupTest : public ::testing::Test {
         RunProcess({"svnmucc", "-m", "one", "mkdir", "file://" + path("demo") + "/a"});
     EXPECT_EQ(commit.exit_code, 0) << commit.all();
   }
-  const ServerContext& context() { return home_.context(); }
-  std::string path(const std::string& name) { return home_.root() + "/" + name; }
   std::string backup(const std::string& name = "") { return home_.folder() + "/backups/" + name; }
-  std::u16string Wide(const std::string& text) { return platform::Utf16ForDisplay(text); }
-  std::vector<std::string> Backups() {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(backup()))
-      names.push_back(entry.path().filename());
-    return names;
-  }
-  template <class Call>
-  static std::string Failure(Call&& call) {
-    try {
-      call();
-    } catch (const Exception& exception) {
-      return platform::Utf8ForDisplay(exception.Message());
-    }
-    return "";
-  }
   std::string Back(const std::string& to, const IcCancelCallback* cancel = nullptr) {
     return Failure([&] { BackupRepository(context(), u"Demo", Wide(to), {}, cancel); });
   }
   std::string Restore(const std::u16string& name, const IcCancelCallback* cancel = nullptr) {
     return Failure([&] { RestoreRepository(context(), Wide(backup("one")), name, {}, cancel); });
   }
-
-  testing::TestHome home_;
 };
 
 TEST_F(BackupTest, ARepositoryComesBackAsItWasUnderAnyFreeName) {
   EXPECT_EQ(Back(backup("one")), "");
-  EXPECT_THAT(Backups(), ::testing::ElementsAre("one"));
+  EXPECT_THAT(NamesIn(backup()), ::testing::ElementsAre("one"));
   EXPECT_EQ(fs::status(backup("one")).permissions(), fs::perms::owner_all);
   EXPECT_THAT(Restore(u"demo"), HasSubstr("Can't create directory"));
   EXPECT_THAT(Restore(u"DEMO"), HasSubstr("already exists"));
@@ -101,7 +74,7 @@ TEST_F(BackupTest, WhatCannotBeBackedUpLeavesNothing) {
   bytes[bytes.find("type: dir") + 6] = 'x';
   WriteFile(path("demo/db/revs/0/1"), bytes);
   EXPECT_THAT(Back(backup("one")), HasSubstr("is damaged:\nError verifying revision 1."));
-  EXPECT_THAT(Backups(), ::testing::ElementsAre("taken"));
+  EXPECT_THAT(NamesIn(backup()), ::testing::ElementsAre("taken"));
 }
 
 TEST_F(BackupTest, CancelledAtAnyMomentItLeavesNothing) {
@@ -111,7 +84,7 @@ TEST_F(BackupTest, CancelledAtAnyMomentItLeavesNothing) {
     const std::string failure = Back(backup("one"), &cancel);
     if (failure.empty()) break;
     ASSERT_EQ(failure, "The repository backup has been cancelled.");
-    ASSERT_THAT(Backups(), IsEmpty());
+    ASSERT_THAT(NamesIn(backup()), IsEmpty());
   }
   EXPECT_GT(asked, 5);
   for (asked = 0;; ++asked) {

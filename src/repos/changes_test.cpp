@@ -13,10 +13,9 @@
 #include "repos/create.h"
 #include "repos/delete.h"
 #include "repos/rename.h"
+#include "repos/repositories_for_test.h"
 #include "repos/repository_store.h"
 #include "svn/error.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -30,29 +29,7 @@ using ::testing::UnorderedElementsAre;
 using testing::WriteFile;
 namespace fs = std::filesystem;
 
-class RepositoryChangesTest : public ::testing::Test {
- protected:
-  const ServerContext& context() { return home_.context(); }
-  std::string path(const std::string& name) { return home_.root() + "/" + name; }
-  std::vector<std::string> Root() {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(home_.root()))
-      names.push_back(entry.path().filename());
-    std::erase(names, "Kelvarion-Global.lck");
-    return names;
-  }
-  // The message of what the call throws, empty when it succeeds.
-  template <class Call>
-  static std::string Failure(Call&& call) {
-    try {
-      call();
-    } catch (const Exception& exception) {
-      return platform::Utf8ForDisplay(exception.Message());
-    }
-    return "";
-  }
-  testing::TestHome home_;
-};
+using RepositoryChangesTest = RepositoriesTest;
 
 constexpr const char16_t* kUnfit[] = {u"", u"..", u"../out", u"a/b", u"a\\b", u"a\nb", u"nul"};
 

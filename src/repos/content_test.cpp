@@ -8,10 +8,9 @@
 #include "platform/ormu/ormu.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
+#include "repos/repositories_for_test.h"
 #include "svn/error.h"
 #include "svn/replica_role.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -19,11 +18,10 @@ namespace {
 using testing::RunProcess;
 using ::testing::UnorderedElementsAre;
 
-class ContentTest : public ::testing::Test {
+class ContentTest : public RepositoriesTest {
  protected:
   ContentTest() { CreateRepository(context(), u"demo"); }
 
-  const ServerContext& context() { return home_.context(); }
   std::string url(const std::string& path) { return "file://" + home_.root() + "/demo" + path; }
   void Svn(std::vector<std::string> words) {
     words.insert(words.begin(), {"svn", "--non-interactive"});
@@ -40,8 +38,6 @@ class ContentTest : public ::testing::Test {
       found.push_back(child.path + (child.kind == NodeKind::Folder ? u"/" : u""));
     return found;
   }
-
-  testing::TestHome home_;
 };
 
 TEST_F(ContentTest, EntriesSayWhatTheyAreAndWhetherRulesNameThem) {

@@ -7,11 +7,10 @@
 
 #include "errors/exception.h"
 #include "repos/create.h"
+#include "repos/repositories_for_test.h"
 #include "repos/repository_store.h"
 #include "svn/error.h"
 #include "svn/repository.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -23,11 +22,10 @@ using testing::RunProcess;
 using testing::WriteFile;
 namespace fs = std::filesystem;
 
-class HooksTest : public ::testing::Test {
+class HooksTest : public RepositoriesTest {
  protected:
   HooksTest() { CreateRepository(context(), u"demo"); }
 
-  const ServerContext& context() { return home_.context(); }
   std::string file(const std::string& name) { return home_.root() + "/demo/hooks/" + name; }
   bool Write(HookKind kind, const char16_t* content,
              OverwriteHook overwrite = OverwriteHook::kYes) {
@@ -38,8 +36,6 @@ class HooksTest : public ::testing::Test {
     return RunProcess(
         {"sh", "-c", "printf '" + input + "' | env -i \"$0\" /repo 'two words' ''", file(hook)});
   }
-
-  testing::TestHome home_;
 };
 
 TEST_F(HooksTest, ScriptsAreFoundByPrecedenceAndKeepTheirNames) {
@@ -80,18 +76,6 @@ TEST_F(HooksTest, WhatIsNoRepositoryHasNoHooksButCannotBeWritten) {
   EXPECT_THROW(ReadHook(context(), u"folder", HookKind::PreLock), SvnException);
   EXPECT_THROW(WriteHook(context(), u"folder", HookKind::PreLock, u"", OverwriteHook::kYes),
                SvnException);
-}
-
-TEST_F(HooksTest, KindsHaveExactNamesAndAnOrderForPeople) {
-  EXPECT_EQ(HookKindFromName(u"PreRevPropChange"), HookKind::PreRevPropChange);
-  EXPECT_EQ(HookKindFromName(u"precommit"), std::nullopt);
-  const HookKind shown[] = {
-      HookKind::StartCommit, HookKind::PreCommit,        HookKind::PostCommit,
-      HookKind::PreLock,     HookKind::PostLock,         HookKind::PreUnlock,
-      HookKind::PostUnlock,  HookKind::PreRevPropChange, HookKind::PostRevPropChange};
-  for (std::size_t i = 0; i < std::size(shown); ++i)
-    for (std::size_t j = 0; j < std::size(shown); ++j)
-      EXPECT_EQ(CompareHookKinds(shown[i], shown[j]), (i > j) - (i < j));
 }
 
 TEST_F(HooksTest, ALauncherRunsWhatItCanAndSaysWhatItCannot) {

@@ -8,9 +8,8 @@
 #include <thread>
 
 #include "repos/create.h"
+#include "repos/repositories_for_test.h"
 #include "svn/error.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -19,12 +18,7 @@ using testing::RunProcess;
 using testing::WriteFile;
 namespace fs = std::filesystem;
 
-class MaintenanceTest : public ::testing::Test {
- protected:
-  const ServerContext& context() { return home_.context(); }
-  std::string path(const std::string& name) { return home_.root() + "/" + name; }
-  testing::TestHome home_;
-};
+using MaintenanceTest = RepositoriesTest;
 
 TEST_F(MaintenanceTest, AMeasureIsWhatFindAddsUp) {
   CreateRepository(context(), u"demo");

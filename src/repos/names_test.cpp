@@ -8,12 +8,6 @@
 namespace kelvarion::repos {
 namespace {
 
-std::u16string Repeated(const char16_t* text, int count) {
-  std::u16string result;
-  while (count-- > 0) result += text;
-  return result;
-}
-
 // The reason of the refusal, empty when the name is accepted.
 std::u16string Refusal(const std::u16string& name) {
   try {
@@ -54,7 +48,7 @@ TEST(RepositoryNameTest, EveryUnfitNameIsRefusedForItsOwnReason) {
       {u".kelvarion", u"reserved"},
       {u"!", u"reserved"},
       {u"a\xD800", u"Unicode"},
-      {Repeated(u"\u00E4", 128), u"255"},
+      {std::u16string(128, u'\u00E4'), u"255"},
   };
   for (const auto& row : rows) {
     EXPECT_NE(Refusal(row.name).find(row.reason), std::u16string::npos)
@@ -69,7 +63,7 @@ TEST(RepositoryNameTest, UnusualButServableNamesAreAccepted) {
         u"com10", u"a..b", u"-x", u"\U0001F600", u"!new"}) {
     EXPECT_EQ(Refusal(name), u"");
   }
-  EXPECT_EQ(Refusal(Repeated(u"\u00E4", 127)), u"");
+  EXPECT_EQ(Refusal(std::u16string(127, u'\u00E4')), u"");
 }
 
 TEST(RepositoryNameTest, TheMessageDoesNotRepeatControlCharacters) {

@@ -13,11 +13,10 @@
 #include "repos/engine_errors.h"
 #include "repos/import.h"
 #include "repos/maintenance.h"
+#include "repos/repositories_for_test.h"
 #include "repos/repository_store.h"
 #include "svn/error.h"
 #include "svn/replica_role.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -59,10 +58,9 @@ TEST(EngineErrorsTest, TheProbableReasonIsToldFromTheFirstTwoCodes) {
   }
 }
 
-class ReplicationTest : public ::testing::Test {
+class ReplicationTest : public RepositoriesTest {
  protected:
   ReplicationTest() { fs::create_directories(home_.install_folder() + "/conf"); }
-  const ServerContext& context() { return home_.context(); }
   std::string Folder(const std::string& name) { return home_.root() + "/" + name; }
   std::u16string Path(const std::string& native) { return platform::Utf16ForDisplay(native); }
   bool HasSettings(const std::string& folder, const char* name) {
@@ -79,8 +77,6 @@ class ReplicationTest : public ::testing::Test {
       EXPECT_EQ(failure.probable_reason(), 1u);
     }
   }
-
-  testing::TestHome home_;
 };
 
 TEST_F(ReplicationTest, MastersAreMadeServedAndRemoved) {

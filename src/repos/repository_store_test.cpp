@@ -9,9 +9,8 @@
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
+#include "repos/repositories_for_test.h"
 #include "svn/error.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -21,21 +20,14 @@ using ::testing::UnorderedElementsAre;
 using testing::WriteFile;
 namespace fs = std::filesystem;
 
-class RepositoryStoreTest : public ::testing::Test {
+class RepositoryStoreTest : public RepositoriesTest {
  protected:
-  const ServerContext& context() { return home_.context(); }
-  std::string path(const std::string& name) { return home_.root() + "/" + name; }
-  static void Run(const std::vector<std::string>& command) {
-    const testing::ProcessResult result = RunProcess(command);
-    ASSERT_EQ(result.exit_code, 0) << result.all();
-  }
   void AddRepository(const std::string& name, const std::string& compatible = "1.14") {
     Run({"svnadmin", "create", "--compatible-version", compatible, path(name)});
   }
   void MakeFolder(const std::string& repository, const std::string& folder) {
     Run({"svn", "mkdir", "-q", "-m", "", "file://" + path(repository) + folder});
   }
-  testing::TestHome home_;
 };
 
 TEST_F(RepositoryStoreTest, FoldersAreRepositoriesAndNothingElseIs) {
@@ -121,43 +113,6 @@ TEST_F(RepositoryStoreTest, NamesResolveIgnoringCaseUnlessOneIsExact) {
   for (const std::u16string missing : {u"", u"other", u"..", u"../repositories/Demo", u"Demo/"})
     EXPECT_EQ(FindRepository(context(), missing), std::nullopt);
   EXPECT_THROW(GetRepositoryDiskName(context(), u"other"), SvnException);
-}
-
-TEST_F(RepositoryStoreTest, NamesThatLeaveTheRootAreRefusedBeforeTheyAreLookedFor) {
-  const struct {
-    std::u16string name;
-    HRESULT status;
-  } rows[] = {{u"absent", WBEM_E_NOT_FOUND},
-              {u"..", WBEM_E_INVALID_METHOD_PARAMETERS},
-              {u"a/../b", WBEM_E_INVALID_METHOD_PARAMETERS},
-              {u"a\tb", WBEM_E_INVALID_METHOD_PARAMETERS}};
-  for (const auto& row : rows) {
-    try {
-      RequireRepository(context(), row.name);
-      ADD_FAILURE();
-    } catch (const WMIException& exception) {
-      EXPECT_EQ(exception.status(), row.status);
-    }
-  }
-  EXPECT_THROW(GetRepositoryPath(context(), u"../x"), WMIException);
-}
-
-TEST_F(RepositoryStoreTest, TheTypeOfAnyAbsolutePathCanBeAsked) {
-  AddRepository("r");
-  EXPECT_EQ(GetRepositoryType(context(), platform::Utf16ForDisplay(path("r"))),
-            RepositoryType::Fsfs);
-  const struct {
-    std::u16string path;
-    int code;
-  } rows[] = {{u"repositories/r", 200004}, {platform::Utf16ForDisplay(path("missing")), 2}};
-  for (const auto& row : rows) {
-    try {
-      GetRepositoryType(context(), row.path);
-      ADD_FAILURE();
-    } catch (const SvnException& exception) {
-      EXPECT_EQ(exception.code(), row.code);
-    }
-  }
 }
 
 }  // namespace

@@ -12,8 +12,7 @@
 #include "errors/exception.h"
 #include "platform/text/encoding.h"
 #include "repos/create.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
+#include "repos/repositories_for_test.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -22,18 +21,15 @@ using ::testing::HasSubstr;
 using testing::ReadFile;
 namespace fs = std::filesystem;
 
-class RepositoriesRootTest : public ::testing::Test {
+class RepositoriesRootTest : public RepositoriesTest {
  protected:
   RepositoriesRootTest() { fs::create_directories(home_.install_folder() + "/conf"); }
-  const ServerContext& context() { return home_.context(); }
-  std::u16string Wide(const std::string& text) { return platform::Utf16ForDisplay(text); }
   std::u16string Stored() { return home_.configuration().GetRepositoriesRoot(std::nullopt); }
   std::string Config() { return ReadFile(home_.install_folder() + "/conf/httpd.conf"); }
   SetRootResult Set(const std::string& path, CreateMissing create,
                     AdjustPermissions adjust = AdjustPermissions::kNo) {
     return SetRepositoriesRoot(context(), Wide(path), adjust, create);
   }
-  testing::TestHome home_;
 };
 
 TEST_F(RepositoriesRootTest, AMissingFolderIsMadeOnlyWhenAskedFor) {

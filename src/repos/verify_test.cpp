@@ -11,10 +11,9 @@
 
 #include "platform/text/encoding.h"
 #include "repos/create.h"
+#include "repos/repositories_for_test.h"
 #include "repos/repository_store.h"
 #include "repos/verify_workers.h"
-#include "tests/support/process.h"
-#include "tests/support/test_home.h"
 
 namespace kelvarion::repos {
 namespace {
@@ -41,13 +40,7 @@ struct Notes final : IcVerifyRepositoryNotify {
   std::vector<std::string> texts;
 };
 
-struct CancelAt final : IcCancelCallback {
-  explicit CancelAt(int nth) : left(nth) {}
-  bool IsCancelled() const override { return left-- <= 0; }
-  mutable int left;
-};
-
-class VerifyTest : public ::testing::Test {
+class VerifyTest : public RepositoriesTest {
  protected:
   // `revisions` commits that each change one file.
   void Fill(const std::string& name, int revisions, const char* shard = "1000") {
@@ -87,10 +80,6 @@ class VerifyTest : public ::testing::Test {
       if (ReadFile("/proc/" + std::to_string(pid) + "/comm").starts_with("kelvarion-verif"))
         kill(pid, SIGKILL);
   }
-  const ServerContext& context() { return home_.context(); }
-  std::string path(const std::string& name) { return home_.root() + "/" + name; }
-
-  testing::TestHome home_;
 };
 
 TEST_F(VerifyTest, ASoundRepositoryIsToldInTheOrderOfItsRevisions) {

@@ -9,6 +9,9 @@ namespace {
 
 constexpr Guid kClass{0xA2AC77FD, 0x36C6, 0x4C2A, {0xB2, 0x38, 0xF8, 0x9B, 0x35, 0xDA, 0xA5, 0x70}};
 
+std::mutex mutex;
+Configurator configurator;
+
 std::string Caller() {
   const ClientToken* token = nullptr;
   if (OpenThreadToken(token) != ERROR_SUCCESS) return " as nobody";
@@ -20,16 +23,14 @@ class Server final : public ComObject<platform::ServicesBase, IWbemProviderInit>
   HRESULT Initialize(const std::u16string*, std::int32_t, const std::u16string& namespace_name,
                      const std::u16string*, IWbemServices*, IWbemContext*,
                      IWbemProviderInitSink* sink) override {
-    Configurator& configurator = TheConfigurator();
-    configurator.Note("initialize " + platform::Utf8ForDisplay(namespace_name) + Caller());
-    const ConfiguratorBehaviour behaviour = configurator.behaviour();
-    if (Failed(behaviour.initialize)) return behaviour.initialize;
-    if (behaviour.late_init) {
-      configurator.Keep(ComPtr<IWbemProviderInitSink>(sink));
-    } else {
-      sink->SetStatus(behaviour.init_status, 0);
-    }
-    return behaviour.initialize;
+    const TheConfigurator my;
+    my->calls.push_back("initialize " + platform::Utf8ForDisplay(namespace_name) + Caller());
+    if (Failed(my->behaviour.initialize)) return my->behaviour.initialize;
+    if (my->behaviour.late_init)
+      my->init_sink = ComPtr<IWbemProviderInitSink>(sink);
+    else
+      sink->SetStatus(my->behaviour.init_status, 0);
+    return my->behaviour.initialize;
   }
 
   HRESULT GetObjectAsync(Text path, std::int32_t, IWbemContext*, IWbemObjectSink* sink) override {
@@ -43,27 +44,26 @@ class Server final : public ComObject<platform::ServicesBase, IWbemProviderInit>
 
  private:
   HRESULT Answer(const std::string& call, IWbemObjectSink* sink) const {
-    Configurator& configurator = TheConfigurator();
-    if (configurator.generation() != generation_) return HresultFromWin32(RPC_S_SERVER_UNAVAILABLE);
-    configurator.Note(call + Caller());
-    const ConfiguratorBehaviour behaviour = configurator.behaviour();
-    if (behaviour.late_answer) {
-      configurator.Keep(ComPtr<IWbemObjectSink>(sink));
-    } else if (Succeeded(behaviour.answer)) {
+    const TheConfigurator my;
+    if (my->generation != generation_) return HresultFromWin32(RPC_S_SERVER_UNAVAILABLE);
+    my->calls.push_back(call + Caller());
+    if (my->behaviour.late_answer) {
+      my->sink = ComPtr<IWbemObjectSink>(sink);
+    } else if (Succeeded(my->behaviour.answer)) {
       sink->Indicate(0, nullptr);
       sink->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr);
     }
-    return behaviour.answer;
+    return my->behaviour.answer;
   }
 
-  const int generation_ = TheConfigurator().generation();
+  const int generation_ = TheConfigurator()->generation;
 };
 
 class Factory final : public ComObject<IClassFactory> {
  public:
   HRESULT CreateInstance(IUnknown*, const Guid& iid, void** out) override {
-    TheConfigurator().Note("start");
-    const HRESULT hr = TheConfigurator().behaviour().start;
+    TheConfigurator()->calls.emplace_back("start");
+    const HRESULT hr = TheConfigurator()->behaviour.start;
     return Failed(hr) ? hr : MakeCom<Server>()->QueryInterface(iid, out);
   }
   HRESULT LockServer(bool) override { return S_OK; }
@@ -71,10 +71,8 @@ class Factory final : public ComObject<IClassFactory> {
 
 }  // namespace
 
-Configurator& TheConfigurator() {
-  static Configurator configurator;
-  return configurator;
-}
+TheConfigurator::TheConfigurator() : lock_(mutex) {}
+Configurator* TheConfigurator::operator->() const { return &configurator; }
 
 extern "C" HRESULT DllGetClassObject(const Guid& class_id, const Guid& iid, void** out) {
   if (class_id != kClass) return CLASS_E_CLASSNOTAVAILABLE;

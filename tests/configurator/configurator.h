@@ -2,7 +2,6 @@
 // does what the test says and remembers what it was asked.
 #pragma once
 
-#include <condition_variable>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -16,71 +15,31 @@ struct ConfiguratorBehaviour {
   HRESULT start = S_OK;       // What making a server comes to.
   HRESULT initialize = S_OK;  // What Initialize returns.
   HRESULT init_status = S_OK;
-  bool late_init = false;    // The status is left to the test, by way of TakeInitSink.
+  bool late_init = false;    // The status is left to the test.
   HRESULT answer = S_OK;     // What requests return.
-  bool late_answer = false;  // The sink is left to the test, by way of TakeSink.
+  bool late_answer = false;  // The sink is left to the test.
 };
 
-// One per process. Safe from any thread.
-class Configurator {
- public:
-  // Back to the beginning: no calls, normal behaviour.
-  void Reset() {
-    const std::lock_guard lock(mutex_);
-    behaviour_ = {};
-    calls_.clear();
-    init_sink_ = nullptr;
-    sink_ = nullptr;
-  }
-  void Behave(const ConfiguratorBehaviour& behaviour) { Set(behaviour_, behaviour); }
-  ConfiguratorBehaviour behaviour() { return Get(behaviour_); }
-
-  // All servers there are end: their requests are answered "RPC server unavailable".
-  void GoAway() { Set(generation_, generation() + 1); }
-  int generation() { return Get(generation_); }
-
+struct Configurator {
+  ConfiguratorBehaviour behaviour;
+  // Servers of an earlier one are gone: their requests are answered "RPC server unavailable".
+  int generation = 0;
   // "start", "initialize <namespace>", "get <path>", "method <path> <method>", each but the first
   // with " as <user SID>" of the client it was made for.
-  void Note(const std::string& call) {
-    const std::lock_guard lock(mutex_);
-    calls_.push_back(call);
-  }
-  std::vector<std::string> calls() { return Get(calls_); }
-
-  void Keep(const ComPtr<IWbemProviderInitSink>& sink) { Set(init_sink_, sink); }
-  void Keep(const ComPtr<IWbemObjectSink>& sink) { Set(sink_, sink); }
-  // The sink of the last late initialisation or request; waits for it.
-  ComPtr<IWbemProviderInitSink> TakeInitSink() { return Take(init_sink_); }
-  ComPtr<IWbemObjectSink> TakeSink() { return Take(sink_); }
-
- private:
-  template <class Value>
-  void Set(Value& member, const Value& value) {
-    const std::lock_guard lock(mutex_);
-    member = value;
-    changed_.notify_all();
-  }
-  template <class Value>
-  Value Get(const Value& member) {
-    const std::lock_guard lock(mutex_);
-    return member;
-  }
-  template <class Sink>
-  ComPtr<Sink> Take(ComPtr<Sink>& sink) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return static_cast<bool>(sink); });
-    return std::move(sink);
-  }
-
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  ConfiguratorBehaviour behaviour_;
-  int generation_ = 0;
-  std::vector<std::string> calls_;
-  ComPtr<IWbemProviderInitSink> init_sink_;
-  ComPtr<IWbemObjectSink> sink_;
+  std::vector<std::string> calls;
+  // Of the last late initialisation and request.
+  ComPtr<IWbemProviderInitSink> init_sink;
+  ComPtr<IWbemObjectSink> sink;
 };
 
-Configurator& TheConfigurator();
+// The one of the process, to itself while this lives.
+class TheConfigurator {
+ public:
+  TheConfigurator();
+  Configurator* operator->() const;
+
+ private:
+  std::unique_lock<std::mutex> lock_;
+};
 
 }  // namespace kelvarion::testing

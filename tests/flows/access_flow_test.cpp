@@ -1,7 +1,7 @@
 // Rules, groups and users as written through the provider, against what svn is then allowed to do.
 #include <gtest/gtest.h>
 
-#include "tests/support/real_server.h"
+#include "tests/support/account_rules_server.h"
 
 namespace kelvarion::testing {
 namespace {
@@ -47,15 +47,6 @@ class AccessFlowTest : public ::testing::Test {
       words.push_back(url + "/trunk/" + each);
     const ProcessResult filled = As("alice", words);
     EXPECT_EQ(filled.exit_code, 0) << filled.all();
-  }
-
-  // 200, 401 or 403 as svn words it; the whole text when it is neither.
-  static std::string Outcome(const ProcessResult& result) {
-    const std::string text = result.all();
-    if (result.exit_code == 0) return "allowed";
-    if (text.find("E215004") != text.npos || text.find("E170001") != text.npos) return "401";
-    if (text.find("E175013") != text.npos) return "403";
-    return text;
   }
 
   std::string AccessOf(const std::string& user, const std::string& repository,

@@ -11,8 +11,6 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-const std::string kProgram = KELVARION_BUILD_DIR "/bin/kelvarionctl";
-
 // Runs the words at a terminal, answers each prompt, and returns all that the terminal showed.
 std::string AtTerminal(const Words& words, const Words& answers, int& exit_code) {
   int terminal = -1;
@@ -42,15 +40,10 @@ std::string AtTerminal(const Words& words, const Words& answers, int& exit_code)
 
 class AccountCommandsFlowTest : public ::testing::Test {
  protected:
-  Words Command(const Words& words) const {
-    Words all{kProgram, "--home", server_.home};
-    all.insert(all.end(), words.begin(), words.end());
-    return all;
-  }
   // With the password as a script hands it over.
   ProcessResult Piped(const std::string& password, const Words& words) const {
     Words all{"sh", "-c", "printf '%s\\n' \"$0\" | \"$@\"", password};
-    const Words command = Command(words);
+    const Words command = server_.TextCommand(words);
     all.insert(all.end(), command.begin(), command.end());
     return RunProcess(all);
   }
@@ -80,7 +73,7 @@ TEST_F(AccountCommandsFlowTest, PasswordsComeFromTheTerminalUnseenOrFromALine) {
   for (const auto& row : rows) {
     int exit_code = -1;
     const std::string shown =
-        AtTerminal(Command({"user", "password", "alice"}), row.answers, exit_code);
+        AtTerminal(server_.TextCommand({"user", "password", "alice"}), row.answers, exit_code);
     EXPECT_EQ(exit_code, row.exit_code) << shown;
     EXPECT_EQ(shown.find("second"), std::string::npos) << shown;
     EXPECT_EQ(shown.find("third"), std::string::npos) << shown;

@@ -43,9 +43,8 @@ class CertificateFlowTest : public ::testing::Test {
     return presented;
   }
   ProcessResult Certificate(std::vector<std::string> words) const {
-    words.insert(words.begin(),
-                 {KELVARION_BUILD_DIR "/bin/kelvarionctl", "--home", server.home, "certificate"});
-    return RunProcess(words);
+    words.insert(words.begin(), "certificate");
+    return server.Text(words);
   }
 
   CertificateAuthority ca;

@@ -31,12 +31,7 @@ class CliTest : public ::testing::Test {
   static void SetUpTestSuite() { server_ = std::make_unique<RealServer>(); }
   static void TearDownTestSuite() { server_.reset(); }
 
-  // As people run it, for text.
-  static ProcessResult Text(const Words& words) {
-    Words all{kProgram, "--home", server_->home};
-    all.insert(all.end(), words.begin(), words.end());
-    return RunProcess(all);
-  }
+  static ProcessResult Text(const Words& words) { return server_->Text(words); }
 
   static std::unique_ptr<RealServer> server_;
 };
@@ -49,8 +44,8 @@ TEST_F(CliTest, AccessIsExplainedAndACheckExitsByWhatItFinds) {
   ASSERT_TRUE(server.Call("Kelvarion_Repository", "Create", {"Name=demo"}).ok());
   ASSERT_TRUE(server.Ctl(RealServer::SetRules("demo", "/", {{"@devs", 2}})).ok());
   const auto text = [&](Words words) {
-    words.insert(words.begin(), {kProgram, "--home", server.home, "access"});
-    return RunProcess(words);
+    words.insert(words.begin(), "access");
+    return server.Text(words);
   };
   EXPECT_EQ(text({"check"}).out, "Everything is in order.\n");
   EXPECT_THAT(text({"explain", "DEMO", "/trunk"}).out,

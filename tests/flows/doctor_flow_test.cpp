@@ -136,8 +136,7 @@ TEST_F(DoctorFlowTest, RulesThatTheWebServerMayNotReadRefuseAccess) {
 
 TEST_F(DoctorFlowTest, TheServerTellsHowItIsAndWhatCameOfEachRequest) {
   const auto type = [&](const char* verb, int exit_code, const std::string& words) {
-    const ProcessResult result = RunProcess(
-        {KELVARION_BUILD_DIR "/bin/kelvarionctl", "--home", server.home, "server", verb});
+    const ProcessResult result = server.Text({"server", verb});
     EXPECT_EQ(result.exit_code, exit_code) << verb << ": " << result.all();
     EXPECT_THAT(result.all(), HasSubstr(words)) << verb;
   };

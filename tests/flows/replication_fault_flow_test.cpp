@@ -21,28 +21,12 @@ namespace {
 using ::testing::HasSubstr;
 using Words = std::vector<std::string>;
 
-constexpr const char* kService = "Kelvarion_OrmuService.Name=\"ormusvc\"";
-
 // A server whose service follows others' masters.
 class Site : public ReplicationServer {
  public:
-  Site() { StartService(); }
-  ~Site() { server().Call(kService, "StopService"); }
+  Site() { service.Start(); }
+  ~Site() { service.Stop(); }
 
-  bool ServiceReaches(int state) const {
-    return Eventually([&] {
-      return server().Ctl({"get", kService}).object()["ServiceState"] == state;
-    });
-  }
-  void StartService() const {
-    const Reply reply = server().Call(kService, "StartService");
-    EXPECT_TRUE(reply.ok()) << reply.message();
-    EXPECT_TRUE(ServiceReaches(4)) << ReadText(server().File("server/run/ormusvc.err"));
-  }
-  void KillService() const {
-    kill(std::atoi(ReadText(server().File("server/run/ormusvc.pid")).c_str()), SIGKILL);
-    EXPECT_TRUE(ServiceReaches(1));
-  }
   void KillServer() const {
     kill(server().ServerPid(), SIGKILL);
     EXPECT_TRUE(server().Reaches(1));
@@ -71,6 +55,8 @@ class Site : public ReplicationServer {
     EXPECT_EQ(dump.exit_code, 0) << dump.err;
     return dump.out;
   }
+
+  const ReplicationService service{server()};
 };
 
 // Changes of all kinds, one after the other, as far as the master's web server takes them.
@@ -171,9 +157,9 @@ TEST_F(ReplicationFaultTest, WhateverBreaksTheSlaveBecomesWhatItsMasterIs) {
     switch (const unsigned kind = i < 3 ? static_cast<unsigned>(i) : random() % 3;
             ++broken[kind], kind) {
       case 0:
-        slave.KillService();
+        slave.service.Kill();
         pause(800);
-        slave.StartService();
+        slave.service.Start();
         break;
       case 1:
         master.KillServer();

@@ -1,7 +1,8 @@
-// A real server whose repository "demo" is a master, and who may replicate it.
+// Servers that replicate.
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <filesystem>
 #include <string>
@@ -10,6 +11,37 @@
 
 namespace kelvarion::testing {
 
+// The replication service of a server.
+class ReplicationService {
+ public:
+  static constexpr const char* kPath = "Kelvarion_OrmuService.Name=\"ormusvc\"";
+
+  explicit ReplicationService(const RealServer& server) : server_(server) {}
+  int Property(const char* name) const { return server_.Ctl({"get", kPath}).object()[name]; }
+  bool Reaches(int state) const {
+    return Eventually([&] { return Property("ServiceState") == state; });
+  }
+  void Start() const {
+    const Reply reply = server_.Call(kPath, "StartService");
+    EXPECT_TRUE(reply.ok()) << reply.message();
+    EXPECT_TRUE(Reaches(4)) << ReadText(server_.File("server/run/ormusvc.err"));
+  }
+  void Stop() const {
+    if (server_.Call(kPath, "StopService").ok()) {
+      EXPECT_TRUE(Reaches(1));
+    }
+  }
+  int Pid() const { return std::atoi(ReadText(server_.File("server/run/ormusvc.pid")).c_str()); }
+  void Kill() const {
+    kill(Pid(), SIGKILL);
+    EXPECT_TRUE(Reaches(1));
+  }
+
+ private:
+  const RealServer& server_;
+};
+
+// A real server whose repository "demo" is a master, and who may replicate it.
 class ReplicationServer {
  public:
   static constexpr const char* kPartnerName = "partner";

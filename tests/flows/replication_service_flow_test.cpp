@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
-#include <signal.h>
 #include <sys/ioctl.h>
 
 #include <filesystem>
@@ -40,32 +39,18 @@ std::vector<int> CodesOf(svn_error_t* error) {
 class SlaveHome : public RealServer {
  public:
   SlaveHome() : pool((svn::Initialize(), svn::Pool(nullptr))) {}
-  ~SlaveHome() { EndService(); }
+  ~SlaveHome() { service.Stop(); }
 
   void Trust(const std::string& server, const std::string& account) const {
     ormu::TrustMaster(home, server, {ormu::ReplicationUrl("http", server), account, account, ""});
   }
-  bool ServiceReaches(int state) const {
-    return Eventually([&] { return Ctl({"get", kService}).object()["ServiceState"] == state; });
-  }
-  void StartService() const {
-    const Reply reply = Call(kService, "StartService");
-    ASSERT_TRUE(reply.ok()) << reply.message();
-    ASSERT_TRUE(ServiceReaches(4)) << ReadText(File("server/run/ormusvc.err"));
-  }
-  void EndService() const {
-    if (Call(kService, "StopService").ok()) {
-      EXPECT_TRUE(ServiceReaches(1));
-    }
-  }
   bool ServiceHasOpen(const std::string& file) const {
     std::error_code gone;
-    for (const auto& open :
-         std::filesystem::directory_iterator("/proc/" + std::to_string(ServicePid()) + "/fd", gone))
+    for (const auto& open : std::filesystem::directory_iterator(
+             "/proc/" + std::to_string(service.Pid()) + "/fd", gone))
       if (std::filesystem::read_symlink(open, gone) == file) return true;
     return false;
   }
-  int ServicePid() const { return std::atoi(ReadText(File("server/run/ormusvc.pid")).c_str()); }
 
   ormu::ReplicationStatus Status() const {
     return ormu::ReadReplicationStatus(home, {root.begin(), root.end()}, pool);
@@ -84,7 +69,7 @@ class SlaveHome : public RealServer {
     return Eventually([&] { return Youngest(name) == std::to_string(revision) + "\n"; });
   }
 
-  static constexpr const char* kService = "Kelvarion_OrmuService.Name=\"ormusvc\"";
+  const ReplicationService service{*this};
   const svn::Pool pool;
 };
 
@@ -92,7 +77,7 @@ class ReplicationServiceTest : public ::testing::Test {
  protected:
   ReplicationServiceTest() {
     slave.Trust(master.Name(), master.kPartnerName);
-    slave.StartService();
+    slave.service.Start();
   }
   void CreateSlave() const {
     svn::Check(ormusvc_client_create_slave(slave.home.c_str(), "copy", master.Name().c_str(),
@@ -131,8 +116,7 @@ TEST_F(ReplicationServiceTest, ASlaveFollowsThroughKillsAndWhileItsMasterComesAn
   RunProcess({"svnadmin", "setrevprop", "-r1", master.server().root + "/demo", "svn:log", text});
   EXPECT_TRUE(Eventually([&] { return Property(slave.root, "copy") == "another text\n"; }));
 
-  kill(slave.ServicePid(), SIGKILL);
-  ASSERT_TRUE(slave.ServiceReaches(1));
+  slave.service.Kill();
   const ormu::ReplicationStatus unserved = slave.Status();
   EXPECT_FALSE(unserved.service_runs);
   ASSERT_EQ(unserved.slaves.size(), 1u);
@@ -143,7 +127,7 @@ TEST_F(ReplicationServiceTest, ASlaveFollowsThroughKillsAndWhileItsMasterComesAn
                                platform::NewFile::kPrivate, written);
   WriteText(slave.root + "/copy/db/current", "");
   master.Commit("fourth");
-  slave.StartService();
+  slave.service.Start();
   ASSERT_TRUE(slave.Has("copy", 4)) << slave.Log();
 
   master.server().Stop();
@@ -221,7 +205,7 @@ TEST_F(ReplicationServiceTest, RequestsChangeSlavesOrSayWhyNot) {
   EXPECT_FALSE(std::filesystem::exists(slave.root + "/copy"));
   EXPECT_FALSE(std::filesystem::exists(slave.root + "/.kelvarion"));
 
-  slave.EndService();
+  slave.service.Stop();
   EXPECT_THAT(CodesOf(ormusvc_client_sync_slave(home, "copy", pool)),
               ElementsAre(ORMU_ERR_SERVICE_FAILED, ORMU_ERR_SYSTEM + 1722));
 }
@@ -274,9 +258,9 @@ TEST_F(ReplicationServiceTest, NobodyWaitsForASilentMasterNorFollowsAForgottenOn
   auto promoted = Request(ormusvc_client_promote_slave, "copy");
   const bool in_time = promoted.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
   EXPECT_TRUE(in_time);
-  slave.EndService();
+  slave.service.Stop();
   EXPECT_THAT(promoted.get(), ElementsAre());
-  EXPECT_EQ(slave.Ctl({"get", SlaveHome::kService}).object()["ExitCode"], 0);
+  EXPECT_EQ(slave.service.Property("ExitCode"), 0);
   EXPECT_THAT(slave.Log(), HasSubstr("stopped"));
 }
 

@@ -12,12 +12,6 @@ namespace {
 using ::testing::HasSubstr;
 using Words = std::vector<std::string>;
 
-// As people type it.
-ProcessResult Type(const RealServer& server, Words words) {
-  words.insert(words.begin(), {KELVARION_BUILD_DIR "/bin/kelvarionctl", "--home", server.home});
-  return RunProcess(words);
-}
-
 struct Step {
   Words words;
   int exit_code;
@@ -70,12 +64,12 @@ TEST(RepositoryCommandsFlowTest, DoWhatTheirWordsSay) {
     SCOPED_TRACE(::testing::PrintToString(step.words));
     if (step.words[1] == "import" && !std::filesystem::exists(dump))
       RunProcess({"sh", "-c", "svnadmin dump -q '" + server.root + "/demo' >'" + dump + "'"});
-    const ProcessResult result = Type(server, step.words);
+    const ProcessResult result = server.Text(step.words);
     EXPECT_EQ(result.exit_code, step.exit_code) << result.all();
     EXPECT_THAT(result.all(), HasSubstr(step.output));
   }
   std::filesystem::resize_file(server.root + "/demo/db/revs/0/1", 10);
-  const ProcessResult corrupt = Type(server, {"repository", "verify", "demo"});
+  const ProcessResult corrupt = server.Text({"repository", "verify", "demo"});
   EXPECT_EQ(corrupt.exit_code, 1) << corrupt.all();
 }
 

@@ -7,6 +7,7 @@
 #include "platform/wmi/services_base.h"
 #include "tests/configurator/configurator.h"
 #include "tests/registration/registered_library.h"
+#include "tests/support/eventually.h"
 #include "tests/support/test_home.h"
 
 namespace kelvarion::testing {
@@ -33,6 +34,13 @@ class ClientSink final : public ComObject<IWbemObjectSink> {
   std::atomic<int> completed = 0;
 };
 
+// What the configurator keeps; waits for it.
+template <class Kept>
+Kept Taken(Kept Configurator::*kept) {
+  EXPECT_TRUE(Eventually([&] { return static_cast<bool>(TheConfigurator().operator->()->*kept); }));
+  return std::exchange(TheConfigurator().operator->()->*kept, nullptr);
+}
+
 class InitSink final : public ComObject<IWbemProviderInitSink> {
  public:
   HRESULT SetStatus(HRESULT result, std::int32_t) override {
@@ -46,7 +54,7 @@ class InitSink final : public ComObject<IWbemProviderInitSink> {
 class ProxyTest : public ::testing::Test {
  protected:
   ProxyTest() {
-    TheConfigurator().Reset();
+    Reset();
     platform::SetCurrentMachine(home_.machine());
     EXPECT_EQ(DllInstall(true, nullptr), S_OK);
     EXPECT_EQ(home_.machine()->registry->CreateKey(configurator_key_), ERROR_SUCCESS);
@@ -58,10 +66,17 @@ class ProxyTest : public ::testing::Test {
   }
   ~ProxyTest() override {
     proxy_ = nullptr;
-    TheConfigurator().Reset();
+    Reset();
     platform::SetCurrentMachine(nullptr);
   }
 
+  static void Reset() {
+    const TheConfigurator configurator;
+    configurator->behaviour = {};
+    configurator->calls.clear();
+    configurator->init_sink = nullptr;
+    configurator->sink = nullptr;
+  }
   static ClientToken Client() { return {u"S-1-22-1-7", {}, ImpersonationLevel::kImpersonation}; }
 
   HRESULT Initialize() {
@@ -96,7 +111,7 @@ TEST_F(ProxyTest, RequestsGoToTheConfiguratorAsTheClient) {
   ASSERT_EQ(Initialize(), S_OK);
   EXPECT_EQ(Get(), S_OK);
   EXPECT_EQ(Exec(), S_OK);
-  EXPECT_EQ(TheConfigurator().calls(),
+  EXPECT_EQ(TheConfigurator()->calls,
             (Calls{"start", kInitialize, kGet, "method Repo=1 Run as S-1-22-1-7"}));
   EXPECT_EQ(sink_->indicated, 2);
   EXPECT_EQ(sink_->completed, 2);
@@ -108,7 +123,7 @@ TEST_F(ProxyTest, RequestsGoToTheConfiguratorAsTheClient) {
             WBEM_E_PROVIDER_NOT_CAPABLE);
   EXPECT_EQ(proxy_->ExecQueryAsync(u"WQL", u"", 0, nullptr, nullptr), WBEM_E_PROVIDER_NOT_CAPABLE);
   EXPECT_EQ(proxy_->GetObject(kPath, 0, nullptr, nullptr), WBEM_E_NOT_SUPPORTED);
-  EXPECT_EQ(TheConfigurator().calls().size(), 4u);
+  EXPECT_EQ(TheConfigurator()->calls.size(), 4u);
 }
 
 TEST_F(ProxyTest, InitialisationTellsWhetherTheConfiguratorIsReady) {
@@ -124,19 +139,16 @@ TEST_F(ProxyTest, InitialisationTellsWhetherTheConfiguratorIsReady) {
       {"it is ready", {}, S_OK},
   };
   for (const auto& row : rows) {
-    TheConfigurator().Behave(row.behaviour);
+    TheConfigurator()->behaviour = row.behaviour;
     EXPECT_EQ(Initialize(), row.expected) << row.what;
+  }
+  TheConfigurator()->behaviour = {.late_init = true};
+  for (const HRESULT late : {S_OK, E_FAIL}) {
+    std::jthread server([late] { Taken(&Configurator::init_sink)->SetStatus(late, 0); });
+    EXPECT_EQ(Initialize(), late == S_OK ? S_OK : WBEM_E_FAILED);
   }
   home_.machine()->registry->DeleteTree(configurator_key_);
   EXPECT_EQ(Initialize(), WBEM_E_FAILED) << "nobody registered it";
-}
-
-TEST_F(ProxyTest, InitialisationWaitsForAStatusThatComesLate) {
-  TheConfigurator().Behave({.late_init = true});
-  for (const HRESULT late : {S_OK, E_FAIL}) {
-    std::jthread server([late] { TheConfigurator().TakeInitSink()->SetStatus(late, 0); });
-    EXPECT_EQ(Initialize(), late == S_OK ? S_OK : WBEM_E_FAILED);
-  }
 }
 
 TEST_F(ProxyTest, AConfiguratorThatWentAwayIsStartedAgainOnceForGet) {
@@ -156,19 +168,19 @@ TEST_F(ProxyTest, AConfiguratorThatWentAwayIsStartedAgainOnceForGet) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
-    TheConfigurator().Reset();
-    TheConfigurator().GoAway();
+    Reset();
+    ++TheConfigurator()->generation;
     EXPECT_EQ(Exec(), kGone) << "a method may have run half";
-    EXPECT_EQ(TheConfigurator().calls(), Calls());
-    TheConfigurator().Behave(row.behaviour);
+    EXPECT_EQ(TheConfigurator()->calls, Calls());
+    TheConfigurator()->behaviour = row.behaviour;
     EXPECT_EQ(Get(), row.expected);
-    EXPECT_EQ(TheConfigurator().calls(), row.calls);
+    EXPECT_EQ(TheConfigurator()->calls, row.calls);
   }
-  TheConfigurator().Reset();
+  Reset();
   EXPECT_EQ(Get(), S_OK);
-  TheConfigurator().Behave({.answer = E_FAIL});
+  TheConfigurator()->behaviour = {.answer = E_FAIL};
   EXPECT_EQ(Get(), E_FAIL);
-  EXPECT_EQ(TheConfigurator().calls(), (Calls{kGet, kGet})) << "only a lost server is restarted";
+  EXPECT_EQ(TheConfigurator()->calls, (Calls{kGet, kGet})) << "only a lost server is restarted";
 }
 
 TEST_F(ProxyTest, LateResultsReachTheClientUnlessTheRequestFailed) {
@@ -181,9 +193,9 @@ TEST_F(ProxyTest, LateResultsReachTheClientUnlessTheRequestFailed) {
   for (const auto& row : rows) {
     for (const bool get : {true, false}) {
       sink_ = MakeCom<ClientSink>();
-      TheConfigurator().Behave({.answer = row.answer, .late_answer = true});
+      TheConfigurator()->behaviour = {.answer = row.answer, .late_answer = true};
       EXPECT_EQ(get ? Get() : Exec(), row.answer);
-      const ComPtr<IWbemObjectSink> late = TheConfigurator().TakeSink();
+      const ComPtr<IWbemObjectSink> late = Taken(&Configurator::sink);
       EXPECT_EQ(late->Indicate(0, nullptr), row.late);
       EXPECT_EQ(late->SetStatus(WBEM_STATUS_COMPLETE, S_OK, nullptr, nullptr), row.late);
       EXPECT_EQ(sink_->indicated, row.reached);
@@ -203,7 +215,7 @@ TEST_F(ProxyTest, ManyClientsOutliveTheConfiguratorsEnds) {
     for (int i = 0; i < kClients; ++i)
       clients.emplace_back([&, i] {
         for (int round = 0; round < kRounds; ++round) {
-          if (i == 0) TheConfigurator().GoAway();
+          if (i == 0) ++TheConfigurator()->generation;
           const HRESULT hr = Get();
           ++(hr == S_OK ? served : lost);
           // It may go away once more before the second try.

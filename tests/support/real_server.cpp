@@ -92,9 +92,18 @@ RealServer::~RealServer() {
 }
 
 std::vector<std::string> RealServer::Command(std::vector<std::string> arguments) const {
+  arguments.insert(arguments.begin(), "--json");
+  return TextCommand(std::move(arguments));
+}
+
+ProcessResult RealServer::Text(std::vector<std::string> arguments) const {
+  return RunProcess(TextCommand(std::move(arguments)));
+}
+
+std::vector<std::string> RealServer::TextCommand(std::vector<std::string> arguments) const {
   std::vector<std::string> words = options_.runner;
   const std::string build = options_.programs.empty() ? KELVARION_BUILD_DIR : options_.programs;
-  words.insert(words.end(), {build + "/bin/kelvarionctl", "--home", home, "--json"});
+  words.insert(words.end(), {build + "/bin/kelvarionctl", "--home", home});
   words.insert(words.end(), arguments.begin(), arguments.end());
   return words;
 }

@@ -49,6 +49,9 @@ class RealServer {
   RealServer& operator=(const RealServer&) = delete;
 
   std::vector<std::string> Command(std::vector<std::string> arguments) const;
+  // The same as people run it, for text.
+  std::vector<std::string> TextCommand(std::vector<std::string> arguments) const;
+  ProcessResult Text(std::vector<std::string> arguments) const;
   Reply Ctl(std::vector<std::string> arguments) const;
   Reply Call(const std::string& path, const std::string& method,
              std::vector<std::string> parameters = {}) const;
