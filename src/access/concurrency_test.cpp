@@ -7,14 +7,12 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <thread>
 
 #include "access/authz_files.h"
 #include "access/permission_model.h"
-#include "access/permissions_lock.h"
 #include "svn/repository.h"
 #include "tests/support/test_home.h"
 
@@ -154,27 +152,6 @@ TEST_F(ConcurrencyTest, ReadersSeeTheOldOrTheNewRulesWhileTheyAreRewritten) {
   }
   stop = true;
   reader.join();
-}
-
-TEST_F(ConcurrencyTest, ALockFileThatIsReplacedStillExcludes) {
-  const ServerContext& context = home_->context();
-  const std::string counter = folder_.native() + "/counter";
-  testing::WriteFile(counter, "0");
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int round = 0; round < 50; ++round) {
-        const PermissionsLock lock(context, u"r");
-        const int count = std::stoi(testing::ReadFile(counter));
-        std::this_thread::yield();
-        testing::WriteFile(counter, std::to_string(count + 1));
-        // The last thing a holder may do: those who wait for this file must notice.
-        std::filesystem::remove(folder_.native() + "/repositories/r/conf/Kelvarion.lck");
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(testing::ReadFile(counter), "200");
 }
 
 }  // namespace

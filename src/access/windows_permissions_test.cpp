@@ -15,7 +15,6 @@ namespace kelvarion::access {
 namespace {
 
 const Account kSystem = Account::Windows(u"S-1-5-18");
-const Account kRoot = Account::Windows(u"S-1-22-1-0");
 const Account kUnknown = Account::Windows(u"S-1-5-21-1-2-3-4");
 constexpr AccessLevel kRead = AccessLevel::ReadOnly;
 constexpr AccessLevel kWrite = AccessLevel::ReadWrite;
@@ -79,43 +78,6 @@ TEST_F(WindowsPermissionsTest, AnAccountWithoutSidIsRefusedBeforeAnythingIsWritt
   EXPECT_THROW(SetGlobalPermissions(context_, {{Account::Windows(u"S-1"), kRead}}), Win32Exception);
   EXPECT_TRUE(GetAllPathPermissions(context_, u"r").empty());
   EXPECT_TRUE(events().empty());
-}
-
-class Collector final : public IcEnumPermissionsCallback {
- public:
-  void OnPermission(const std::u16string* repository, const std::u16string* path,
-                    const Account& account, AccessLevel access) override {
-    EXPECT_EQ(repository == nullptr, path == nullptr);
-    rules.push_back((path ? *repository + *path : u"global") + u" " + account.name + u" " +
-                    AccessDisplayWord(access));
-  }
-  std::vector<std::u16string> rules;
-};
-
-TEST_F(WindowsPermissionsTest, TheWalkGoesFromThePathUpToTheServer) {
-  Collector collector;
-  EXPECT_THROW(EnumerateEffectivePermissions(context_, {u"r", u"/"}, collector), SvnException)
-      << "no rules file";
-  SetPathPermissions(context_, {u"r", u"/"}, {{kSystem, kRead}}, ResetChildren::kNo);
-  SetPathPermissions(context_, {u"r", u"/trunk"}, {{kRoot, AccessLevel::NoAccess}},
-                     ResetChildren::kNo);
-  SetPathPermissions(context_, {u"r", u"/trunk/a"}, {{kSystem, kWrite}}, ResetChildren::kNo);
-  SetPathPermissions(context_, {u"r", u"/trunk/a/b/c"}, {{kRoot, kWrite}}, ResetChildren::kNo);
-  EnumerateEffectivePermissions(context_, {u"r", u"/trunk/a/b"}, collector);
-  const std::vector<std::u16string> expected{
-      u"r/trunk/a S-1-5-18 Read Write", u"r/trunk S-1-22-1-0 No Access", u"r/ S-1-5-18 Read Only"};
-  EXPECT_EQ(collector.rules, expected) << "no global file is none of the server's rules";
-
-  SetGlobalPermissions(context_, {{kUnknown, kWrite}});
-  Collector odd;
-  EnumerateEffectivePermissions(context_, {u"r", u"//trunk/./a/b/"}, odd);
-  collector.rules.emplace_back(u"global S-1-5-21-1-2-3-4 Read Write");
-  EXPECT_EQ(odd.rules, collector.rules);
-
-  home_.configuration().SetUseWindowsAuth(false);
-  Collector none;
-  EnumerateEffectivePermissions(context_, {u"r", u"/"}, none);
-  EXPECT_TRUE(none.rules.empty());
 }
 
 TEST_F(WindowsPermissionsTest, PathsOfASlaveAreItsMasters) {

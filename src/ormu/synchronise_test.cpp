@@ -11,6 +11,7 @@
 #include "ormu/replication_for_test.h"
 #include "ormu/slave_guard.h"
 #include "platform/ormu/ormu.h"
+#include "tests/support/certificate_authority.h"
 #include "tests/support/dav_server.h"
 #include "tests/support/real_server.h"
 #include "tests/support/test_home.h"
@@ -65,18 +66,9 @@ class SynchroniseTest : public ReplicationTest {
       Change(name, {"put", Text("n", std::to_string(i)), "n" + std::to_string(i % 7)});
   }
 
-  // The fingerprint of a new certificate for this machine.
-  std::string MakeCertificate(const std::string& name) const {
-    const std::string key = Path(name + ".key");
-    const std::string certificate = Path(name + ".crt");
-    Run({"openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-         "-nodes", "-days", "2", "-subj", "/CN=localhost", "-keyout", key, "-out", certificate});
-    std::string print =
-        Run({"openssl", "x509", "-in", certificate, "-noout", "-fingerprint", "-sha256"});
-    print = print.substr(print.find('=') + 1);
-    std::erase_if(print, [](char c) { return c == ':' || c == '\n'; });
-    for (char& c : print) c = static_cast<char>(std::tolower(c));
-    return print;
+  static std::string FingerprintOf(const std::string& certificate) {
+    return Run(
+        {"sh", "-c", "openssl x509 -outform der -in " + certificate + " | sha256sum | head -c 64"});
   }
 
   // Byte for byte, but for the notes of the libraries' mirroring program in revision 0.
@@ -146,14 +138,17 @@ TEST_F(SynchroniseTest, TheStockServerIsAMasterToo) {
 TEST_F(SynchroniseTest, AMasterOnTheWebIsFollowedByWhomItKnowsIfItIsTheRightOne) {
   Create("master");
   ChangeInEveryWay("master");
-  const std::string right = MakeCertificate("right");
-  const std::string other = MakeCertificate("other");
+  testing::CertificateAuthority authority;
+  for (const char* name : {"right", "other"}) authority.Make(name, "", testing::kServer);
+  const std::string right = FingerprintOf(authority.File("right.pem"));
+  const std::string other = FingerprintOf(authority.File("other.pem"));
   Run({"htpasswd", "-b", "-c", Path("users"), "slave", "secret"});
   // The web server's account reads the repositories.
   Run({"chmod", "-R", "a+rX", folder_.native()});
   fs::create_directory(Path("server"));
-  const testing::DavServer server(Path("server"), folder_.native(),
-                                  {Path("right.crt"), Path("right.key"), Path("users")});
+  const testing::DavServer server(
+      Path("server"), folder_.native(),
+      {authority.File("right.pem"), authority.File("right.key"), Path("users")});
   const struct {
     const char* what;
     const char* repository;

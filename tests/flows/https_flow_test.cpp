@@ -1,6 +1,5 @@
 // What clients meet on the wire: TLS, addresses and the place of repositories and start pages.
 #include <gtest/gtest.h>
-#include <strings.h>
 
 #include <span>
 #include <thread>
@@ -62,13 +61,11 @@ TEST_F(HttpsFlowTest, ARunningServerGoesOverToTlsWithTheCertificateOfInitAndBack
   EXPECT_NE(shaken.out.find("Verify return code: 0 (ok)"), std::string::npos) << shaken.all();
   // What whoever is to trust a master's server is shown.
   svn::Initialize();
-  std::string print =
-      RunProcess({"openssl", "x509", "-in", certificate, "-noout", "-fingerprint", "-sha256"}).out;
-  std::erase(print, ':');
+  const std::string print =
+      RunProcess({"sh", "-c", "openssl x509 -outform der -in " + certificate + " | sha256sum"}).out;
   const std::string name = "127.0.0.1:" + std::to_string(server.ssl_port);
   const ormu::ServerCertificate shown = ormu::FetchCertificate(name);
-  EXPECT_EQ(strcasecmp(("sha256 Fingerprint=" + shown.sha256 + "\n").c_str(), print.c_str()), 0)
-      << shown.sha256 << " is not " << print;
+  EXPECT_EQ(shown.sha256 + "  -\n", print);
   EXPECT_FALSE(shown.vouched_for);
   // With an authority that vouches for it what counts is the name, as Subversion's client finds it:
   // it passes over the addresses that the certificate has.

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "repos/create.h"
 #include "tests/provider_host/provider_host.h"
 #include "tests/support/test_home.h"
@@ -186,6 +188,8 @@ TEST_F(PsAccessRuleTest, TheNearestRuleOfEachAccountIsInForce) {
       kClass, "SelectByRepositoryObject",
       {R"(RepositoryObject:={"__CLASS":"PS_SvnRepository","Name":"Demo"})", "Path=/trunk"});
   EXPECT_EQ(by_object.out()["CmdletOutput"].size(), 3u);
+  std::filesystem::remove(home_.root() + "/Demo/conf/Kelvarion-WinAuthz.ini");
+  EXPECT_EQ(Select("Demo", "/").status, WBEM_E_FAILED) << "there is no rules file";
 }
 
 TEST_F(PsAccessRuleTest, WithSubversionAuthenticationEverythingIsRefused) {
