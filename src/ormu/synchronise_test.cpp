@@ -150,45 +150,27 @@ TEST_F(SynchroniseTest, AMasterOnTheWebIsFollowedByWhomItKnowsIfItIsTheRightOne)
       Path("server"), folder_.native(),
       {authority.File("right.pem"), authority.File("right.key"), Path("users")});
   const struct {
-    const char* what;
     const char* repository;
-    MasterAccess access;
+    const char* account;
+    const char* password;
+    std::string certificate;
     int code;
     const char* text;
   } rows[] = {
-      {"no authority vouches",
-       "master",
-       {server.url(), "slave", "secret", ""},
-       ORMU_ERR_UNTRUSTED_MASTER,
+      {"master", "slave", "secret", "", ORMU_ERR_UNTRUSTED_MASTER,
        "kelvarionctl replication trust master.test"},
-      {"another certificate",
-       "master",
-       {server.url(), "slave", "secret", other},
-       ORMU_ERR_UNTRUSTED_MASTER,
-       "is not trusted"},
-      {"wrong password",
-       "master",
-       {server.url(), "slave", "no", right},
-       ORMU_ERR_MASTER_FAILED,
-       "The account may not replicate"},
-      {"nobody in particular",
-       "master",
-       {server.url(), "", "", right},
-       ORMU_ERR_MASTER_FAILED,
-       "The account may not replicate"},
-      {"no such repository",
-       "nothing",
-       {server.url(), "slave", "secret", right},
-       ORMU_ERR_NO_SUCH_MASTER,
-       "no repository 'nothing'"},
+      {"master", "slave", "secret", other, ORMU_ERR_UNTRUSTED_MASTER, "is not trusted"},
+      {"master", "slave", "no", right, ORMU_ERR_MASTER_FAILED, "The account may not replicate"},
+      {"master", "", "", right, ORMU_ERR_MASTER_FAILED, "The account may not replicate"},
+      {"nothing", "slave", "secret", right, ORMU_ERR_NO_SUCH_MASTER, "no repository 'nothing'"},
   };
   for (const auto& row : rows) {
+    const MasterAccess access{server.url(), row.account, row.password, row.certificate};
     const Failure failure = FailureOf([&] {
-      MasterSession({"master.test", row.repository, row.access}, {[] { return false; }, u""},
-                    pool_);
+      MasterSession({"master.test", row.repository, access}, {[] { return false; }, u""}, pool_);
     });
-    EXPECT_EQ(failure.code, row.code) << row.what << failure.text;
-    EXPECT_THAT(failure.text, HasSubstr(row.text)) << row.what;
+    EXPECT_EQ(failure.code, row.code) << failure.text;
+    EXPECT_THAT(failure.text, HasSubstr(row.text));
   }
   MasterSession session({"master.test", "master", {server.url(), "slave", "secret", right}},
                         {[] { return false; }, u""}, pool_);

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "context/cancel_callback.h"
-#include "errors/exception.h"
 #include "platform/text/encoding.h"
+#include "tests/support/failure.h"
 #include "tests/support/process.h"
 #include "tests/support/test_home.h"
 
@@ -47,12 +47,7 @@ class RepositoriesTest : public ::testing::Test {
   // The message of what the call throws, empty when it succeeds.
   template <class Call>
   static std::string Failure(Call&& call) {
-    try {
-      call();
-    } catch (const Exception& exception) {
-      return platform::Utf8ForDisplay(exception.Message());
-    }
-    return "";
+    return platform::Utf8ForDisplay(testing::MessageOf(call));
   }
 
   testing::TestHome home_;
