@@ -32,7 +32,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kStopped = 1, kRunning = 4;
-constexpr long kFailures = 2, kKills = 1;  // Of each change.
 
 // The file that the programs to be hit map.
 class Control {
@@ -257,8 +256,9 @@ void FailingCallsTest::HitEverywhere(const std::string& program, bool kill) {
   const bool skips = program == "kelvarionctl" && command.front() == "call";
   const long beginning = skips ? CountCalls({"get", "Kelvarion_VersionInfo=@"}, program, kill) : 0;
   const long calls = CountCalls(command, program, kill);
+  const long most = kill || !GetParam().programs.empty() ? 1 : 2;  // Services take their time.
   int hits = 0;
-  for (const long at : Places(beginning + 1, calls, kill ? kKills : kFailures)) {
+  for (const long at : Places(beginning + 1, calls, most)) {
     const ProcessResult result = RunHit(command, program, kill, at);
     if (!*control_->report) continue;
     SCOPED_TRACE(program + " at call " + std::to_string(at) + ": " + control_->report + ", error " +
