@@ -21,21 +21,11 @@ using namespace kelvarion::fuzz;
 
 namespace {
 
-constexpr HRESULT kStatuses[] = {S_OK,
-                                 S_FALSE,
-                                 WBEM_E_FAILED,
-                                 WBEM_E_NOT_FOUND,
-                                 WBEM_E_INVALID_PARAMETER,
-                                 WBEM_E_NOT_SUPPORTED,
-                                 WBEM_E_INVALID_CLASS,
-                                 WBEM_E_TRANSPORT_FAILURE,
-                                 WBEM_E_ALREADY_EXISTS,
-                                 WBEM_E_INVALID_METHOD,
-                                 WBEM_E_INVALID_METHOD_PARAMETERS,
-                                 WBEM_E_CALL_CANCELLED,
-                                 WBEM_E_INVALID_OBJECT_PATH,
-                                 WBEM_E_CIRCULAR_REFERENCE,
-                                 HresultFromWin32(ERROR_ALREADY_EXISTS)};
+const std::set<HRESULT> kStatuses(
+    {S_OK, S_FALSE, WBEM_E_FAILED, WBEM_E_NOT_FOUND, WBEM_E_INVALID_PARAMETER, WBEM_E_NOT_SUPPORTED,
+     WBEM_E_INVALID_CLASS, WBEM_E_TRANSPORT_FAILURE, WBEM_E_ALREADY_EXISTS, WBEM_E_INVALID_METHOD,
+     WBEM_E_INVALID_METHOD_PARAMETERS, WBEM_E_CALL_CANCELLED, WBEM_E_INVALID_OBJECT_PATH,
+     WBEM_E_CIRCULAR_REFERENCE, HresultFromWin32(ERROR_ALREADY_EXISTS)});
 constexpr std::size_t kMostRequests = 6;
 
 // Where the fuzzer puts inputs that it found, also while a request runs.
@@ -65,7 +55,7 @@ const RequestMaker& Maker() {
 
 void CheckAnswer(const testing::Answer& answer) {
   Expect(answer.returned == S_OK && answer.completions == 1, "there is one answer");
-  Expect(std::ranges::count(kStatuses, answer.status) == 1, "the status is one of the system's");
+  Expect(kStatuses.contains(answer.status), "the status is one of the system's");
   Expect(Failed(answer.status) == bool(answer.error), "who fails, and only who fails, says why");
   if (answer.error) {
     const auto code = answer.error.Get(Property<std::uint32_t>{u"StatusCode"});

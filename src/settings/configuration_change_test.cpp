@@ -119,21 +119,12 @@ class Change {
 };
 
 TEST(ConfigurationChangeTest, AFailureWhileApplyingKeepsWhatCameBeforeItAndRestartsNothing) {
-  const char* const order[] = {"ServerName",
-                               "UseSSL",
-                               "SSLServerPort",
-                               "UseServerBindings",
-                               "ServerBindings",
-                               "RepositoriesRoot",
-                               "DoNotAdjustRepositoriesRootPermissions",
-                               "RepositoriesURLPrefix",
-                               "UseWindowsAuth",
-                               "DisableWindowsBasic",
-                               "EnableWindowsIntegrated",
-                               "UseUPNFormat",
-                               "DisableRedirectionFromLegacyWebInterface",
-                               "EnableAccessLogging",
-                               "EnableOperationalLogging"};
+  const std::vector<std::string> order(
+      {"ServerName", "UseSSL", "SSLServerPort", "UseServerBindings", "ServerBindings",
+       "RepositoriesRoot", "DoNotAdjustRepositoriesRootPermissions", "RepositoriesURLPrefix",
+       "UseWindowsAuth", "DisableWindowsBasic", "EnableWindowsIntegrated", "UseUPNFormat",
+       "DisableRedirectionFromLegacyWebInterface", "EnableAccessLogging",
+       "EnableOperationalLogging"});
   struct Row {
     std::string what;
     std::size_t stored;  // How many of these.
@@ -147,9 +138,9 @@ TEST(ConfigurationChangeTest, AFailureWhileApplyingKeepsWhatCameBeforeItAndResta
        u"Cannot query service config"},
       {"start pages", 8, [](Change& it) { it.Remove("/WebUI"); }, u""},
   };
-  for (std::size_t i = 0; i < std::size(order); ++i) {
+  for (std::size_t i = 0; i < order.size(); ++i) {
     const auto refuse = [name = order[i]](Change& it) { it.RefuseToStore(name); };
-    const bool list = std::string(order[i]) == "ServerBindings";
+    const bool list = order[i] == "ServerBindings";
     rows.push_back({order[i], i, refuse, list ? u"Cannot set registry" : u"Cannot write registry"});
   }
   for (const Row& row : rows) {
@@ -166,7 +157,7 @@ TEST(ConfigurationChangeTest, AFailureWhileApplyingKeepsWhatCameBeforeItAndResta
   Change it;
   it.services.statuses.clear();
   EXPECT_EQ(it.Make(it.All()), u"");
-  EXPECT_EQ(it.Stored().size(), std::size(order));
+  EXPECT_EQ(it.Stored().size(), order.size());
 }
 
 TEST(ConfigurationChangeTest, WhatIsRefusedLeavesEverythingAsItWas) {

@@ -21,39 +21,6 @@ std::u16string Wide(const std::string& native) { return platform::Utf16ForDispla
 
 }  // namespace
 
-void CollectedEvents::Keep(std::u16string text) {
-  const std::lock_guard lock(mutex_);
-  texts.push_back(std::move(text));
-}
-
-void CollectedEvents::LogException(const Exception& exception) {
-  Keep(u"error: " + exception.Message());
-}
-
-void CollectedEvents::LogUnknownException() { Keep(u"error: unknown"); }
-
-void CollectedEvents::LogWarning(const std::u16string& text) { Keep(u"warning: " + text); }
-
-Win32Error CollectedEvents::LogRepositoryPermissionsChanged(const std::u16string& repository,
-                                                            const std::u16string& path,
-                                                            const std::u16string& old_description,
-                                                            const std::u16string& new_description,
-                                                            bool reset_children) {
-  Keep(u"repository: " + repository + u"|" + path + u"|" + old_description + u"|" +
-       new_description + u"|" + (reset_children ? u"reset" : u"keep"));
-  return report_result;
-}
-
-Win32Error CollectedEvents::LogGlobalPermissionsChanged(const std::u16string& old_description,
-                                                        const std::u16string& new_description) {
-  Keep(u"global: " + old_description + u"|" + new_description);
-  return report_result;
-}
-
-void CollectedEvents::LogReportFailure(const std::u16string& text) {
-  Keep(u"report failure: " + text);
-}
-
 TestHome::TestHome()
     : own_folder_(std::make_unique<TemporaryFolder>()), folder_(own_folder_->native()) {
   Open();

@@ -9,6 +9,7 @@
 
 #include "config/registry_accessor.h"
 #include "context/server_context.h"
+#include "errors/exception.h"
 #include "platform/machine/machine.h"
 #include "tests/support/temporary_folder.h"
 
@@ -18,17 +19,24 @@ namespace kelvarion::testing {
 // thread when nobody reports any more.
 class CollectedEvents final : public IcEventLogger {
  public:
-  void LogException(const Exception& exception) override;
-  void LogUnknownException() override;
-  void LogWarning(const std::u16string& text) override;
+  void LogException(const Exception& exception) override { Keep(u"error: " + exception.Message()); }
+  void LogUnknownException() override { Keep(u"error: unknown"); }
+  void LogWarning(const std::u16string& text) override { Keep(u"warning: " + text); }
   Win32Error LogRepositoryPermissionsChanged(const std::u16string& repository,
                                              const std::u16string& path,
                                              const std::u16string& old_description,
                                              const std::u16string& new_description,
-                                             bool reset_children) override;
+                                             bool reset_children) override {
+    Keep(u"repository: " + repository + u"|" + path + u"|" + old_description + u"|" +
+         new_description + u"|" + (reset_children ? u"reset" : u"keep"));
+    return report_result;
+  }
   Win32Error LogGlobalPermissionsChanged(const std::u16string& old_description,
-                                         const std::u16string& new_description) override;
-  void LogReportFailure(const std::u16string& text) override;
+                                         const std::u16string& new_description) override {
+    Keep(u"global: " + old_description + u"|" + new_description);
+    return report_result;
+  }
+  void LogReportFailure(const std::u16string& text) override { Keep(u"report failure: " + text); }
 
   // "warning: …", "error: …", "repository: name|path|old|new|reset", "global: old|new",
   // "report failure: …".
@@ -37,7 +45,10 @@ class CollectedEvents final : public IcEventLogger {
   Win32Error report_result = ERROR_SUCCESS;
 
  private:
-  void Keep(std::u16string text);
+  void Keep(std::u16string text) {
+    const std::lock_guard lock(mutex_);
+    texts.push_back(std::move(text));
+  }
   std::mutex mutex_;
 };
 

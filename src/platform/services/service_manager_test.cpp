@@ -66,7 +66,7 @@ TEST(ServiceManagerTest, WhatIsNotInstalledIsSaidToBeMissing) {
   }));
 }
 
-// Others are refused before the server is started, and seen end to end.
+// One that fails at once is seen end to end.
 TEST(ServiceManagerTest, AStartThatFailsLateSaysWhyInTheServersOwnWords) {
   const ServiceHome home;
   home.Configure(
