@@ -40,7 +40,10 @@ TEST_F(RegistrarTest, WhatAnOlderVersionLeftDoesNotSurvive) {
   registry_->Set(key, u"Old", platform::RegistryValue::String(u"x"));
   ASSERT_EQ(registrar.Register(script), S_OK);
   EXPECT_EQ(TextOf(key, u"Old"), u"<missing>");
-  EXPECT_EQ(TextOf({key.root, key.path + u"\\InprocServer32"}, u""), u"/opt/lib'x/provider.so");
+  EXPECT_EQ(TextOf(key, u""), u"KelvarionWMIProvider Class");
+  const KeyPath server{key.root, key.path + u"\\InprocServer32"};
+  EXPECT_EQ(TextOf(server, u""), u"/opt/lib'x/provider.so");
+  EXPECT_EQ(TextOf(server, u"ThreadingModel"), u"Both");
   ASSERT_EQ(registrar.Unregister(script), S_OK);
   EXPECT_EQ(registry_->OpenKey(key), ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(registrar.Unregister(script), S_OK) << "nothing left to remove is no failure";
