@@ -3,6 +3,8 @@
 // Fails when an answer is other than it has to be, when memory grows, when something is left behind
 // or when the daemon does not end in order.
 
+#include <gtest/gtest.h>
+
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <fstream>
@@ -224,7 +226,9 @@ int main(int argc, char** argv) {
   option("--programs", options.programs, "The build whose programs run");
   CLI11_PARSE(app, argc, argv);
   try {
-    return kelvarion::load::Run(options).Pass() ? 0 : 1;
+    const bool passed = kelvarion::load::Run(options).Pass();
+    // What is left of the server is known when it is gone.
+    return passed && !testing::UnitTest::GetInstance()->Failed() ? 0 : 1;
   } catch (const std::exception& exception) {
     std::cerr << "kelvarion-load: " << exception.what() << std::endl;
     return 1;
