@@ -34,7 +34,7 @@ TEST(ServiceControlTest, EveryOperationDoesOneThingAndTellsOfItsFailure) {
     manager.Fail(u"", ERROR_SUCCESS);
     operation();
     EXPECT_EQ(manager.calls, (std::deque<std::u16string>{call})) << "one call each";
-    const auto message_of = [&](Win32Error error) {
+    const auto message_of = [&, &operation = operation](Win32Error error) {
       manager.Fail(u"", error);
       return testing::MessageOf<Win32Exception>(operation);
     };

@@ -118,13 +118,15 @@ TEST(ResourcesTest, FilesOfTheProgramAreFoundByTypeAndName) {
   const std::string page = LoadTextResource(u"webui.index.template");
   EXPECT_EQ(page, ReadWholeFile(platform::PathFromNative(
                       KELVARION_SOURCE_DIR "/src/apache/templates/WebUI.Index.Template.html")));
-  const std::tuple<const char16_t*, const char16_t*, Win32Error> rows[] = {
-      {u"TEXT", u"102", ERROR_RESOURCE_NAME_NOT_FOUND},
-      {u"TEXT", u"", ERROR_RESOURCE_NAME_NOT_FOUND},
-      {u"IMAGE", u"102", ERROR_RESOURCE_TYPE_NOT_FOUND}};
-  for (const auto& [type, name, error] : rows)
-    EXPECT_EQ(MessageOf<Win32Exception>([&] { LoadResource(type, name); }),
-              HresultText(HresultFromWin32(error)));
+  const struct {
+    const char16_t *type, *name;
+    Win32Error error;
+  } rows[] = {{u"TEXT", u"102", ERROR_RESOURCE_NAME_NOT_FOUND},
+              {u"TEXT", u"", ERROR_RESOURCE_NAME_NOT_FOUND},
+              {u"IMAGE", u"102", ERROR_RESOURCE_TYPE_NOT_FOUND}};
+  for (const auto& row : rows)
+    EXPECT_EQ(MessageOf<Win32Exception>([&] { LoadResource(row.type, row.name); }),
+              HresultText(HresultFromWin32(row.error)));
 }
 
 }  // namespace
