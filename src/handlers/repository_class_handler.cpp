@@ -3,7 +3,7 @@
 
 #include "handlers/repository_class_handler.h"
 
-#include "handlers/convert/trimmed.h"
+#include "handlers/convert/gone_repository.h"
 #include "repos/create.h"
 #include "repos/delete.h"
 #include "repos/rename.h"
@@ -68,18 +68,12 @@ HRESULT RepositoryClassHandler::EnumerateInstances(CallContext*, ResponseSink& s
   return S_OK;
 }
 
-// What failed since the repository went meanwhile is not found, as if it had gone before.
 HRESULT RepositoryClassHandler::ExecMethod(ParsedObjectPath& path, const std::u16string& method,
                                            CallContext* context, const WMIObject& in_params,
                                            ResponseSink& sink, const IcCancelCallback* cancel) {
-  try {
+  return NotFoundWhenGone(this->context(), path, [&] {
     return MethodsClassHandler::ExecMethod(path, method, context, in_params, sink, cancel);
-  } catch (const WMIException&) {
-    throw;
-  } catch (const Exception&) {
-    if (path.IsInstance()) repos::RequireRepository(this->context(), Trimmed(path.Key(kName)));
-    throw;
-  }
+  });
 }
 
 void RepositoryClassHandler::Create(MethodCall& call) {

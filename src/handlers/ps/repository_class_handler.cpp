@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "handlers/convert/trimmed.h"
+#include "handlers/convert/gone_repository.h"
 #include "handlers/ps/cmdlet.h"
 #include "handlers/ps/master_parameters.h"
 #include "handlers/ps/progress_adapters.h"
@@ -89,19 +89,13 @@ HRESULT PS_RepositoryClassHandler::PsEnumerateInstances(CallContext*, ResponseSi
   return S_OK;
 }
 
-// What failed since the repository went meanwhile is not found, as if it had gone before.
 HRESULT PS_RepositoryClassHandler::PsExecMethod(ParsedObjectPath& path,
                                                 const std::u16string& method, CallContext* context,
                                                 const WMIObject& in_params, ResponseSink& sink,
                                                 const IcCancelCallback* cancel) {
-  try {
+  return NotFoundWhenGone(this->context(), path, [&] {
     return PsMethodsClassHandler::PsExecMethod(path, method, context, in_params, sink, cancel);
-  } catch (const WMIException&) {
-    throw;
-  } catch (const Exception&) {
-    if (path.IsInstance()) repos::RequireRepository(this->context(), Trimmed(path.Key(kName)));
-    throw;
-  }
+  });
 }
 
 std::u16string PS_RepositoryClassHandler::Named(MethodCall& call) const {
